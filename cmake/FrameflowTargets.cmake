@@ -1,0 +1,56 @@
+# What every target of the tree shares, and the two functions with which folders declare theirs.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTORCC ON)
+set(CMAKE_AUTOUIC ON)
+
+set(FRAMEFLOW_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+
+find_program(FRAMEFLOW_CCACHE ccache)
+if(FRAMEFLOW_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${FRAMEFLOW_CCACHE}")
+endif()
+
+add_library(frameflow_options INTERFACE)
+target_compile_options(frameflow_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wcast-qual -Wvla -Werror=return-type)
+# QT_NO_KEYWORDS: GLib has members called "signals".
+target_compile_definitions(frameflow_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
+  QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+if(FRAMEFLOW_SANITIZE)
+  target_compile_options(frameflow_options INTERFACE -fsanitize=${FRAMEFLOW_SANITIZE})
+  target_link_options(frameflow_options INTERFACE -fsanitize=${FRAMEFLOW_SANITIZE})
+endif()
+
+# frameflow_library(NAME SOURCES ... PUBLIC libraries... PRIVATE libraries...)
+# A folder's library. It exports its own folder alone as include path, so an include of a folder that is not
+# declared here does not compile.
+function(frameflow_library name)
+  cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+  target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE frameflow_options ${arg_PRIVATE})
+endfunction()
+
+# frameflow_test(NAME SOURCES ... LIBRARIES ... [DISPLAY] [LABELS ...] [TIMEOUT seconds])
+# A Qt Test program. With DISPLAY it runs on an X server of its own with a window manager and a session bus;
+# otherwise on Qt's offscreen platform. Home and settings folders are private to the run in both cases.
+function(frameflow_test name)
+  cmake_parse_arguments(arg "DISPLAY" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE frameflow_options test_support Qt6::Test ${arg_LIBRARIES})
+  if(arg_DISPLAY)
+    set(mode display)
+  else()
+    set(mode offscreen)
+  endif()
+  add_test(NAME ${name} COMMAND "${PROJECT_SOURCE_DIR}/tests/support/run-isolated" ${mode} $<TARGET_FILE:${name}>)
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+endfunction()

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "FileUrl.h"
+
+#include <QByteArray>
+#include <QString>
+
+namespace frameflow {
+
+// What the program can do with a file, judged by its name alone: the contents are never opened. All functions may be
+// called from any thread.
+enum class MediaKind
+{
+    None, // not shown
+    Image,
+    Movie, // a video or a sound file that the movie player opens
+};
+
+// The MIME type for a file name, remembered per suffix; empty where the name tells nothing.
+QString mimeTypeForName(QByteArrayView fileName);
+
+// Documents (PDF, PostScript) and play lists are None although libraries could read them.
+MediaKind mediaKindForName(QByteArrayView fileName);
+
+// Whether the name is that of a camera raw file.
+bool isRawName(QByteArrayView fileName);
+
+} // namespace frameflow
