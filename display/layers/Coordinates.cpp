@@ -32,8 +32,8 @@ std::optional<QRect> pixelRect(const QRectF& layerRect, const ViewArea& area)
     const double height = rounded(rect.height() * scale);
     constexpr double limit = 1e9;
     // Written so that not-a-number fails.
-    const bool shown = std::abs(x) < limit && std::abs(y) < limit && width >= 1 && width < limit && height >= 1
-        && height < limit;
+    const bool shown
+        = std::abs(x) < limit && std::abs(y) < limit && width >= 1 && width < limit && height >= 1 && height < limit;
     if (!shown) {
         return std::nullopt;
     }

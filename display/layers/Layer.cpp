@@ -22,8 +22,8 @@ QTransform LayerTransform::toAffine() const
 
 QTransform LayerValues::toSuperlayer() const
 {
-    const QPointF anchor = bounds.topLeft()
-        + QPointF(anchorPoint.x() * bounds.width(), anchorPoint.y() * bounds.height());
+    const QPointF anchor
+        = bounds.topLeft() + QPointF(anchorPoint.x() * bounds.width(), anchorPoint.y() * bounds.height());
     return QTransform::fromTranslate(-anchor.x(), -anchor.y()) * transform.toAffine()
         * QTransform::fromTranslate(position.x(), position.y());
 }
@@ -97,16 +97,16 @@ void Layer::setLevel(LayerLevel level)
 
 QRectF Layer::frame() const
 {
-    const QPointF offset(mValues.anchorPoint.x() * mValues.bounds.width(),
-        mValues.anchorPoint.y() * mValues.bounds.height());
+    const QPointF offset(
+        mValues.anchorPoint.x() * mValues.bounds.width(), mValues.anchorPoint.y() * mValues.bounds.height());
     return {mValues.position - offset, mValues.bounds.size()};
 }
 
 void Layer::setFrame(const QRectF& frame)
 {
     setBoundsSize(frame.size());
-    setPosition(frame.topLeft()
-        + QPointF(mValues.anchorPoint.x() * frame.width(), mValues.anchorPoint.y() * frame.height()));
+    setPosition(
+        frame.topLeft() + QPointF(mValues.anchorPoint.x() * frame.width(), mValues.anchorPoint.y() * frame.height()));
 }
 
 void Layer::addSublayer(const LayerPtr& layer)
@@ -121,8 +121,8 @@ void Layer::insertSublayerAbove(const LayerPtr& layer, const Layer& sibling)
         return;
     }
     layer->removeFromSuperlayer();
-    const auto place = std::find_if(mSublayers.begin(), mSublayers.end(),
-        [&](const LayerPtr& sublayer) { return sublayer.get() == &sibling; });
+    const auto place = std::find_if(
+        mSublayers.begin(), mSublayers.end(), [&](const LayerPtr& sublayer) { return sublayer.get() == &sibling; });
     attach(layer, place == mSublayers.end() ? mSublayers.size() : place - mSublayers.begin() + 1);
 }
 
@@ -162,8 +162,7 @@ void Layer::addAnimation(const AnimationPtr& animation, const QString& key)
 
 void Layer::removeAnimation(const QString& key)
 {
-    const auto place
-        = std::find_if(mRuns.begin(), mRuns.end(), [&](const auto& run) { return run->key == key; });
+    const auto place = std::find_if(mRuns.begin(), mRuns.end(), [&](const auto& run) { return run->key == key; });
     if (place != mRuns.end()) {
         endRun(place - mRuns.begin(), false);
     }
@@ -178,8 +177,7 @@ void Layer::removeAllAnimations()
 
 AnimationPtr Layer::animation(const QString& key) const
 {
-    const auto place
-        = std::find_if(mRuns.begin(), mRuns.end(), [&](const auto& run) { return run->key == key; });
+    const auto place = std::find_if(mRuns.begin(), mRuns.end(), [&](const auto& run) { return run->key == key; });
     return place == mRuns.end() ? nullptr : (*place)->animation;
 }
 

@@ -205,4 +205,17 @@ DrawList captured(const Layer& layer, TimePoint now)
     return items;
 }
 
+QSet<qint64> picturesIn(const DrawList& items)
+{
+    QSet<qint64> pictures;
+    for (const DrawItem& item : items) {
+        if (item.mix) {
+            pictures.unite(picturesIn(item.mix->source)).unite(picturesIn(item.mix->target));
+        } else {
+            pictures.insert(item.picture.cacheKey());
+        }
+    }
+    return pictures;
+}
+
 } // namespace frameflow

@@ -2,6 +2,8 @@
 
 #include "Layer.h"
 
+#include <QSet>
+
 namespace frameflow {
 
 struct MixDraw;
@@ -36,5 +38,8 @@ DrawList presentation(const Layer& root, TimePoint now);
 
 // What one layer and its sublayers contribute to the presentation of the tree that the layer is in.
 DrawList captured(const Layer& layer, TimePoint now);
+
+// The QImage::cacheKey() of every picture in the list, mixtures included.
+QSet<qint64> picturesIn(const DrawList& items);
 
 } // namespace frameflow

@@ -36,8 +36,8 @@ void RasterRenderer::paint(QPainter& painter, const DrawList& items, const ViewA
     painter.save();
     // Exactly one to one, so that pictures of the right size are copied.
     painter.scale(1 / area.pixelsPerPoint, 1 / area.pixelsPerPoint);
-    const auto top = std::find_if(
-        items.rbegin(), items.rend(), [&](const DrawItem& item) { return hidesEverything(item, area); });
+    const auto top
+        = std::find_if(items.rbegin(), items.rend(), [&](const DrawItem& item) { return hidesEverything(item, area); });
     if (top == items.rend()) {
         painter.fillRect(QRect(QPoint(), area.pixels()), Qt::black);
         paintItems(painter, items, area);

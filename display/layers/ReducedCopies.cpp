@@ -29,8 +29,7 @@ bool needsReduction(QSize picture, QSize pixels)
     return pixels.width() < picture.width() && pixels.height() < picture.height();
 }
 
-ReducedCopies::ReducedCopies(std::function<void()> improved)
-    : mImproved(std::move(improved)), mQueue("reduced copies")
+ReducedCopies::ReducedCopies(std::function<void()> improved) : mImproved(std::move(improved)), mQueue("reduced copies")
 {
 }
 
@@ -108,7 +107,8 @@ QImage ReducedCopies::drawable(const QImage& picture, QSize pixels) const
 
 bool ReducedCopies::isReducing() const
 {
-    return std::any_of(mEntries.cbegin(), mEntries.cend(), [](const Entry& entry) { return !entry.inProgress.isEmpty(); });
+    return std::any_of(
+        mEntries.cbegin(), mEntries.cend(), [](const Entry& entry) { return !entry.inProgress.isEmpty(); });
 }
 
 } // namespace frameflow
