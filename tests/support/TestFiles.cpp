@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -32,6 +34,13 @@ void makeFolders(const QByteArray& path)
 TestFolder::TestFolder() : mFolder(mTemporary.path().toUtf8())
 {
     require(mTemporary.isValid(), "temporary folder", mFolder);
+}
+
+// QTemporaryDir leaves files behind whose names are not UTF-8.
+TestFolder::~TestFolder()
+{
+    std::error_code failure;
+    std::filesystem::remove_all(mFolder.toStdString(), failure);
 }
 
 QByteArray TestFolder::addFile(const QByteArray& name, const QByteArray& contents) const
