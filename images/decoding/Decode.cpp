@@ -32,9 +32,6 @@ DecodedPicture decodeWithModule(const QByteArray& contents, ContentType type, in
 
 DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, int longestSide)
 {
-    if (type == ContentType::Unknown || type == ContentType::CameraRaw) {
-        return DecodedPicture::failed(DecodeError::NotAPicture);
-    }
     if (type == ContentType::Svg) {
         return decodeSvg(contents, longestSide);
     }
@@ -111,6 +108,9 @@ void finish(DecodedPicture& picture, const DecodeRequest& request)
 
 DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int longestSide)
 {
+    if (type == ContentType::Unknown) {
+        return DecodedPicture::failed(DecodeError::NotAPicture);
+    }
     const auto stored = longestSide > 0 ? StoredThumbnail::Read : StoredThumbnail::Skip;
     const Metadata metadata
         = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
@@ -122,7 +122,8 @@ DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int lon
         picture = decodeByContents(contents, type, longestSide);
     }
     picture.orientation = validOrientation(metadata.orientation);
-    if (metadata.isAdobeRgb && picture.pixels.colorSpace().iccProfile().isEmpty()) {
+    if (metadata.isAdobeRgb && type == ContentType::Jpeg && !isCmyk(contents, type)
+        && picture.pixels.colorSpace().iccProfile().isEmpty()) {
         picture.pixels.setColorSpace(QColorSpace::AdobeRgb);
     }
     return picture;

@@ -147,8 +147,8 @@ void ThumbnailTest::transparencyIsKept()
     const QImage thumbnail = KLImage::thumbNailFromURL(folder.urlOf("a.png"));
     QCOMPARE(thumbnail.size(), QSize(300, 200));
     QCOMPARE(thumbnail.format(), QImage::Format_ARGB32_Premultiplied);
-    QVERIFY(qAbs(qAlpha(thumbnail.pixel(150, 100)) - 100) <= 1);
-    QVERIFY(qAbs(qGreen(thumbnail.pixel(150, 100)) - 255) <= 3);
+    QVERIFY(qAbs(thumbnail.pixelColor(150, 100).alpha() - 100) <= 1);
+    QVERIFY(qAbs(thumbnail.pixelColor(150, 100).green() - 255) <= 3);
 }
 
 void ThumbnailTest::moviesHaveNone()

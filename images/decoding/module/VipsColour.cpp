@@ -17,6 +17,9 @@ VipsImagePtr stretched(const VipsImagePtr& image)
 
 VipsImagePtr withModel(const VipsImagePtr& image)
 {
+    if (!image) {
+        return nullptr;
+    }
     const VipsInterpretation model = vips_image_guess_interpretation(image.get());
     if (model != VIPS_INTERPRETATION_MULTIBAND && model != VIPS_INTERPRETATION_MATRIX) {
         return applied(image, vips_copy, "interpretation", model);
@@ -52,8 +55,10 @@ VipsImagePtr inScreenColours(VipsImagePtr image, SampleRange range)
             return nullptr;
         }
     }
-    image = withModel(image);
-    image = toSrgb(image);
+    if (vips_image_get_coding(image.get()) == VIPS_CODING_RAD) {
+        image = applied(image, vips_rad2float);
+    }
+    image = toSrgb(withModel(image));
     image = applied(image, vips_cast_uchar);
     if (!image) {
         return nullptr;

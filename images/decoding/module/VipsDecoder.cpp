@@ -15,34 +15,36 @@ namespace {
 
 enum class Input
 {
-    Source, // reads from memory
+    Source, // reads from a source, here memory
+    Bytes, // reads from memory
     Name, // opens a file by its name
 };
 
 // Each type has its one loader, called by name: libvips is never left to guess, and none of these follows a path that
-// stands in a file. ImageMagick is told the format with the prefix, so that nothing else of it can be reached.
+// stands in a file. ImageMagick tells types apart by the first bytes; those of its own languages, which do name other
+// files, are none of the bytes by which a file came to be of one of these types.
 struct Loader
 {
     ContentType type;
     const char* operation;
     Input input;
-    const char* prefix;
     SampleRange range;
 };
 
 constexpr std::array loaders{
-    Loader{ContentType::Dds, "magickload", Input::Name, "DDS:", SampleRange::OfFormat},
-    Loader{ContentType::Fits, "fitsload", Input::Name, "", SampleRange::OfPicture},
-    Loader{ContentType::Heif, "heifload_source", Input::Source, "", SampleRange::OfFormat},
-    Loader{ContentType::Jpeg, "jpegload_source", Input::Source, "", SampleRange::OfFormat},
-    Loader{ContentType::Jpeg2000, "jp2kload_source", Input::Source, "", SampleRange::OfFormat},
-    Loader{ContentType::JpegXl, "jxlload_source", Input::Source, "", SampleRange::OfFormat},
-    Loader{ContentType::OpenExr, "openexrload", Input::Name, "", SampleRange::OfFormat},
-    Loader{ContentType::Pcx, "magickload", Input::Name, "PCX:", SampleRange::OfFormat},
-    Loader{ContentType::Psd, "magickload", Input::Name, "PSD:", SampleRange::OfFormat},
-    Loader{ContentType::Radiance, "radload_source", Input::Source, "", SampleRange::OfFormat},
-    Loader{ContentType::Sgi, "magickload", Input::Name, "SGI:", SampleRange::OfFormat},
-    Loader{ContentType::Tiff, "tiffload_source", Input::Source, "", SampleRange::OfFormat},
+    Loader{ContentType::Dds, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
+    Loader{ContentType::Fits, "fitsload", Input::Name, SampleRange::OfPicture},
+    Loader{ContentType::Heif, "heifload_source", Input::Source, SampleRange::OfFormat},
+    Loader{ContentType::Jpeg, "jpegload_source", Input::Source, SampleRange::OfFormat},
+    Loader{ContentType::Jpeg2000, "jp2kload_source", Input::Source, SampleRange::OfFormat},
+    Loader{ContentType::JpegXl, "jxlload_source", Input::Source, SampleRange::OfFormat},
+    Loader{ContentType::OpenExr, "openexrload", Input::Name, SampleRange::OfFormat},
+    Loader{ContentType::Pcx, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
+    Loader{ContentType::Psd, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
+    Loader{ContentType::Radiance, "radload_source", Input::Source, SampleRange::OfFormat},
+    Loader{ContentType::Sgi, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
+    Loader{ContentType::Targa, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
+    Loader{ContentType::Tiff, "tiffload_source", Input::Source, SampleRange::OfFormat},
 };
 
 bool startVipsOnce()
@@ -104,12 +106,15 @@ private:
     void setInput(VipsOperation* operation) const
     {
         if (mFile) {
-            const QByteArray name = mLoader.prefix + mFile->name();
-            g_object_set(operation, "filename", name.constData(), nullptr);
-            return;
+            g_object_set(operation, "filename", mFile->name().constData(), nullptr);
+        } else if (mLoader.input == Input::Source) {
+            const VipsSourcePtr source(vips_source_new_from_memory(mContents.constData(), mContents.size()));
+            g_object_set(operation, "source", source.get(), nullptr);
+        } else {
+            VipsBlob* const blob = vips_blob_new(nullptr, mContents.constData(), mContents.size());
+            g_object_set(operation, "buffer", blob, nullptr);
+            vips_area_unref(VIPS_AREA(blob));
         }
-        const VipsSourcePtr source(vips_source_new_from_memory(mContents.constData(), mContents.size()));
-        g_object_set(operation, "source", source.get(), nullptr);
     }
 
     const Loader& mLoader;
