@@ -19,7 +19,7 @@ KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
     mBackgroundLayer = std::make_shared<Layer>(mCompositor);
-    mBackgroundLayer->setFrame(QRectF(QPointF(), size()));
+    fitRootLayer();
     mCurrentLayer = addLayer();
     mPreviousLayer = addLayer();
     mCursorLayer = addLayer();
@@ -55,6 +55,7 @@ void KLLayerView::setImageWithURL(const FileUrl& url, bool forward)
 void KLLayerView::setImage(const KLImagePtr& image, bool forward)
 {
     mImageOK = true;
+    fitRootLayer();
     if (mCurrentImage) {
         swapImageLayers();
         resetLayer(mPreviousLayer);
@@ -85,7 +86,7 @@ void KLLayerView::clearImage()
 void KLLayerView::refresh()
 {
     updateFitMode();
-    if (mCurrentImage) {
+    if (mCurrentImage && !mCurrentImage->mURL().isEmpty()) {
         mCurrentImage->refresh();
     }
     displayLayer(mCurrentLayer);
@@ -109,16 +110,16 @@ QRectF KLLayerView::rectForLayer(const LayerPtr& layer) const
 
 QRectF KLLayerView::rectForImage(const KLImagePtr& image) const
 {
-    const QSizeF size = mBackgroundLayer->bounds().size();
+    const QSizeF viewSize = size();
     const QVariant stored = mDefaults.value(keys::imageFitMode);
     const QString mode = stored.isValid() ? stored.toString() : keys::fitModeFit;
     if (mode == keys::fitModeFit || mode == keys::fitModeZoom) {
-        return image ? image->rectToFitScreen(size, mode == keys::fitModeZoom) : QRectF();
+        return image ? image->rectToFitScreen(viewSize, mode == keys::fitModeZoom) : QRectF();
     }
     if (mode == keys::fitModeFill) {
-        return image ? image->rectToFillScreen(size) : QRectF();
+        return image ? image->rectToFillScreen(viewSize) : QRectF();
     }
-    return {QPointF(), size};
+    return {QPointF(), viewSize};
 }
 
 void KLLayerView::resetLayer(const LayerPtr& layer)
@@ -185,14 +186,20 @@ void KLLayerView::prepareCopies()
 
 void KLLayerView::paintEvent(QPaintEvent* /*event*/)
 {
+    fitRootLayer();
     prepareCopies();
     QPainter painter(this);
     mRenderer.paint(painter, presentation(*mBackgroundLayer, mCompositor->now()), area());
 }
 
-void KLLayerView::resizeEvent(QResizeEvent* /*event*/)
+void KLLayerView::fitRootLayer()
 {
     mBackgroundLayer->setFrame(QRectF(QPointF(), size()));
+}
+
+void KLLayerView::resizeEvent(QResizeEvent* /*event*/)
+{
+    fitRootLayer();
 }
 
 void KLLayerView::showEvent(QShowEvent* /*event*/)

@@ -92,6 +92,8 @@ private:
     LayerPtr addLayer();
     KLImagePtr imageOfLayer(const LayerPtr& layer) const;
     ViewArea area() const;
+    // Gives the root layer the view's bounds. A view that is not shown yet is told late of its size.
+    void fitRootLayer();
     // Has the pictures of both image layers ready in the size of their frames.
     void prepareCopies();
     void fade(const LayerPtr& from, const LayerPtr& to, Duration duration);

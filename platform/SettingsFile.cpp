@@ -62,7 +62,7 @@ private:
 QString freeNameBeside(const QString& path)
 {
     for (int number = 1;; ++number) {
-        const QString name = QStringLiteral("%1.damaged-%2").arg(path).arg(number);
+        QString name = QStringLiteral("%1.damaged-%2").arg(path).arg(number);
         const QFileInfo info(name);
         if (!info.exists() && !info.isSymLink()) {
             return name;
@@ -102,7 +102,7 @@ SettingsFile::Values SettingsFile::merge(const QVariantMap& changes, const QVari
     if (!lock.isHeld()) {
         return tl::unexpected(SettingsFileError::NotWritten);
     }
-    const auto present = read();
+    auto present = read();
     if (present) {
         return replaced(changes, *present);
     }

@@ -1,44 +1,63 @@
 #include "Duplicates.h"
 
 #include <QHash>
-#include <QSet>
 
 #include <algorithm>
-#include <iterator>
 
 namespace frameflow {
 
+namespace {
+
+// The files other than JPEGs that share a base name.
+struct Companions
+{
+    const SlideItem* first = nullptr;
+    int jpegs = 0; // of the same base name
+};
+
+} // namespace
+
 Duplicates takeDuplicates(SlideItems& items)
 {
-    QHash<QByteArrayView, const SlideItem*> companions; // the first of each base name
+    Duplicates taken;
+    const auto middle
+        = std::find_if(items.begin(), items.end(), [&](const auto& item) { return item->isJPG() != items[0]->isJPG(); });
+    if (middle == items.end()) {
+        return taken; // one group is empty
+    }
+    QHash<QByteArrayView, Companions> companions;
+    companions.reserve(static_cast<qsizetype>(items.size() / 2));
     std::vector<const SlideItem*> jpegs;
     for (const auto& item : items) {
         if (item->isJPG()) {
             jpegs.push_back(item.data());
-            continue;
+        } else if (auto& group = companions[item->baseName()]; group.first == nullptr) {
+            group.first = item.data();
         }
-        auto& first = companions[item->baseName()];
-        if (first == nullptr) {
-            first = item.data();
-        }
-    }
-    Duplicates taken;
-    if (jpegs.empty() || companions.isEmpty()) {
-        return taken;
     }
     for (const SlideItem* jpeg : jpegs) {
-        if (const SlideItem* companion = companions.value(jpeg->baseName())) {
-            taken.urls.append(companion->mURL());
+        if (const auto group = companions.find(jpeg->baseName()); group != companions.end()) {
+            ++group->jpegs;
+            taken.urls.append(group->first->mURL());
         }
     }
     if (taken.urls.isEmpty()) {
         return taken;
     }
-    const QSet<FileUrl> gone(taken.urls.cbegin(), taken.urls.cend());
-    const auto rest = std::stable_partition(
-        items.begin(), items.end(), [&](const auto& item) { return item->isJPG() || !gone.contains(item->mURL()); });
-    taken.items.assign(std::make_move_iterator(rest), std::make_move_iterator(items.end()));
-    items.erase(rest, items.end());
+    // Equal items have equal names, so each is found in the group of the one that it is equal to.
+    const auto isTaken = [&](const SlideItemPtr& item) {
+        if (item->isJPG()) {
+            return false;
+        }
+        const auto group = companions.constFind(item->baseName());
+        return group->jpegs > 0 && (group->first == item.data() || item->isEqual(*group->first));
+    };
+    SlideItems kept;
+    kept.reserve(items.size());
+    for (auto& item : items) {
+        (isTaken(item) ? taken.items : kept).push_back(std::move(item));
+    }
+    items = std::move(kept);
     return taken;
 }
 

@@ -17,8 +17,10 @@ public:
 private:
     quint64 next();
 
-    std::array<quint64, 256> mBlock{};
-    size_t mUsed = 256;
+    // The first block is small: most lists are.
+    size_t mBlockSize = 16;
+    size_t mUsed = 16;
+    std::array<quint64, 1024> mBlock; // filled before it is read
 };
 
 // Brings a list into random order, every order equally likely. Fewer than three entries stay as they are.

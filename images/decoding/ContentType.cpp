@@ -86,6 +86,21 @@ bool isPcx(const QByteArray& contents)
         && (bits == 1 || bits == 2 || bits == 4 || bits == 8);
 }
 
+// No type of text has bytes like these: nothing that is a script for the decoder may pass here.
+bool isTarga(const QByteArray& contents)
+{
+    constexpr qsizetype headerSize = 18;
+    if (contents.size() < headerSize) {
+        return false;
+    }
+    const auto* header = reinterpret_cast<const uchar*>(contents.constData());
+    const int mapped = header[1];
+    const int kind = header[2];
+    const int bits = header[16];
+    const bool isKnown = (kind >= 1 && kind <= 3) || (kind >= 9 && kind <= 11);
+    return mapped <= 1 && isKnown && (bits == 8 || bits == 15 || bits == 16 || bits == 24 || bits == 32);
+}
+
 bool isPortableMap(const QByteArray& contents)
 {
     return contents.size() > 2 && contents.at(0) == 'P' && contents.at(1) >= '1' && contents.at(1) <= '6'
@@ -102,7 +117,7 @@ bool isSvgText(const QByteArray& contents)
 ContentType typeByName(const QByteArray& contents, QByteArrayView fileName)
 {
     const QString type = mimeTypeForName(fileName);
-    if (type == QLatin1String("image/x-tga")) {
+    if (type == QLatin1String("image/x-tga") && isTarga(contents)) {
         return ContentType::Targa;
     }
     const bool isSvg = type.startsWith(QLatin1String("image/svg+xml"));

@@ -2,30 +2,83 @@
 
 #include "Colour.h"
 #include "ContentType.h"
+#include "DecoderModule.h"
 #include "FileContents.h"
 #include "FileTypes.h"
 #include "Limits.h"
 #include "Metadata.h"
 #include "Orientation.h"
 #include "QtDecoder.h"
+#include "SvgDecoder.h"
 
 #include <QColorSpace>
 
 #include <new>
+#include <optional>
 
 namespace frameflow {
 
 namespace {
 
+// A preview stands for its camera raw picture when it has this share of its width and height.
+constexpr double previewShare = 0.9;
+
+DecodedPicture decodeWithModule(const QByteArray& contents, ContentType type, int longestSide)
+{
+    const DecoderModule* const module = decoderModule();
+    return module != nullptr ? module->decodeWithVips(contents, type, longestSide)
+                             : DecodedPicture::failed(DecodeError::NotAPicture);
+}
+
 DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, int longestSide)
 {
-    if (type == ContentType::Unknown) {
-        return DecodedPicture::failed(DecodeError::NotAPicture);
+    if (type == ContentType::Svg) {
+        return decodeSvg(contents, longestSide);
     }
-    if (isQtType(type)) {
-        return decodeWithQt(contents, type, longestSide);
+    if (!isQtType(type) || isCmyk(contents, type)) {
+        return decodeWithModule(contents, type, longestSide);
     }
-    return DecodedPicture::failed(DecodeError::NotAPicture);
+    DecodedPicture picture = decodeWithQt(contents, type, longestSide);
+    // TIFF is a box for many codecs and layouts, of which each library reads some.
+    if (picture.error == DecodeError::Damaged && type == ContentType::Tiff) {
+        return decodeWithModule(contents, type, longestSide);
+    }
+    return picture;
+}
+
+bool isLargeEnough(QSize preview, QSize raw, int longestSide)
+{
+    const QSize wide = preview.width() < preview.height() ? preview.transposed() : preview;
+    if (longestSide > 0 && wide.width() >= longestSide) {
+        return true;
+    }
+    const QSize rawWide = raw.width() < raw.height() ? raw.transposed() : raw;
+    return wide.width() >= previewShare * rawWide.width() && wide.height() >= previewShare * rawWide.height();
+}
+
+// Nothing when it is no camera raw file after all.
+std::optional<DecodedPicture> decodeRaw(const QByteArray& contents, int longestSide)
+{
+    const DecoderModule* const module = decoderModule();
+    RawHeader header;
+    if (module == nullptr || !module->readRawHeader(contents, &header)) {
+        return std::nullopt;
+    }
+    DecodedPicture picture;
+    if (contentType(header.preview, {}) == ContentType::Jpeg) {
+        picture = decodeWithQt(header.preview, ContentType::Jpeg, longestSide);
+    }
+    if (picture.pixels.isNull() || !isLargeEnough(picture.size, header.size, longestSide)) {
+        picture = module->developRaw(contents, longestSide);
+    }
+    picture.orientation = header.orientation;
+    return picture;
+}
+
+// The types whose codecs turn the picture themselves.
+bool isTurnedByCodec(ContentType type)
+{
+    return type == ContentType::Heif || type == ContentType::JpegXl;
 }
 
 // Reduces, converts the colours and turns, each only where it is needed.
@@ -53,17 +106,47 @@ void finish(DecodedPicture& picture, const DecodeRequest& request)
     }
 }
 
+DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int longestSide)
+{
+    if (type == ContentType::Unknown) {
+        return DecodedPicture::failed(DecodeError::NotAPicture);
+    }
+    const auto stored = longestSide > 0 ? StoredThumbnail::Read : StoredThumbnail::Skip;
+    const Metadata metadata
+        = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
+    DecodedPicture picture = DecodedPicture::failed(DecodeError::NotAPicture);
+    if (contentType(metadata.thumbnail, {}) == ContentType::Jpeg) {
+        picture = decodeWithQt(metadata.thumbnail, ContentType::Jpeg, longestSide);
+    }
+    if (picture.pixels.isNull()) {
+        picture = decodeByContents(contents, type, longestSide);
+    }
+    picture.orientation = validOrientation(metadata.orientation);
+    if (metadata.isAdobeRgb && type == ContentType::Jpeg && !isCmyk(contents, type)
+        && picture.pixels.colorSpace().iccProfile().isEmpty()) {
+        picture.pixels.setColorSpace(QColorSpace::AdobeRgb);
+    }
+    return picture;
+}
+
 DecodedPicture decodeContents(const QByteArray& contents, const DecodeRequest& request)
 {
     const ContentType type = contentType(contents, request.fileName);
-    const Metadata metadata = readMetadata(contents, StoredThumbnail::Skip, 0);
-    DecodedPicture picture = decodeByContents(contents, type, request.longestSide);
-    if (picture.error != DecodeError::None) {
-        return picture;
+    std::optional<DecodedPicture> picture;
+    if (type == ContentType::CameraRaw || isRawName(request.fileName)) {
+        picture = decodeRaw(contents, request.longestSide);
+        // What other decoders find in a damaged camera raw file is its small preview.
+        if (!picture && (type == ContentType::CameraRaw || type == ContentType::Tiff)) {
+            return DecodedPicture::failed(DecodeError::Damaged);
+        }
     }
-    picture.orientation = validOrientation(metadata.orientation);
-    finish(picture, request);
-    return picture;
+    if (!picture) {
+        picture = decodeOther(contents, type, request.longestSide);
+    }
+    if (picture->error == DecodeError::None) {
+        finish(*picture, request);
+    }
+    return *picture;
 }
 
 } // namespace

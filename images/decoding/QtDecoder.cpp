@@ -20,6 +20,7 @@ struct Reader
     const char* format;
 };
 
+// Qt has a reader for Targa too, but of the kinds in use it reads one alone.
 constexpr std::array readers{
     Reader{ContentType::Bmp, "bmp"},
     Reader{ContentType::Gif, "gif"},
@@ -27,7 +28,6 @@ constexpr std::array readers{
     Reader{ContentType::Jpeg, "jpeg"},
     Reader{ContentType::Png, "png"},
     Reader{ContentType::PortableMap, "ppm"},
-    Reader{ContentType::Targa, "tga"},
     Reader{ContentType::Tiff, "tiff"},
     Reader{ContentType::WebP, "webp"},
     Reader{ContentType::Xpm, "xpm"},

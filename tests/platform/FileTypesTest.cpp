@@ -162,6 +162,7 @@ void FileTypesTest::answersTheSameFromManyThreads()
 {
     std::atomic<int> wrong = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back([&wrong] {
             for (int round = 0; round < 500; ++round) {

@@ -53,7 +53,7 @@ public:
 
     QByteArray add(const QByteArray& name, const QByteArray& contents) const
     {
-        const QByteArray path = mPath + '/' + name;
+        QByteArray path = mPath + '/' + name;
         FILE* const file = fopen(path.constData(), "wb");
         if (!file) {
             qFatal("%s cannot be made", path.constData());

@@ -45,7 +45,7 @@ TestFolder::~TestFolder()
 
 QByteArray TestFolder::addFile(const QByteArray& name, const QByteArray& contents) const
 {
-    const QByteArray path = pathOf(name);
+    QByteArray path = pathOf(name);
     makeFolders(path);
     const int file = open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     require(file >= 0, "open", path);
@@ -56,14 +56,14 @@ QByteArray TestFolder::addFile(const QByteArray& name, const QByteArray& content
 
 QByteArray TestFolder::addFolder(const QByteArray& name) const
 {
-    const QByteArray path = pathOf(name);
+    QByteArray path = pathOf(name);
     makeFolders(path + '/');
     return path;
 }
 
 QByteArray TestFolder::addLink(const QByteArray& name, const QByteArray& target) const
 {
-    const QByteArray path = pathOf(name);
+    QByteArray path = pathOf(name);
     makeFolders(path);
     require(symlink(target.constData(), path.constData()) == 0, "symlink", path);
     return path;
