@@ -67,8 +67,7 @@ void makeTree(const QByteArray& root, int files)
         require(mkdir(path.constData(), 0777) == 0, "mkdir");
         for (int file = 0; file < filesInFolder; ++file) {
             const int number = (folder * filesInFolder + file) * 7919 % files;
-            const QByteArray name
-                = path + "/IMG_" + QByteArray::number(number) + (file % 4 == 3 ? ".xmp" : ".jpg");
+            const QByteArray name = path + "/IMG_" + QByteArray::number(number) + (file % 4 == 3 ? ".xmp" : ".jpg");
             const int descriptor = open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
             require(descriptor >= 0, "open");
             close(descriptor);
