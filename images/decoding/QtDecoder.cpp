@@ -39,16 +39,6 @@ const char* formatOf(ContentType type)
     return found != readers.end() ? found->format : nullptr;
 }
 
-void limitAllocationsOnce()
-{
-    static std::once_flag once;
-    std::call_once(once, [] {
-        constexpr qint64 megabyte = 1024 * 1024;
-        const qint64 limit = std::min<qint64>(mostBytesForDecoding() / megabyte, std::numeric_limits<int>::max());
-        QImageReader::setAllocationLimit(std::max(1, static_cast<int>(limit)));
-    });
-}
-
 void jumpToLargest(QImageReader& reader)
 {
     qint64 most = -1;
@@ -66,6 +56,16 @@ void jumpToLargest(QImageReader& reader)
 
 } // namespace
 
+void limitQtAllocations()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        constexpr qint64 megabyte = 1024 * 1024;
+        const qint64 limit = std::min<qint64>(mostBytesForDecoding() / megabyte, std::numeric_limits<int>::max());
+        QImageReader::setAllocationLimit(std::max(1, static_cast<int>(limit)));
+    });
+}
+
 bool isQtType(ContentType type)
 {
     return formatOf(type) != nullptr;
@@ -73,7 +73,7 @@ bool isQtType(ContentType type)
 
 DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int longestSide)
 {
-    limitAllocationsOnce();
+    limitQtAllocations();
     QBuffer buffer;
     buffer.setData(contents);
     buffer.open(QIODevice::ReadOnly);

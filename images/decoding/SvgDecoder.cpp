@@ -1,6 +1,7 @@
 #include "SvgDecoder.h"
 
 #include "Limits.h"
+#include "QtDecoder.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -111,6 +112,7 @@ DecodedPicture decodeSvg(const QByteArray& contents, int longestSide)
     if (drawing.isEmpty()) {
         return DecodedPicture::failed(DecodeError::Damaged);
     }
+    limitQtAllocations();
     QBuffer buffer(&drawing);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, "svg");

@@ -12,6 +12,7 @@ class DrawingsTest : public QObject
 private Q_SLOTS:
     void sizes_data();
     void sizes();
+    void drawingWithoutAnySizeIsStillShown();
     void outsidePicturesAreNotLoaded_data();
     void outsidePicturesAreNotLoaded();
     void insidePicturesAreDrawn();
@@ -53,18 +54,26 @@ void DrawingsTest::sizes_data()
     QTest::newRow("view box only") << QByteArray(R"(viewBox="0 0 64 32")") << QSize(64, 32);
     QTest::newRow("view box and share")
         << QByteArray(R"(width="100%" height="100%" viewBox="0 0 64 32")") << QSize(64, 32);
-    QTest::newRow("nothing") << QByteArray() << QSize(1024, 1024);
-    QTest::newRow("zero") << QByteArray(R"(width="0" height="0")") << QSize(1024, 1024);
+    QTest::newRow("as large as what it shows") << QByteArray() << QSize(90, 70);
 }
 
 void DrawingsTest::sizes()
 {
     QFETCH(QByteArray, attributes);
     QFETCH(QSize, expected);
-    const KLImagePtr image = load(svg(R"(<rect width="9999" height="9999" fill="#f00"/>)", attributes));
+    const KLImagePtr image = load(svg(R"(<rect width="90" height="70" fill="#f00"/>)", attributes));
     QVERIFY(image);
     QCOMPARE(QSize(image->width(), image->height()), expected);
     QCOMPARE(image->getCGImage().size(), expected);
+}
+
+void DrawingsTest::drawingWithoutAnySizeIsStillShown()
+{
+    for (const QByteArray attributes : {"", R"(width="0" height="0")", R"(width="-5" height="-5")"}) {
+        const KLImagePtr image = load(svg("", attributes));
+        QVERIFY(image);
+        QCOMPARE(QSize(image->width(), image->height()), QSize(1024, 1024));
+    }
 }
 
 void DrawingsTest::outsidePicturesAreNotLoaded_data()
