@@ -20,8 +20,6 @@ namespace {
 constexpr qsizetype longestDrawing = 64 * 1024 * 1024;
 // The parser and the drawing both descend with the elements.
 constexpr int deepestNesting = 500;
-// For a drawing that names no size.
-constexpr QSize defaultSize(1024, 1024);
 
 std::optional<QByteArray> unpacked(const QByteArray& contents)
 {
@@ -119,7 +117,7 @@ DecodedPicture decodeSvg(const QByteArray& contents, int longestSide)
     DecodedPicture picture;
     picture.size = reader.size();
     if (picture.size.isEmpty()) {
-        picture.size = defaultSize;
+        return DecodedPicture::failed(DecodeError::Damaged);
     }
     reader.setScaledSize(heldSize(picture.size, longestSide));
     if (!reader.read(&picture.pixels)) {

@@ -149,9 +149,11 @@ void ColoursTest::tableProfileIsConverted()
 {
     mFolder->addFile("p.icc", swappingProfile());
     mFolder->addFile("in.png", encoded(plain(QColor(200, 100, 50)), "png"));
-    for (const char* const name : {"a.png", "a.jpg", "a.tif"}) {
-        QVERIFY(convert({path("in.png"), QStringLiteral("-strip"), QStringLiteral("-set"), QStringLiteral("profile"),
-            path("p.icc"), QStringLiteral("-profile"), path("p.icc"), path(name)}));
+    QVERIFY(convert({path("in.png"), QStringLiteral("-strip"), QStringLiteral("-profile"), path("p.icc"), path("a.tif")}));
+    for (const char* const name : {"a.png", "a.jpg", "a.webp"}) {
+        QVERIFY(runTool(QStringLiteral("vips"), {QStringLiteral("copy"), path("a.tif"), path(name)}));
+    }
+    for (const char* const name : {"a.tif", "a.png", "a.jpg", "a.webp"}) {
         COMPARE_COLOUR(colourOf(name), qRgb(50, 100, 200), 12);
     }
 }
@@ -162,8 +164,11 @@ void ColoursTest::greyProfileIsConverted()
     grey.fill(55);
     mFolder->addFile("in.png", encoded(grey, "png"));
     mFolder->addFile("p.icc", linearGreyProfile());
-    for (const char* const name : {"a.png", "a.jpg", "a.tif"}) {
-        QVERIFY(convert({path("in.png"), QStringLiteral("-strip"), QStringLiteral("-profile"), path("p.icc"), path(name)}));
+    QVERIFY(convert({path("in.png"), QStringLiteral("-strip"), QStringLiteral("-profile"), path("p.icc"), path("a.tif")}));
+    for (const char* const name : {"a.png", "a.jpg"}) {
+        QVERIFY(runTool(QStringLiteral("vips"), {QStringLiteral("copy"), path("a.tif"), path(name)}));
+    }
+    for (const char* const name : {"a.tif", "a.png", "a.jpg"}) {
         // A fifth of the light.
         COMPARE_COLOUR(colourOf(name), qRgb(128, 128, 128), 3);
     }
@@ -184,7 +189,9 @@ void ColoursTest::srgbIsNotTouched()
     for (const char* const name : {"none.png", "srgb.png", "gamma.png"}) {
         const KLImagePtr loaded = KLImage::imageWithURL(mFolder->urlOf(name));
         QVERIFY(loaded);
-        QCOMPARE(loaded->getCGImage().convertToFormat(QImage::Format_RGB32), image.convertToFormat(QImage::Format_RGB32));
+        for (int x = 0; x < 256; ++x) {
+            QCOMPARE(QColor(loaded->getCGImage().pixel(x, 1)), QColor(image.pixel(x, 1)));
+        }
     }
 }
 
