@@ -86,7 +86,8 @@ QImage landscape(QSize size)
             const double leaves = isSky ? 0 : 30 * std::sin(x * 0.31 + std::sin(y * 0.17) * 3) * std::cos(y * 0.23);
             const double shade = isSky ? 200 - 90 * height : 70 + 60 * height + leaves;
             const auto channel = [&](double base) { return std::clamp(static_cast<int>(base) + grain, 0, 255); };
-            line[x] = qRgb(channel(shade * (isSky ? 0.7 : 0.8)), channel(shade), channel(isSky ? shade + 40 : shade * 0.4));
+            line[x]
+                = qRgb(channel(shade * (isSky ? 0.7 : 0.8)), channel(shade), channel(isSky ? shade + 40 : shade * 0.4));
         }
     }
     return image;
@@ -113,7 +114,8 @@ bool report(const Figure& figure, const QByteArray& path)
     for (int i = 0; i < pairs; ++i) {
         bool isThere = false;
         ours.push_back(ownTime([&] {
-            isThere = figure.isThumbnail ? !KLImage::thumbNailFromURL(url).isNull() : KLImage::imageWithURL(url) != nullptr;
+            isThere
+                = figure.isThumbnail ? !KLImage::thumbNailFromURL(url).isNull() : KLImage::imageWithURL(url) != nullptr;
         }));
         theirs.push_back(programTime(reference));
         if (!isThere || theirs.back() < 0) {

@@ -112,8 +112,7 @@ DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int lon
         return DecodedPicture::failed(DecodeError::NotAPicture);
     }
     const auto stored = longestSide > 0 ? StoredThumbnail::Read : StoredThumbnail::Skip;
-    const Metadata metadata
-        = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
+    const Metadata metadata = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
     DecodedPicture picture = DecodedPicture::failed(DecodeError::NotAPicture);
     if (contentType(metadata.thumbnail, {}) == ContentType::Jpeg) {
         picture = decodeWithQt(metadata.thumbnail, ContentType::Jpeg, longestSide);

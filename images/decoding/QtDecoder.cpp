@@ -1,5 +1,6 @@
 #include "QtDecoder.h"
 
+#include "LargeBitmap.h"
 #include "Limits.h"
 
 #include <QBuffer>
@@ -90,10 +91,13 @@ DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int lo
     if (picture.size.isValid() && !reducible && !canDecode(picture.size, bytesPerPixel)) {
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
-    if (reducible && picture.size.isValid()) {
+    if (!picture.size.isEmpty()) {
         const QSize held = heldSize(picture.size, longestSide);
-        if (held != picture.size) {
+        if (reducible && held != picture.size) {
             reader.setScaledSize(held);
+        } else if (reader.imageFormat() != QImage::Format_Invalid) {
+            // The reader writes into a bitmap that fits, and makes its own otherwise.
+            picture.pixels = largeBitmap(picture.size, reader.imageFormat());
         }
     }
     if (!reader.read(&picture.pixels)) {

@@ -8,9 +8,9 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
-#include <zlib.h>
-
 #include <optional>
+
+#include <zlib.h>
 
 namespace frameflow {
 
@@ -48,7 +48,8 @@ std::optional<QByteArray> unpacked(const QByteArray& contents)
 
 bool isReference(const QXmlStreamAttribute& attribute)
 {
-    return attribute.qualifiedName() == QLatin1String("href") || attribute.qualifiedName().endsWith(QLatin1String(":href"));
+    return attribute.qualifiedName() == QLatin1String("href")
+        || attribute.qualifiedName().endsWith(QLatin1String(":href"));
 }
 
 bool pointsOutside(const QXmlStreamAttribute& attribute)

@@ -82,8 +82,7 @@ QByteArray little32(quint32 value)
 QByteArray chunk(const QByteArray& type, const QByteArray& data)
 {
     const QByteArray body = type + data;
-    const auto checksum
-        = crc32(0, reinterpret_cast<const Bytef*>(body.constData()), static_cast<uInt>(body.size()));
+    const auto checksum = crc32(0, reinterpret_cast<const Bytef*>(body.constData()), static_cast<uInt>(body.size()));
     return big32(static_cast<quint32>(data.size())) + body + big32(static_cast<quint32>(checksum));
 }
 
@@ -140,8 +139,8 @@ void BadFilesTest::initTestCase()
             QVERIFY(runTool(QStringLiteral("convert"), {in, out(name)}));
         }
     }
-    QVERIFY(runTool(QStringLiteral("convert"),
-        {in, QStringLiteral("-colorspace"), QStringLiteral("CMYK"), out("cmyk.jpg")}));
+    QVERIFY(runTool(
+        QStringLiteral("convert"), {in, QStringLiteral("-colorspace"), QStringLiteral("CMYK"), out("cmyk.jpg")}));
 }
 
 void BadFilesTest::truncatedJpegIsShownAsFarAsItGoes()
@@ -280,14 +279,19 @@ void BadFilesTest::otherContents_data()
     QTest::newRow("encapsulated postscript") << QByteArray("%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 9 9\n");
     QTest::newRow("drawing script") << "push graphic-context\nviewbox 0 0 64 48\nimage over 0,0 0,0 '"
             + mFolder.pathOf("a.png") + "'\npop graphic-context\n";
-    QTest::newRow("picture script") << "<?xml version='1.0'?><image><read filename='" + mFolder.pathOf("a.png") + "'/></image>";
+    QTest::newRow("picture script") << "<?xml version='1.0'?><image><read filename='" + mFolder.pathOf("a.png")
+            + "'/></image>";
     QTest::newRow("text list") << "@" + mFolder.pathOf("a.png");
     QTest::newRow("zeros") << QByteArray(5000, '\0');
     QTest::newRow("zip") << QByteArray("PK\3\4\x14\0\0\0", 8) + QByteArray(100, 'z');
-    QTest::newRow("program") << QByteArray("\x7f" "ELF\2\1\1") + QByteArray(100, '\0');
+    QTest::newRow("program") << QByteArray("\x7f"
+                                           "ELF\2\1\1")
+            + QByteArray(100, '\0');
     QTest::newRow("marks alone: jpeg") << QByteArray("\xff\xd8\xff");
     QTest::newRow("marks alone: tiff") << QByteArray("II*\0\x08\0\0\0", 8);
-    QTest::newRow("marks alone: heif") << QByteArray("\0\0\0\x18" "ftypheic", 12);
+    QTest::newRow("marks alone: heif") << QByteArray("\0\0\0\x18"
+                                                     "ftypheic",
+        12);
 }
 
 void BadFilesTest::otherContents()
@@ -313,7 +317,8 @@ void BadFilesTest::claimedSizes_data()
     QTest::newRow("tiff") << QByteArray("x.tif") << [] {
         QByteArray file = QByteArray("II*\0\x08\0\0\0", 8) + QByteArray("\x09\0", 2);
         const auto field = [&](int tag, quint32 value) {
-            file += QByteArray(1, char(tag)) + QByteArray(1, char(tag >> 8)) + QByteArray("\4\0\1\0\0\0", 6) + little32(value);
+            file += QByteArray(1, char(tag)) + QByteArray(1, char(tag >> 8)) + QByteArray("\4\0\1\0\0\0", 6)
+                + little32(value);
         };
         field(0x100, 60000);
         field(0x101, 60000);
@@ -329,15 +334,19 @@ void BadFilesTest::claimedSizes_data()
     QTest::newRow("photoshop") << QByteArray("x.psd")
                                << QByteArray("8BPS\0\1\0\0\0\0\0\0\0\3", 14) + big32(300000) + big32(300000)
             + QByteArray("\0\x08\0\3", 4) + QByteArray(14, '\0');
-    QTest::newRow("targa") << QByteArray("x.tga")
-                           << QByteArray("\0\0\x0a\0\0\0\0\0\0\0\0\0\xff\xff\xff\xff\x20\0", 18) + QByteArray(100, '\x7f');
-    QTest::newRow("portable map") << QByteArray("x.ppm") << QByteArray("P6 2000000000 2000000000 255\n") + QByteArray(50, 'x');
-    QTest::newRow("gif") << QByteArray("x.gif") << QByteArray("GIF89a\xff\xff\xff\xff\0\0\0,\0\0\0\0\xff\xff\xff\xff\0\2\2D\1\0;", 30);
-    QTest::newRow("radiance") << QByteArray("x.hdr") << QByteArray("#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 2000000 +X 2000000\n");
+    QTest::newRow("targa") << QByteArray(
+        "x.tga") << QByteArray("\0\0\x0a\0\0\0\0\0\0\0\0\0\xff\xff\xff\xff\x20\0", 18) + QByteArray(100, '\x7f');
+    QTest::newRow("portable map") << QByteArray("x.ppm")
+                                  << QByteArray("P6 2000000000 2000000000 255\n") + QByteArray(50, 'x');
+    QTest::newRow("gif") << QByteArray("x.gif")
+                         << QByteArray("GIF89a\xff\xff\xff\xff\0\0\0,\0\0\0\0\xff\xff\xff\xff\0\2\2D\1\0;", 30);
+    QTest::newRow("radiance") << QByteArray("x.hdr")
+                              << QByteArray("#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 2000000 +X 2000000\n");
     QTest::newRow("fits") << QByteArray("x.fits") << [] {
         QByteArray header;
-        for (const char* const card : {"SIMPLE  =                    T", "BITPIX  =                  -64",
-                 "NAXIS   =                    2", "NAXIS1  =              2000000", "NAXIS2  =              2000000", "END"}) {
+        for (const char* const card :
+            {"SIMPLE  =                    T", "BITPIX  =                  -64", "NAXIS   =                    2",
+                "NAXIS1  =              2000000", "NAXIS2  =              2000000", "END"}) {
             header += QByteArray(card).leftJustified(80, ' ');
         }
         return header.leftJustified(2880, ' ');
@@ -345,16 +354,19 @@ void BadFilesTest::claimedSizes_data()
     QTest::newRow("pcx") << QByteArray("x.pcx")
                          << QByteArray("\x0a\5\1\x08\0\0\0\0\xff\xff\xff\xff", 12) + QByteArray(53, '\0')
             + QByteArray("\3\xff\xff", 3) + QByteArray(60, '\0');
-    QTest::newRow("sgi") << QByteArray("x.sgi") << QByteArray("\x01\xda\1\1\0\3\xff\xff\xff\xff\0\4", 12) + QByteArray(500, '\0');
+    QTest::newRow("sgi") << QByteArray("x.sgi")
+                         << QByteArray("\x01\xda\1\1\0\3\xff\xff\xff\xff\0\4", 12) + QByteArray(500, '\0');
     QTest::newRow("direct draw") << QByteArray("x.dds")
                                  << QByteArray("DDS ") + little32(124) + little32(0x1007) + little32(0x7fffffff)
             + little32(0x7fffffff) + QByteArray(108, '\0');
     QTest::newRow("jpeg 2000") << QByteArray("x.j2k") << [] {
         return QByteArray("\xff\x4f\xff\x51\0\x2f\0\0", 8) + big32(0x7fffffff) + big32(0x7fffffff) + big32(0) + big32(0)
-            + big32(0x7fffffff) + big32(0x7fffffff) + big32(0) + big32(0) + big16(3) + QByteArray("\7\1\1\7\1\1\7\1\1", 9);
+            + big32(0x7fffffff) + big32(0x7fffffff) + big32(0) + big32(0) + big16(3)
+            + QByteArray("\7\1\1\7\1\1\7\1\1", 9);
     }();
-    QTest::newRow("xpm") << QByteArray("x.xpm")
-                         << QByteArray("/* XPM */\nstatic char *x[] = {\n\"100000 100000 1 1\",\n\"a c #ff0000\",\n\"aaa\"};\n");
+    QTest::newRow("xpm")
+        << QByteArray("x.xpm")
+        << QByteArray("/* XPM */\nstatic char *x[] = {\n\"100000 100000 1 1\",\n\"a c #ff0000\",\n\"aaa\"};\n");
 }
 
 void BadFilesTest::claimedSizes()

@@ -85,7 +85,8 @@ void ThreadsTest::thumbnailsAreMadeOnManyThreads()
     });
     QCOMPARE(wrong.load(), 0);
     for (int orientation = 1; orientation <= 8; ++orientation) {
-        const QImage thumbnail = KLThumbnailCache::imageWithURL(mFolder.urlOf(QByteArray::number(orientation) + ".jpg"));
+        const QImage thumbnail
+            = KLThumbnailCache::imageWithURL(mFolder.urlOf(QByteArray::number(orientation) + ".jpg"));
         QCOMPARE(quarters(thumbnail, 30), uprightQuarters(orientation));
     }
 }
