@@ -26,6 +26,7 @@ class PictureCompareTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void cleanupTestCase();
     void equalPicturesHaveNoDifference();
     void onePixelIsFound();
     void worstTileIsFoundAmongManySmallErrors();
@@ -37,6 +38,16 @@ private Q_SLOTS:
     void toleranceIsObeyed();
     void failureLeavesPictures();
 };
+
+// Pictures in that folder are to mean that something failed.
+void PictureCompareTest::cleanupTestCase()
+{
+    for (const char* name : {"left", "tolerance"}) {
+        for (const char* suffix : {"-actual.png", "-expected.png", "-difference.png"}) {
+            QFile::remove(failedPicture(name) + QLatin1String(suffix));
+        }
+    }
+}
 
 void PictureCompareTest::equalPicturesHaveNoDifference()
 {

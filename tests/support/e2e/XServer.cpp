@@ -4,6 +4,7 @@
 
 #include <QProcess>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -85,7 +86,9 @@ QList<quint32> XServer::numbers(WindowId window, const char* name) const
 {
     const QByteArray bytes = property(window, name);
     QList<quint32> values(bytes.size() / qsizetype(sizeof(quint32)));
-    std::memcpy(values.data(), bytes.constData(), values.size() * sizeof(quint32));
+    if (!values.isEmpty()) {
+        std::memcpy(values.data(), bytes.constData(), values.size() * sizeof(quint32));
+    }
     return values;
 }
 
@@ -195,7 +198,8 @@ QImage XServer::grab(const QRect& area) const
     if (!reply || xcb_get_image_data_length(reply.get()) != area.width() * area.height() * 4) {
         return {};
     }
-    QImage image(xcb_get_image_data(reply.get()), area.width(), area.height(), area.width() * 4, QImage::Format_RGB32);
+    QImage image(xcb_get_image_data(reply.get()), area.width(), area.height(), qsizetype(area.width()) * 4,
+        QImage::Format_RGB32);
     return image.copy();
 }
 
@@ -212,7 +216,7 @@ void XServer::sendToWindowManager(WindowId window, const char* message, const QL
     event.format = 32;
     event.window = window;
     event.type = atom(message);
-    std::memcpy(event.data.data32, data.constData(), data.size() * sizeof(quint32));
+    std::copy(data.cbegin(), data.cend(), event.data.data32);
     xcb_send_event(mConnection, 0, mRoot, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
         reinterpret_cast<const char*>(&event));
     xcb_flush(mConnection);

@@ -41,9 +41,9 @@ public:
     // The windows that the window manager has, the oldest first; minimised ones too.
     QList<WindowId> windows() const;
     QList<WindowId> windowsOf(qint64 process) const;
-    std::optional<WindowId> windowWithTitle(qint64 process, const QString& title) const;
+    std::optional<WindowId> windowWithTitle(qint64 process, const QString& wanted) const;
     // Waits for a window of the process, with the title if one is given, that is on screen.
-    std::optional<WindowId> waitForWindow(qint64 process, const QString& title = {}) const;
+    std::optional<WindowId> waitForWindow(qint64 process, const QString& wanted = {}) const;
 
     qint64 processOf(WindowId window) const;
     QString title(WindowId window) const;
