@@ -1,12 +1,16 @@
 #pragma once
 
+#include "Animation.h"
+#include "Compositor.h"
 #include "KLImage.h"
+#include "Layer.h"
+#include "RasterRenderer.h"
+#include "ReducedCopies.h"
 
 #include <QWidget>
 
 namespace frameflow {
 
-class Clock;
 class UserDefaults;
 
 // What the slide view tells its controller.
@@ -17,25 +21,97 @@ public:
     virtual void delayNextImage() = 0;
 };
 
-// The view that fills the slideshow window and shows the current slide. Main thread only.
-class KLLayerView : public QWidget
+// The view that fills the slideshow window and shows the current slide: two image layers that change roles at every
+// slide, and a layer for the custom cursor above them. Rectangles of layers are in points, origin at the lower left of
+// the view, y up. Main thread only. Settings are read whenever they are needed.
+class KLLayerView : public QWidget, public AnimationDelegate
 {
     Q_OBJECT
 
 public:
+    // Settings and clock outlive the view.
     KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent = nullptr);
     ~KLLayerView() override;
 
     // Not owned; null for none.
-    void setDelegate(KLImageDisplayDelegate* delegate);
+    void setDelegate(KLImageDisplayDelegate* delegate) { mDelegate = delegate; }
 
+    // Loads through the image cache, waiting for it, and presents. Dropped while the view is busy; a file without a
+    // picture makes ImageOK() false and changes nothing else.
     void setImageWithURL(const FileUrl& url, bool forward);
+    // Presents a picture, with a transition where there is a slide before it and no animation runs. Not null.
     void setImage(const KLImagePtr& image, bool forward);
-    bool isBusy() const;
-    bool ImageOK() const;
+    // Whether an animation is running. Begins and ends between events, not within a call.
+    bool isBusy() const { return mTransitionInProgress; }
+    bool ImageOK() const { return mImageOK; }
     void clearImage();
+    // Re-places the slide for the view's size and the fit mode, and loads its picture again if the file has changed.
     void refresh();
     void updateFitMode();
+
+    // The frame that a layer should have. Anything but the two image layers is an AssertionFailure.
+    QRectF rectForLayer(const LayerPtr& layer) const;
+    // By the fit mode; for no image the zero rectangle, or the view's bounds where the mode stretches.
+    QRectF rectForImage(const KLImagePtr& image) const;
+
+    void resetLayer(const LayerPtr& layer);
+    void currentOnTop() { put(mCurrentLayer, mPreviousLayer); }
+    void previousOnTop() { put(mPreviousLayer, mCurrentLayer); }
+    // Moves the layer directly above the other.
+    void put(const LayerPtr& layer, const LayerPtr& above);
+    void swapImageLayers();
+    // Gives the layer its contents.
+    void displayLayer(const LayerPtr& layer);
+
+    const LayerPtr& backgroundLayer() const { return mBackgroundLayer; }
+    const LayerPtr& currentLayer() const { return mCurrentLayer; }
+    const LayerPtr& previousLayer() const { return mPreviousLayer; }
+    const LayerPtr& cursorLayer() const { return mCursorLayer; }
+    const KLImagePtr& currentImage() const { return mCurrentImage; }
+    const KLImagePtr& previousImage() const { return mPreviousImage; }
+    Compositor& compositor() const { return *mCompositor; }
+    // Whether a sharper picture than the one drawn is being made.
+    bool isSharpening() const { return mCopies.isReducing(); }
+
+    // Runs the transition that the settings name, from the layer of the old slide to that of the new one. A name that
+    // is not in the table changes nothing.
+    void transition(const LayerPtr& from, const LayerPtr& to, bool forward);
+    void transitionNone(const LayerPtr& from, const LayerPtr& to);
+    void transitionCrossFade(const LayerPtr& from, const LayerPtr& to);
+    void transitionFastCross(const LayerPtr& from, const LayerPtr& to);
+
+    void animationDidStart(const AnimationPtr& animation) override;
+    void animationDidStop(const AnimationPtr& animation, bool finished) override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    LayerPtr addLayer();
+    KLImagePtr imageOfLayer(const LayerPtr& layer) const;
+    ViewArea area() const;
+    // Gives the root layer the view's bounds. A view that is not shown yet is told late of its size.
+    void fitRootLayer();
+    // Has the pictures of both image layers ready in the size of their frames.
+    void prepareCopies();
+    void fade(const LayerPtr& from, const LayerPtr& to, Duration duration);
+
+    UserDefaults& mDefaults;
+    std::shared_ptr<Compositor> mCompositor;
+    ReducedCopies mCopies;
+    RasterRenderer mRenderer;
+
+    LayerPtr mBackgroundLayer;
+    LayerPtr mCurrentLayer;
+    KLImagePtr mCurrentImage;
+    bool mImageOK = false;
+    LayerPtr mPreviousLayer;
+    KLImagePtr mPreviousImage;
+    LayerPtr mCursorLayer;
+    bool mTransitionInProgress = false;
+    KLImageDisplayDelegate* mDelegate = nullptr;
 };
 
 } // namespace frameflow

@@ -105,6 +105,7 @@ const QSet<QString>& movieTypes()
         QStringLiteral("audio/x-ms-wma"),
         QStringLiteral("audio/x-musepack"),
         QStringLiteral("audio/x-opus+ogg"),
+        QStringLiteral("audio/x-speex"),
         QStringLiteral("audio/x-speex+ogg"),
         QStringLiteral("audio/x-tta"),
         QStringLiteral("audio/x-vorbis+ogg"),

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 #include <unistd.h>
 
@@ -17,6 +18,32 @@ bool isLocalHost(const QByteArray& host)
     }
     std::array<char, 256> name{};
     return gethostname(name.data(), name.size() - 1) == 0 && host == name.data();
+}
+
+int hexDigit(char character)
+{
+    constexpr std::string_view digits = "0123456789abcdefABCDEF";
+    const auto place = digits.find(character);
+    return place == std::string_view::npos ? -1 : static_cast<int>(place < 16 ? place : place - 6);
+}
+
+// Unlike QByteArray::fromPercentEncoding, leaves a percent sign alone that no two hexadecimal digits follow.
+QByteArray decoded(const QByteArray& text)
+{
+    QByteArray bytes;
+    bytes.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const bool isEscape = text[i] == '%' && i + 2 < text.size();
+        const int high = isEscape ? hexDigit(text[i + 1]) : -1;
+        const int low = isEscape ? hexDigit(text[i + 2]) : -1;
+        if (high >= 0 && low >= 0) {
+            bytes += static_cast<char>(high * 16 + low);
+            i += 2;
+        } else {
+            bytes += text[i];
+        }
+    }
+    return bytes;
 }
 
 } // namespace
@@ -66,7 +93,7 @@ FileUrl FileUrl::fromArgument(const QByteArray& argument)
         }
         rest = rest.mid(slash);
     }
-    const QByteArray path = QByteArray::fromPercentEncoding(rest);
+    const QByteArray path = decoded(rest);
     // A path with a NUL byte names no file.
     return path.contains('\0') ? FileUrl() : fromPath(path);
 }

@@ -20,8 +20,8 @@ public:
             mXml.raiseError(QStringLiteral("no plist element"));
         }
         QVariant value;
-        if (!mXml.hasError() && mXml.readNextStartElement()) {
-            value = readValue(0);
+        if (!mXml.hasError()) {
+            value = readOnlyValue();
         }
         if (mXml.hasError()) {
             return tl::unexpected(
@@ -31,6 +31,22 @@ public:
     }
 
 private:
+    QVariant readOnlyValue()
+    {
+        QVariant value;
+        if (mXml.readNextStartElement()) {
+            value = readValue(0);
+        } else {
+            mXml.raiseError(QStringLiteral("no value"));
+        }
+        while (!mXml.atEnd()) {
+            if (mXml.readNext() == QXmlStreamReader::StartElement) {
+                mXml.raiseError(QStringLiteral("more than one value"));
+            }
+        }
+        return value;
+    }
+
     QVariant readValue(int depth)
     {
         if (depth > deepestNesting) {
@@ -68,7 +84,8 @@ private:
             valid = date.isValid();
             value = date;
         } else if (name == QLatin1String("data")) {
-            const auto bytes = QByteArray::fromBase64Encoding(text.simplified().remove(QLatin1Char(' ')).toLatin1());
+            const auto bytes = QByteArray::fromBase64Encoding(
+                text.simplified().remove(QLatin1Char(' ')).toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
             valid = bytes.decodingStatus == QByteArray::Base64DecodingStatus::Ok;
             value = bytes.decoded;
         } else {

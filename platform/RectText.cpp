@@ -3,6 +3,7 @@
 #include <QRegularExpression>
 
 #include <array>
+#include <cmath>
 
 namespace frameflow {
 
@@ -23,7 +24,11 @@ QRectF rectFromText(const QString& text)
     }
     std::array<double, 4> values{};
     for (int i = 0; i < 4; ++i) {
-        values.at(i) = match.captured(i + 1).toDouble();
+        bool valid = false;
+        values.at(i) = match.captured(i + 1).toDouble(&valid);
+        if (!valid || !std::isfinite(values.at(i))) {
+            return {};
+        }
     }
     return {values[0], values[1], values[2], values[3]};
 }

@@ -36,6 +36,9 @@ public:
     void append(Job job)
     {
         const std::lock_guard lock(mMutex);
+        if (mClosed) {
+            return;
+        }
         mJobs.push_back(std::move(job));
         startWorkerIfNeeded();
     }
@@ -65,6 +68,7 @@ public:
     void close()
     {
         std::unique_lock lock(mMutex);
+        mClosed = true;
         mJobs.clear();
         if (mWatched == mWorker && mRunning) {
             const auto number = mJobNumber;
@@ -142,6 +146,7 @@ private:
     std::deque<Job> mJobs;
     std::unique_ptr<QThreadPool> mPool;
     bool mRunning = false;
+    bool mClosed = false;
     int mWorker = 0;
     int mWatched = none;
     quint64 mJobNumber = 0;
@@ -180,6 +185,20 @@ void SerialQueue::sync(const Job& job)
 void SerialQueue::abandonRunning()
 {
     mState->abandonRunning();
+}
+
+void SerialQueue::Handle::async(Job job) const
+{
+    if (const auto state = mState.lock()) {
+        state->append(std::move(job));
+    }
+}
+
+void SerialQueue::Handle::abandonRunning() const
+{
+    if (const auto state = mState.lock()) {
+        state->abandonRunning();
+    }
 }
 
 bool SerialQueue::isBusy() const

@@ -14,6 +14,25 @@ class SerialQueue
 public:
     using Job = std::function<void()>;
 
+private:
+    class State;
+
+public:
+    // Reaches the queue without keeping it: once the queue is gone, or for a handle made of none, jobs are dropped and
+    // nothing else happens.
+    class Handle
+    {
+    public:
+        Handle() = default;
+        void async(Job job) const;
+        void abandonRunning() const;
+
+    private:
+        friend class SerialQueue;
+        explicit Handle(std::weak_ptr<State> state) : mState(std::move(state)) { }
+        std::weak_ptr<State> mState;
+    };
+
     // The label names the thread, for debuggers.
     explicit SerialQueue(const QByteArray& label);
     // Drops the jobs that have not started and waits for the running one, unless it was abandoned.
@@ -31,11 +50,12 @@ public:
     // the old one. A job that is given up this way must own, or share, all that it touches. Does nothing when idle.
     void abandonRunning();
 
+    Handle handle() const { return Handle(mState); }
+
     // Whether a job is running or waiting. The answer may be outdated at once.
     bool isBusy() const;
 
 private:
-    class State;
     std::shared_ptr<State> mState;
 };
 

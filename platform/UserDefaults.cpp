@@ -1,39 +1,21 @@
 #include "UserDefaults.h"
 
 #include "MainThread.h"
+#include "SettingsText.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QRegularExpression>
 #include <QStandardPaths>
 
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
 #include <utility>
 
 namespace frameflow {
 
 namespace {
-
-// The name under which a damaged file is kept: the first that is free.
-QString freeNameBeside(const QString& filePath)
-{
-    for (int number = 1;; ++number) {
-        const QString name = QStringLiteral("%1.damaged-%2").arg(filePath).arg(number);
-        if (!QFile::exists(name)) {
-            return name;
-        }
-    }
-}
-
-bool isReadable(const QString& filePath)
-{
-    const QFileInfo info(filePath);
-    if (!info.exists() && !info.isSymLink()) {
-        return true; // a new file
-    }
-    QFile file(filePath);
-    return info.isFile() && file.open(QIODevice::ReadOnly);
-}
 
 double leadingNumber(const QString& text)
 {
@@ -42,25 +24,35 @@ double leadingNumber(const QString& text)
     return match.hasMatch() ? match.captured(0).toDouble() : 0.0;
 }
 
+bool isText(const QVariant& value)
+{
+    return value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QByteArray;
+}
+
 double numberFrom(const QVariant& value)
 {
-    if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QByteArray) {
-        const QString text = value.toString();
-        if (text.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0) {
-            return 1.0;
-        }
-        return leadingNumber(text);
+    double number = 0.0;
+    if (isText(value)) {
+        const QString text = value.toString().trimmed();
+        number = text.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 ? 1.0 : leadingNumber(text);
+    } else {
+        number = value.toDouble();
     }
-    return value.toDouble();
+    return std::isfinite(number) ? number : 0.0;
 }
 
 bool boolFrom(const QVariant& value)
 {
-    if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QByteArray) {
-        const QString text = value.toString().trimmed().toLower();
-        return text == QLatin1String("yes") || text == QLatin1String("true") || leadingNumber(text) != 0.0;
-    }
-    return value.toBool();
+    return numberFrom(value) != 0.0
+        || (isText(value) && value.toString().trimmed().compare(QLatin1String("yes"), Qt::CaseInsensitive) == 0);
+}
+
+// As a double with the decimal places that the float is meant to have: 2.1, not 2.0999999046325684.
+double doubleFromFloat(float value)
+{
+    std::array<char, 32> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    return QByteArray(digits.data(), end - digits.data()).toDouble();
 }
 
 } // namespace
@@ -71,26 +63,24 @@ QString UserDefaults::standardFilePath()
         + QStringLiteral("/quillory/frameflow.conf");
 }
 
-UserDefaults::UserDefaults(const QString& filePath)
+UserDefaults::UserDefaults(const QString& filePath) : mFile(filePath)
 {
-    if (!isReadable(filePath)) {
-        qWarning("The settings in %s cannot be read; changes last until the program ends.", qPrintable(filePath));
-        return;
+    auto values = mFile.read();
+    if (!values && values.error() == SettingsFileError::Damaged) {
+        values = mFile.merge({}, {});
     }
-    mSettings = std::make_unique<QSettings>(filePath, QSettings::IniFormat);
-    if (mSettings->status() == QSettings::FormatError) {
-        // The store that has seen the damage must never write. Only a renamed file is out of its way for certain.
-        mSettings.reset();
-        if (QFile::rename(filePath, freeNameBeside(filePath))) {
-            mSettings = std::make_unique<QSettings>(filePath, QSettings::IniFormat);
-        }
+    if (values) {
+        mUsers = *values;
+    } else {
+        mFileIsUsable = false;
+        qWarning("The settings in %s cannot be used; changes last until the program ends.", qPrintable(filePath));
     }
 }
 
 UserDefaults::~UserDefaults()
 {
-    if (*mSynchronizeScheduled) {
-        synchronize();
+    if (mFileIsUsable && !mUnwritten.isEmpty()) {
+        static_cast<void>(mFile.merge(mUnwritten, mUsers));
     }
 }
 
@@ -101,7 +91,7 @@ void UserDefaults::registerDefaults(const QVariantMap& values)
 
 QVariant UserDefaults::value(const QString& key) const
 {
-    const QVariant users = mSettings ? mSettings->value(key) : mMemory.value(key);
+    const QVariant users = mUsers.value(key);
     return users.isValid() ? users : mRegistered.value(key);
 }
 
@@ -120,12 +110,13 @@ qint64 UserDefaults::integerValue(const QString& key) const
 {
     const double number = numberFrom(value(key));
     constexpr double limit = 9.0e18; // inside qint64, so that the conversion is defined
-    return number != number ? 0 : static_cast<qint64>(std::min(std::max(number, -limit), limit));
+    return static_cast<qint64>(std::clamp(number, -limit, limit));
 }
 
 float UserDefaults::floatValue(const QString& key) const
 {
-    return static_cast<float>(numberFrom(value(key)));
+    constexpr double limit = std::numeric_limits<float>::max();
+    return static_cast<float>(std::clamp(numberFrom(value(key)), -limit, limit));
 }
 
 QString UserDefaults::stringValue(const QString& key) const
@@ -145,28 +136,27 @@ QByteArray UserDefaults::dataValue(const QString& key) const
 
 void UserDefaults::setValue(const QString& key, const QVariant& newValue)
 {
-    const QVariant old = value(key);
-    if (mSettings) {
-        mSettings->setValue(key, newValue);
-        scheduleSynchronize();
-    } else {
-        mMemory.insert(key, newValue);
-    }
-    if (value(key) != old) {
-        notify(key);
-    }
+    // A float would be stored as a dump of its bytes.
+    const bool isFloat = newValue.typeId() == QMetaType::Float;
+    change(key, isFloat ? QVariant(doubleFromFloat(newValue.toFloat())) : newValue);
 }
 
 void UserDefaults::removeValue(const QString& key)
 {
+    change(key, {});
+}
+
+void UserDefaults::change(const QString& key, const QVariant& newValue)
+{
     const QVariant old = value(key);
-    if (mSettings) {
-        mSettings->remove(key);
-        scheduleSynchronize();
+    if (newValue.isValid()) {
+        mUsers.insert(key, newValue);
     } else {
-        mMemory.remove(key);
+        mUsers.remove(key);
     }
-    if (value(key) != old) {
+    mUnwritten.insert(key, newValue);
+    scheduleSynchronize();
+    if (!isSameSetting(value(key), old)) {
         notify(key);
     }
 }
@@ -181,21 +171,28 @@ UserDefaults::Observation UserDefaults::observe(const QString& key, Observer obs
 bool UserDefaults::synchronize()
 {
     *mSynchronizeScheduled = false;
-    if (!mSettings) {
+    if (!mFileIsUsable) {
         return false;
     }
+    auto merged = mUnwritten.isEmpty() ? mFile.read() : mFile.merge(mUnwritten, mUsers);
+    if (!merged && merged.error() == SettingsFileError::Damaged) {
+        merged = mFile.merge({}, mUsers);
+    }
+    if (!merged) {
+        return false;
+    }
+    mUnwritten.clear();
     QVariantMap before;
     for (auto it = mObservers.cbegin(); it != mObservers.cend(); ++it) {
         before.insert(it.key(), value(it.key()));
     }
-    mSettings->sync();
-    const bool written = mSettings->status() == QSettings::NoError;
+    mUsers = std::move(*merged);
     for (auto it = before.cbegin(); it != before.cend(); ++it) {
-        if (value(it.key()) != it.value()) {
+        if (!isSameSetting(value(it.key()), it.value())) {
             notify(it.key());
         }
     }
-    return written;
+    return true;
 }
 
 void UserDefaults::scheduleSynchronize()

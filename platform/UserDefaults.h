@@ -1,8 +1,9 @@
 #pragma once
 
+#include "SettingsFile.h"
+
 #include <QDateTime>
 #include <QHash>
-#include <QSettings>
 #include <QString>
 #include <QVariant>
 
@@ -15,8 +16,8 @@ namespace frameflow {
 // The store of settings: the user's values, kept in a file, over a layer of registered defaults. Main thread only.
 //
 // A value that was set is on disk after the event loop's next turn, written atomically and merged key by key with what
-// other programs wrote meanwhile. A file that cannot be read is left alone and the values live in memory; one that
-// holds garbage is set aside under another name.
+// other programs wrote meanwhile. A file that cannot be read at the start is left alone and the values live in memory;
+// one that holds garbage is set aside under another name.
 class UserDefaults
 {
 public:
@@ -51,7 +52,8 @@ public:
     bool contains(const QString& key) const { return value(key).isValid(); }
 
     // Lenient conversions. Text counts by its leading number; "yes" and "true" count as true; absent and unusable
-    // values give false, 0, 0, an empty text, an invalid date or no bytes.
+    // values, infinities and not-a-number among them, give false, 0, 0, an empty text, an invalid date or no bytes.
+    // Numbers too large for the type give its limit.
     bool boolValue(const QString& key) const;
     // As boolValue, but an absent value counts as true.
     bool boolValueOrTrue(const QString& key) const;
@@ -73,11 +75,14 @@ public:
     bool synchronize();
 
 private:
+    void change(const QString& key, const QVariant& value);
     void scheduleSynchronize();
     void notify(const QString& key);
 
-    std::unique_ptr<QSettings> mSettings; // none: the file cannot be read, and mMemory holds the values
-    QVariantMap mMemory;
+    SettingsFile mFile;
+    bool mFileIsUsable = true;
+    QVariantMap mUsers;
+    QVariantMap mUnwritten; // invalid: to be removed
     QVariantMap mRegistered;
     QHash<QString, std::vector<std::weak_ptr<Observer>>> mObservers;
     std::shared_ptr<bool> mSynchronizeScheduled = std::make_shared<bool>(false);

@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -34,9 +36,16 @@ TestFolder::TestFolder() : mFolder(mTemporary.path().toUtf8())
     require(mTemporary.isValid(), "temporary folder", mFolder);
 }
 
+// QTemporaryDir leaves files behind whose names are not UTF-8.
+TestFolder::~TestFolder()
+{
+    std::error_code failure;
+    std::filesystem::remove_all(mFolder.toStdString(), failure);
+}
+
 QByteArray TestFolder::addFile(const QByteArray& name, const QByteArray& contents) const
 {
-    const QByteArray path = pathOf(name);
+    QByteArray path = pathOf(name);
     makeFolders(path);
     const int file = open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     require(file >= 0, "open", path);
@@ -47,14 +56,14 @@ QByteArray TestFolder::addFile(const QByteArray& name, const QByteArray& content
 
 QByteArray TestFolder::addFolder(const QByteArray& name) const
 {
-    const QByteArray path = pathOf(name);
+    QByteArray path = pathOf(name);
     makeFolders(path + '/');
     return path;
 }
 
 QByteArray TestFolder::addLink(const QByteArray& name, const QByteArray& target) const
 {
-    const QByteArray path = pathOf(name);
+    QByteArray path = pathOf(name);
     makeFolders(path);
     require(symlink(target.constData(), path.constData()) == 0, "symlink", path);
     return path;

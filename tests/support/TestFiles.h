@@ -11,6 +11,9 @@ class TestFolder
 {
 public:
     TestFolder();
+    ~TestFolder();
+    TestFolder(const TestFolder&) = delete;
+    TestFolder& operator=(const TestFolder&) = delete;
 
     QByteArray path() const { return mFolder; }
     FileUrl url() const { return FileUrl::fromPath(mFolder); }

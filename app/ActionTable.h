@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QKeySequence>
+#include <QList>
+#include <QString>
+
+#include <vector>
+
+namespace frameflow {
+
+class SlideController;
+
+// What must be the case for a command to be offered.
+enum class Needs
+{
+    Nothing,
+    Slides, // at least one file in the sequence
+    WindowMode, // the show runs in a window
+};
+
+// One command: its id is the object name of its action in the main menu.
+struct ActionRow
+{
+    const char* id;
+    QList<QKeySequence> keys;
+    Needs needs;
+    void (SlideController::*handler)();
+};
+
+const std::vector<ActionRow>& actionTable();
+
+// All that the look of the commands depends on.
+struct CommandState
+{
+    size_t slideCount = 0;
+    bool timerRuns = false;
+    bool windowMode = false;
+    QString fitMode; // as stored
+};
+
+bool isEnabled(Needs needs, const CommandState& state);
+// Only the four fit commands are ever checked, each by its stored value.
+bool isChecked(const QString& id, const CommandState& state);
+// Empty for a command whose title never changes.
+QString changingTitle(const QString& id, const CommandState& state);
+
+} // namespace frameflow

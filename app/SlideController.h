@@ -1,0 +1,170 @@
+#pragma once
+
+#include "ActionTable.h"
+#include "ActivationMonitor.h"
+#include "Clock.h"
+#include "FileSequence.h"
+#include "KLLayerView.h"
+#include "MainMenu.h"
+#include "OpenPanel.h"
+#include "SerialQueue.h"
+#include "SlideWindow.h"
+#include "UserDefaults.h"
+
+#include <QPointer>
+#include <QScreen>
+
+#include <memory>
+#include <optional>
+
+class QMessageBox;
+
+namespace frameflow {
+
+class ChooseScreenWindow;
+class StartWindow;
+
+// The one controller of the program: it owns the sequence, the windows, the timer and the background queue, and
+// translates between them. Main thread only.
+class SlideController final : public QObject, public FileSequenceDelegate, public KLImageDisplayDelegate
+{
+    Q_OBJECT
+
+public:
+    // Both references must outlive the controller. The resource folder holds the hint picture.
+    SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder);
+    ~SlideController() override;
+
+    // Start-up, in this order: awakeFromNib, then one of the other two.
+    void awakeFromNib();
+    void applicationDidFinishLaunching();
+    // Adds files and folders handed over by the system to what is shown. Absolute paths.
+    void applicationOpenFiles(const QList<FileUrl>& files);
+    void applicationWillBecomeActive();
+    static QString getVersionString();
+
+    // Displays and windows.
+    void ShowChooseScreen();
+    void ChangeScreen();
+    void ShowWelcomeScreen();
+    void ShowHintScreen();
+    void goFullScreen(QScreen* screen);
+    void exitFullScreen();
+    void WindowMode();
+    void FullScreen();
+    void saveScreen();
+    void restoreScreen();
+
+    // Playback.
+    void Start();
+    void Stop();
+    void Play();
+    void delayNextImage() override;
+    void firstSlide();
+    void nextSlide();
+    void previousSlide();
+    void next();
+    void previous();
+    void reloadCurrent();
+    void openImageURL(const FileUrl& url, bool forward);
+    void endSlideShow();
+    void firstFileFound() override;
+    void newFilesFound() override;
+    void currentFileChanged() override;
+    void autoPlay();
+    static bool isMovieURL(const FileUrl& url);
+
+    // Commands.
+    void openMenu();
+    void openSelected() { openMenu(); }
+    void cancel() { endSlideShow(); }
+    void ShrinkToFit();
+    void ZoomToFit();
+    void FillScreen();
+    void Stretch();
+    void shuffle();
+    void sortOrderChanged();
+    void keyDown(QKeyEvent* event);
+    void showAbout();
+    void quit();
+
+    // What a person would see, for tests and for the parts of the program that report it.
+    FileSequence& fileSequence() { return mFileSequence; }
+    MainMenu& mainMenu() { return mMainMenu; }
+    SlideWindow* screenWindow() const { return mScreenWindow.get(); }
+    KLLayerView* slideView() const { return mFullScreenView; }
+    StartWindow* startWindow() const { return mStartWindow.get(); }
+    ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
+    OpenPanel* openPanel() const { return mOpenPanel; }
+    const FileUrl& imageURL() const { return mImageURL; }
+    QScreen* currentScreen() const { return mCurrentScreen; }
+    bool timerRuns() const { return mTimerExists; }
+    // When the next slide comes; meaningful while the timer runs.
+    TimePoint nextSlideChange() const { return mTimer.deadline(); }
+    bool isWindowMode() const { return mWindowMode; }
+    bool hintsScreenShown() const { return mHintsScreenShown; }
+    double lastSlideTime() const { return mLastSlideTime; }
+
+private:
+    void startTimer();
+    void resetTimer();
+    void myTimerFireMethod();
+    void slideIntervalChanged();
+    std::optional<FileUrl> nextURL();
+    void dropUnloadable(const FileUrl& url);
+    void endEmptyShow();
+    bool present(const FileUrl& url, bool forward);
+
+    void collect(CollectionRequest::Adder adder, const QList<FileUrl>& entries);
+    void collectionFinished();
+    bool hasCurrentFile() const;
+
+    void makeScreenWindow();
+    void closeScreenWindow();
+    void screenRemoved(QScreen* screen);
+    FileUrl hintPicture() const;
+    void scheduleVisibilityCheck();
+    void checkVisibility();
+    bool isAnyWindowVisible() const;
+
+    CommandState commandState() const;
+    void connectActions();
+    void validateMenuItems();
+    void setFitMode(const QString& mode);
+    void openPanelFinished(const QList<FileUrl>& chosen, const QUrl& folder);
+
+    UserDefaults& mSharedUserDefaults;
+    Clock& mClock;
+    const QString mResourceFolder;
+    MainMenu mMainMenu;
+    ActivationMonitor mActivation;
+    UserDefaults::Observation mIntervalObservation;
+
+    std::unique_ptr<StartWindow> mStartWindow;
+    std::unique_ptr<ChooseScreenWindow> mChooseScreenWindow;
+    QPointer<OpenPanel> mOpenPanel;
+    QPointer<QMessageBox> mAbout;
+    std::unique_ptr<SlideWindow> mScreenWindow;
+    KLLayerView* mFullScreenView = nullptr; // owned by mScreenWindow
+    QPointer<QScreen> mCurrentScreen;
+    QRect mFullScreenFrame; // the display's frame at the last goFullScreen
+    bool mWindowMode = false;
+    bool mStartedByHand = false;
+
+    FileUrl mImageURL;
+    bool mHintsScreenShown = false;
+    OneShotTimer mTimer;
+    bool mTimerExists = false;
+    double mSlideTime = 0;
+    double mLastSlideTime = 0;
+    std::optional<TimePoint> mLastSlideChange;
+
+    SerialQueue mDispatchQueue;
+    FileSequence mFileSequence;
+    QList<FileUrl> mLastOpened; // for the message that nothing was found
+    int mPendingClears = 0;
+    // Gone with the controller, so that what was posted to the event loop finds out.
+    std::shared_ptr<bool> mAlive = std::make_shared<bool>(true);
+};
+
+} // namespace frameflow

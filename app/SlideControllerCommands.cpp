@@ -1,0 +1,180 @@
+#include "OpenPanel.h"
+#include "SettingsKeys.h"
+#include "SlideController.h"
+#include "SlideKeys.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QStandardPaths>
+
+namespace frameflow {
+
+// ---- Actions
+
+void SlideController::connectActions()
+{
+    for (const ActionRow& row : actionTable()) {
+        QAction* action = mMainMenu.action(QString::fromLatin1(row.id));
+        action->setShortcuts(row.keys);
+        connect(action, &QAction::triggered, this, [this, handler = row.handler] { (this->*handler)(); });
+    }
+    mMainMenu.setRefresher([this] { validateMenuItems(); });
+    validateMenuItems();
+}
+
+CommandState SlideController::commandState() const
+{
+    CommandState state;
+    state.slideCount = mFileSequence.count();
+    state.timerRuns = mTimerExists;
+    state.windowMode = mWindowMode;
+    state.fitMode = mSharedUserDefaults.stringValue(keys::imageFitMode);
+    return state;
+}
+
+void SlideController::validateMenuItems()
+{
+    const CommandState state = commandState();
+    for (const ActionRow& row : actionTable()) {
+        const QString id = QString::fromLatin1(row.id);
+        QAction* action = mMainMenu.action(id);
+        action->setEnabled(isEnabled(row.needs, state));
+        if (action->isCheckable()) {
+            action->setChecked(isChecked(id, state));
+        }
+        const QString title = changingTitle(id, state);
+        if (!title.isEmpty()) {
+            action->setText(title);
+        }
+    }
+}
+
+void SlideController::setFitMode(const QString& mode)
+{
+    delayNextImage();
+    mSharedUserDefaults.setValue(keys::imageFitMode, mode);
+    if (mFullScreenView != nullptr) {
+        mFullScreenView->updateFitMode();
+    }
+}
+
+void SlideController::ShrinkToFit()
+{
+    setFitMode(keys::fitModeFit);
+}
+
+void SlideController::ZoomToFit()
+{
+    setFitMode(keys::fitModeZoom);
+}
+
+void SlideController::FillScreen()
+{
+    setFitMode(keys::fitModeFill);
+}
+
+void SlideController::Stretch()
+{
+    setFitMode(keys::fitModeStretch);
+}
+
+void SlideController::shuffle()
+{
+    mFileSequence.shuffle();
+    firstSlide();
+}
+
+void SlideController::sortOrderChanged()
+{
+    mFileSequence.sort();
+    firstSlide();
+}
+
+void SlideController::showAbout()
+{
+    if (!mAbout) {
+        mAbout = new QMessageBox(QMessageBox::NoIcon, tr("About Frameflow"),
+            tr("<h2>Frameflow</h2><p>Version %1</p><p>A slideshow viewer for images and movies.</p>")
+                .arg(getVersionString()),
+            QMessageBox::Close, QApplication::activeWindow());
+        mAbout->setAttribute(Qt::WA_DeleteOnClose);
+        mAbout->setModal(false);
+        connect(mAbout, &QObject::destroyed, this, &SlideController::scheduleVisibilityCheck);
+    }
+    mAbout->show();
+    mAbout->raise();
+    mAbout->activateWindow();
+}
+
+void SlideController::quit()
+{
+    QCoreApplication::quit();
+}
+
+// ---- Keys
+
+void SlideController::keyDown(QKeyEvent* event)
+{
+    // The key of a command that is not offered just now does nothing; in full screen, F11 leads back to the window.
+    const QKeySequence pressed(event->keyCombination());
+    for (const ActionRow& row : actionTable()) {
+        if (row.keys.contains(pressed)) {
+            if (event->key() == Qt::Key_F11 && !mWindowMode) {
+                WindowMode();
+            }
+            event->accept();
+            return;
+        }
+    }
+    const auto key = slideKey(*event);
+    if (!key) {
+        return;
+    }
+    if (key->seconds) {
+        mSharedUserDefaults.setValue(keys::slideInterval, static_cast<float>(*key->seconds));
+        Start();
+    } else {
+        Stop();
+    }
+    if (key->isSpace) {
+        nextSlide();
+        event->accept();
+    }
+}
+
+// ---- The open panel
+
+void SlideController::openMenu()
+{
+    if (mOpenPanel) {
+        mOpenPanel->raise();
+        mOpenPanel->activateWindow();
+        return;
+    }
+    const QUrl last(mSharedUserDefaults.stringValue(keys::lastUsedOpenDirectory));
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    mOpenPanel = new OpenPanel(last.isLocalFile() ? last : QUrl::fromLocalFile(pictures), QApplication::activeWindow());
+    mOpenPanel->setAttribute(Qt::WA_DeleteOnClose);
+    mActivation.windowsChange();
+    connect(mOpenPanel, &QFileDialog::finished, this, [this](int result) {
+        if (result == QDialog::Accepted) {
+            openPanelFinished(mOpenPanel->chosenFiles(), mOpenPanel->directoryUrl());
+        }
+        mActivation.windowsChange();
+        scheduleVisibilityCheck();
+    });
+    mOpenPanel->open();
+}
+
+void SlideController::openPanelFinished(const QList<FileUrl>& chosen, const QUrl& folder)
+{
+    Stop();
+    endSlideShow();
+    if (!chosen.isEmpty()) {
+        collect(CollectionRequest::Adder::Urls, chosen);
+    }
+    mSharedUserDefaults.setValue(keys::lastUsedOpenDirectory, folder.toString(QUrl::FullyEncoded));
+}
+
+} // namespace frameflow

@@ -1,0 +1,347 @@
+#include "ChooseScreenWindow.h"
+#include "KLImageCache.h"
+#include "KLThumbnailCache.h"
+#include "MainThread.h"
+#include "OpenPanel.h"
+#include "PropertyList.h"
+#include "RectText.h"
+#include "ScreenChoice.h"
+#include "SettingsKeys.h"
+#include "SlideController.h"
+#include "StartWindow.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QMessageBox>
+
+#include <utility>
+
+namespace frameflow {
+
+namespace {
+
+QVariantMap defaultsFromResources()
+{
+    QFile file(QStringLiteral(":/frameflow/UserDefaults.plist"));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return readPropertyList(file.readAll()).value_or(QVariant()).toMap();
+}
+
+} // namespace
+
+SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder)
+    : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
+      mActivation(clock, [this] { applicationWillBecomeActive(); }), mCurrentScreen(QGuiApplication::primaryScreen()),
+      mTimer(clock), mDispatchQueue("com.quillory.filesequence"), mFileSequence(defaults)
+{
+    mFileSequence.setDelegate(this);
+}
+
+SlideController::~SlideController()
+{
+    mFileSequence.setDelegate(nullptr);
+    mFileSequence.abandonCollections();
+    delete mOpenPanel;
+    delete mAbout;
+    closeScreenWindow();
+    KLImageCache::purge();
+    KLThumbnailCache::purge();
+}
+
+void SlideController::awakeFromNib()
+{
+    mSharedUserDefaults.registerDefaults(defaultsFromResources());
+    mLastSlideTime = mSharedUserDefaults.floatValue(keys::slideInterval);
+    mIntervalObservation
+        = mSharedUserDefaults.observe(keys::slideInterval, [this](const QString&) { slideIntervalChanged(); });
+    restoreScreen();
+    connectActions();
+    connect(qApp, &QGuiApplication::applicationStateChanged, this,
+        [this](Qt::ApplicationState state) { mActivation.setActive(state == Qt::ApplicationActive); });
+    connect(qApp, &QGuiApplication::screenRemoved, this, &SlideController::screenRemoved);
+}
+
+void SlideController::applicationDidFinishLaunching()
+{
+    mStartedByHand = true;
+    if (mFileSequence.count() == 0 && !mSharedUserDefaults.boolValue(keys::openLastUsedFolder)
+        && mSharedUserDefaults.boolValueOrTrue(keys::showWelcome)) {
+        ShowWelcomeScreen();
+    }
+    scheduleVisibilityCheck();
+}
+
+void SlideController::applicationOpenFiles(const QList<FileUrl>& files)
+{
+    collect(CollectionRequest::Adder::Files, files);
+}
+
+void SlideController::applicationWillBecomeActive()
+{
+    if (mFileSequence.isCollecting()) {
+        return;
+    }
+    if (!hasCurrentFile()) {
+        if (mSharedUserDefaults.boolValueOrTrue(keys::showWelcome)) {
+            ShowWelcomeScreen();
+        }
+        return;
+    }
+    const QRect frame = mCurrentScreen ? mCurrentScreen->geometry() : QRect();
+    if (!mScreenWindow || mWindowMode || frame != mFullScreenFrame) {
+        closeScreenWindow();
+        goFullScreen(mCurrentScreen);
+        openImageURL(mFileSequence.current(), true);
+    }
+}
+
+QString SlideController::getVersionString()
+{
+    return QCoreApplication::applicationVersion();
+}
+
+// ---- Collecting what is to be shown
+
+void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUrl>& entries)
+{
+    CollectionRequest request;
+    request.adder = adder;
+    request.entries = entries;
+    // What a person picked in the open panel is kept whole; what the system hands over is thinned.
+    request.sortAfterwards = request.removeDuplicatesAfterwards = adder == CollectionRequest::Adder::Files;
+    mLastOpened = entries;
+    const bool showFirst = adder == CollectionRequest::Adder::Files;
+    mFileSequence.collect(mDispatchQueue, request, [this, showFirst] {
+        // The hint stands for the slide that it covers: it stays, and the show will begin with the first of the order.
+        if (mHintsScreenShown) {
+            mFileSequence.first();
+        } else if (showFirst) {
+            firstSlide();
+        }
+        collectionFinished();
+    });
+}
+
+void SlideController::collectionFinished()
+{
+    if (mStartWindow) {
+        mStartWindow->setNothingFound(mFileSequence.count() == 0 ? mLastOpened : QList<FileUrl>());
+    }
+    endEmptyShow();
+    scheduleVisibilityCheck();
+}
+
+bool SlideController::hasCurrentFile() const
+{
+    return mPendingClears == 0 && !mFileSequence.current().isEmpty();
+}
+
+// ---- Displays and windows
+
+void SlideController::ShowChooseScreen()
+{
+    if (!mChooseScreenWindow) {
+        mChooseScreenWindow = std::make_unique<ChooseScreenWindow>(mMainMenu);
+        connect(mChooseScreenWindow.get(), &ChooseScreenWindow::chosen, this, &SlideController::ChangeScreen);
+        connect(
+            mChooseScreenWindow.get(), &ChooseScreenWindow::closed, this, &SlideController::scheduleVisibilityCheck);
+    }
+    mChooseScreenWindow->show();
+    mChooseScreenWindow->raise();
+    mChooseScreenWindow->activateWindow();
+}
+
+void SlideController::ChangeScreen()
+{
+    if (!mChooseScreenWindow) {
+        return;
+    }
+    mCurrentScreen = mChooseScreenWindow->screen();
+    mActivation.windowsChange();
+    mChooseScreenWindow->hide();
+    if (mScreenWindow && hasCurrentFile()) {
+        closeScreenWindow();
+        goFullScreen(mCurrentScreen);
+        openImageURL(mFileSequence.current(), true);
+    }
+    postToMainThread([this, alive = std::weak_ptr(mAlive)] {
+        if (alive.lock()) {
+            saveScreen();
+        }
+    });
+    scheduleVisibilityCheck();
+}
+
+void SlideController::ShowWelcomeScreen()
+{
+    if (!mStartWindow) {
+        mStartWindow = std::make_unique<StartWindow>(mMainMenu);
+        connect(mStartWindow.get(), &StartWindow::openSelected, this, &SlideController::openSelected);
+        connect(mStartWindow.get(), &StartWindow::closed, this, [this] {
+            if (!isAnyWindowVisible() && !mFileSequence.isCollecting()) {
+                quit();
+            }
+        });
+    }
+    mActivation.windowsChange();
+    mStartWindow->setNothingFound(mLastOpened);
+    mStartWindow->show();
+    mStartWindow->raise();
+    mStartWindow->activateWindow();
+}
+
+FileUrl SlideController::hintPicture() const
+{
+    const QString path = mResourceFolder + QStringLiteral("/hint screen.png");
+    return QFileInfo::exists(path) ? FileUrl::fromPath(path) : FileUrl();
+}
+
+void SlideController::ShowHintScreen()
+{
+    openImageURL(hintPicture(), true);
+    mHintsScreenShown = true;
+    mSharedUserDefaults.setValue(keys::hintsShown, true);
+}
+
+void SlideController::goFullScreen(QScreen* screen)
+{
+    mActivation.windowsChange();
+    if (!mScreenWindow) {
+        makeScreenWindow();
+    }
+    mWindowMode = false;
+    mFullScreenFrame = screen != nullptr ? screen->geometry() : QRect();
+    mScreenWindow->showFullScreenOn(screen);
+}
+
+void SlideController::makeScreenWindow()
+{
+    mFullScreenView = new KLLayerView(mSharedUserDefaults, mClock);
+    mFullScreenView->setDelegate(this);
+    mScreenWindow = std::make_unique<SlideWindow>(mFullScreenView, mMainMenu.makeMenuBar());
+    mScreenWindow->setWindowTitle(QGuiApplication::applicationDisplayName());
+    mMainMenu.addKeysTo(mScreenWindow.get());
+    mMainMenu.addSlideKeysTo(mFullScreenView);
+    connect(mScreenWindow.get(), &SlideWindow::keyUnhandled, this, &SlideController::keyDown);
+    connect(mScreenWindow.get(), &SlideWindow::closeRequested, this, &SlideController::cancel);
+    connect(mScreenWindow.get(), &SlideWindow::resized, mFullScreenView, &KLLayerView::refresh);
+}
+
+void SlideController::closeScreenWindow()
+{
+    if (!mScreenWindow) {
+        return;
+    }
+    mActivation.windowsChange();
+    mScreenWindow->hide();
+    mScreenWindow->disconnect(this);
+    mFullScreenView->setDelegate(nullptr);
+    mFullScreenView = nullptr;
+    // One of the window's own events may have led here.
+    mScreenWindow.release()->deleteLater();
+}
+
+void SlideController::exitFullScreen()
+{
+    closeScreenWindow();
+    mWindowMode = false;
+    scheduleVisibilityCheck();
+}
+
+void SlideController::WindowMode()
+{
+    if (!mScreenWindow) {
+        return;
+    }
+    mWindowMode = true;
+    mActivation.windowsChange();
+    mScreenWindow->showAsWindow(mCurrentScreen ? windowModeFrame(mCurrentScreen->geometry()) : QRect());
+}
+
+void SlideController::FullScreen()
+{
+    if (!mScreenWindow) {
+        return;
+    }
+    mWindowMode = false;
+    if (mScreenWindow->screen() != mCurrentScreen) {
+        mCurrentScreen = mScreenWindow->screen();
+        postToMainThread([this, alive = std::weak_ptr(mAlive)] {
+            if (alive.lock()) {
+                saveScreen();
+            }
+        });
+    }
+    mActivation.windowsChange();
+    mFullScreenFrame = mCurrentScreen ? mCurrentScreen->geometry() : QRect();
+    mScreenWindow->showFullScreenOn(mCurrentScreen);
+}
+
+void SlideController::saveScreen()
+{
+    mSharedUserDefaults.setValue(
+        keys::screenRectFrame, textFromRect(mCurrentScreen ? QRectF(mCurrentScreen->geometry()) : QRectF()));
+}
+
+void SlideController::restoreScreen()
+{
+    const auto screens = QGuiApplication::screens();
+    std::vector<QRect> frames;
+    for (const QScreen* screen : screens) {
+        frames.push_back(screen->geometry());
+    }
+    const auto index = rememberedScreen(frames, mSharedUserDefaults.stringValue(keys::screenRectFrame));
+    mCurrentScreen = index ? screens.at(static_cast<qsizetype>(*index)) : QGuiApplication::primaryScreen();
+}
+
+// A show on a display that is unplugged goes on on the main one.
+void SlideController::screenRemoved(QScreen* screen)
+{
+    if (mCurrentScreen != screen && mCurrentScreen) {
+        return;
+    }
+    mCurrentScreen = QGuiApplication::primaryScreen();
+    if (mScreenWindow && !mWindowMode) {
+        goFullScreen(mCurrentScreen);
+    }
+}
+
+// ---- No program without a window
+
+void SlideController::scheduleVisibilityCheck()
+{
+    postToMainThread([this, alive = std::weak_ptr(mAlive)] {
+        if (alive.lock()) {
+            checkVisibility();
+        }
+    });
+}
+
+bool SlideController::isAnyWindowVisible() const
+{
+    const auto widgets = QApplication::topLevelWidgets();
+    return std::any_of(widgets.begin(), widgets.end(), [](const QWidget* widget) {
+        return widget->isVisible() && (widget->windowType() == Qt::Window || widget->windowType() == Qt::Dialog);
+    });
+}
+
+void SlideController::checkVisibility()
+{
+    // Queued jobs count as work: their end leads here again.
+    if (isAnyWindowVisible() || mFileSequence.isCollecting() || mPendingClears > 0) {
+        return;
+    }
+    const bool byHand = std::exchange(mStartedByHand, false);
+    if (mSharedUserDefaults.boolValueOrTrue(keys::showWelcome)) {
+        ShowWelcomeScreen();
+    } else if (byHand) {
+        openMenu();
+    } else {
+        quit();
+    }
+}
+
+} // namespace frameflow

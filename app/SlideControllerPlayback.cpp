@@ -1,0 +1,280 @@
+#include "KLImage.h"
+#include "KLImageCache.h"
+#include "KLThumbnailCache.h"
+#include "SettingsKeys.h"
+#include "SlideController.h"
+#include "SlideTiming.h"
+#include "StartWindow.h"
+
+namespace frameflow {
+
+// ---- The timer
+
+void SlideController::startTimer()
+{
+    mTimerExists = true;
+    mTimer.start(mClock.now() + slideDuration(mSlideTime), [this] { myTimerFireMethod(); });
+}
+
+void SlideController::resetTimer()
+{
+    if (mTimerExists) {
+        startTimer();
+    }
+}
+
+void SlideController::myTimerFireMethod()
+{
+    resetTimer();
+    next();
+}
+
+void SlideController::Start()
+{
+    if (mTimerExists) {
+        return;
+    }
+    mSlideTime = mSharedUserDefaults.floatValue(keys::slideInterval);
+    startTimer();
+}
+
+void SlideController::Stop()
+{
+    mTimer.stop();
+    mTimerExists = false;
+}
+
+void SlideController::Play()
+{
+    if (mTimerExists) {
+        Stop();
+    } else {
+        Start();
+    }
+}
+
+void SlideController::slideIntervalChanged()
+{
+    const Duration before = slideDuration(mSlideTime);
+    mSlideTime = mSharedUserDefaults.floatValue(keys::slideInterval);
+    if (!mTimerExists) {
+        return;
+    }
+    if (const auto deadline = retimed(mClock.now(), mTimer.deadline(), before, slideDuration(mSlideTime))) {
+        mTimer.moveTo(*deadline);
+    } else {
+        myTimerFireMethod();
+    }
+}
+
+void SlideController::delayNextImage()
+{
+    if (mTimerExists) {
+        mTimer.moveTo(postponed(mClock.now(), mTimer.deadline()));
+    }
+}
+
+// ---- Stepping
+
+void SlideController::firstSlide()
+{
+    const FileUrl url = mFileSequence.first();
+    if (!url.isEmpty()) {
+        resetTimer();
+        openImageURL(url, false);
+    }
+}
+
+void SlideController::nextSlide()
+{
+    resetTimer();
+    next();
+}
+
+void SlideController::previousSlide()
+{
+    resetTimer();
+    previous();
+}
+
+void SlideController::next()
+{
+    if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
+        return;
+    }
+    if (const auto url = nextURL()) {
+        openImageURL(*url, true);
+    }
+}
+
+// The file that a step forward shows. Absent at the end of the sequence, where the end mode has been carried out. What
+// a running collection has found so far has no end yet.
+std::optional<FileUrl> SlideController::nextURL()
+{
+    const FileUrl url = mHintsScreenShown ? mFileSequence.current() : mFileSequence.next();
+    if (!url.isEmpty()) {
+        return url;
+    }
+    if (mSharedUserDefaults.stringValue(keys::endMode) == keys::endModeClose && !mFileSequence.isCollecting()) {
+        endSlideShow();
+    }
+    return std::nullopt;
+}
+
+void SlideController::previous()
+{
+    if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
+        return;
+    }
+    const FileUrl url = mHintsScreenShown ? mFileSequence.current() : mFileSequence.previous();
+    if (!url.isEmpty()) {
+        openImageURL(url, false);
+    }
+}
+
+void SlideController::reloadCurrent()
+{
+    if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
+        return;
+    }
+    const FileUrl url = mFileSequence.current();
+    if (!url.isEmpty()) {
+        openImageURL(url, true);
+    }
+}
+
+bool SlideController::isMovieURL(const FileUrl& url)
+{
+    return KLImage::isMovieURL(url);
+}
+
+// ---- Putting a file on screen
+
+void SlideController::openImageURL(const FileUrl& first, bool firstForward)
+{
+    // Files that cannot be shown are stepped over here, one after another: a folder may hold a hundred thousand of
+    // them.
+    std::optional<FileUrl> url = first;
+    bool forward = firstForward;
+    FileUrl firstSkipped;
+    while (url && !present(*url, forward)) {
+        if (!isMovieURL(*url)) {
+            dropUnloadable(*url);
+        } else if (firstSkipped.isEmpty()) {
+            // Stepped over but kept: without a player nothing is known against the file.
+            firstSkipped = *url;
+        } else if (firstSkipped == *url) {
+            break; // a whole round without a slide
+        }
+        url = nextURL();
+        forward = true;
+    }
+    endEmptyShow();
+}
+
+// A show in which nothing can be shown ends, unless a running collection may still bring something.
+void SlideController::endEmptyShow()
+{
+    if (mFullScreenView != nullptr && !mFullScreenView->currentImage() && !mFileSequence.isCollecting()) {
+        endSlideShow();
+    }
+}
+
+// False when the file cannot be shown.
+bool SlideController::present(const FileUrl& url, bool forward)
+{
+    mHintsScreenShown = false;
+    mImageURL = url;
+    if (mScreenWindow) {
+        mScreenWindow->hidePointerUntilMouseMoves();
+    }
+    if (mFullScreenView == nullptr || !mScreenWindow->isVisible()) {
+        goFullScreen(mCurrentScreen);
+        mScreenWindow->hidePointerUntilMouseMoves();
+    }
+    if (url.isEmpty()) {
+        return true;
+    }
+    if (isMovieURL(url)) {
+        return false;
+    }
+    mFullScreenView->setImageWithURL(url, forward);
+    const TimePoint now = mClock.now();
+    if (mLastSlideChange) {
+        mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);
+    }
+    mLastSlideChange = now;
+    return mFullScreenView->ImageOK();
+}
+
+void SlideController::dropUnloadable(const FileUrl& url)
+{
+    mFileSequence.remove(url);
+    mImageURL = {};
+    mFileSequence.stepBackAfterRemoval();
+}
+
+// ---- The end of a show
+
+void SlideController::endSlideShow()
+{
+    Stop();
+    if (mFullScreenView != nullptr) {
+        mFullScreenView->clearImage();
+    }
+    mImageURL = {};
+    mHintsScreenShown = false;
+    mFileSequence.abandonCollections();
+    exitFullScreen();
+    ++mPendingClears;
+    mFileSequence.clearOn(mDispatchQueue, [this] {
+        --mPendingClears;
+        scheduleVisibilityCheck();
+    });
+    KLImageCache::purge();
+    KLThumbnailCache::purge();
+}
+
+// ---- What the sequence found
+
+void SlideController::firstFileFound()
+{
+    autoPlay();
+}
+
+void SlideController::newFilesFound()
+{
+    const bool nothingOnScreen = mImageURL.isEmpty();
+    const bool asSoonAsPossible = !mTimerExists && mSharedUserDefaults.boolValue(keys::showNewItemsASAP);
+    if (nothingOnScreen || asSoonAsPossible) {
+        next();
+        autoPlay();
+    }
+}
+
+void SlideController::currentFileChanged()
+{
+    reloadCurrent();
+}
+
+void SlideController::autoPlay()
+{
+    const FileUrl current = mFileSequence.current();
+    if (current.isEmpty()) {
+        return;
+    }
+    if (mSharedUserDefaults.boolValue(keys::hintsShown) || hintPicture().isEmpty()) {
+        openImageURL(current, true);
+    } else {
+        ShowHintScreen();
+    }
+    if (mStartWindow && mScreenWindow) {
+        mActivation.windowsChange();
+        mStartWindow->hide();
+    }
+    if (mSharedUserDefaults.boolValue(keys::autoStart) && !mTimerExists) {
+        Play();
+    }
+}
+
+} // namespace frameflow

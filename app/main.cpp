@@ -1,0 +1,69 @@
+#include "Clock.h"
+#include "SlideController.h"
+#include "StartArguments.h"
+#include "UserDefaults.h"
+
+#include <QApplication>
+#include <QSocketNotifier>
+
+#include <csignal>
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace {
+
+// Blocked before any thread exists, so that every thread inherits it and only the descriptor sees the signals.
+int blockEndingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGHUP);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+QList<QByteArray> argumentsFrom(int count, char** values)
+{
+    QList<QByteArray> arguments;
+    for (int i = 1; i < count; ++i) {
+        arguments.append(QByteArray(values[i]));
+    }
+    return arguments;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    using namespace frameflow;
+    const QList<FileUrl> files = filesFromArguments(argumentsFrom(argc, argv));
+    const int endingSignals = blockEndingSignals();
+
+    // The toolkit sees no arguments: a file may be called -style.
+    int noArguments = argc > 0 ? 1 : 0;
+    QApplication application(noArguments, argv);
+    QApplication::setApplicationName(QStringLiteral("frameflow"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Frameflow"));
+    QApplication::setApplicationVersion(QStringLiteral(FRAMEFLOW_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("com.quillory.Frameflow"));
+    // The controller decides when the program ends: between two windows there may be none for a moment.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    QSocketNotifier ending(endingSignals, QSocketNotifier::Read);
+    QObject::connect(&ending, &QSocketNotifier::activated, &application, &QApplication::quit);
+
+    SystemClock clock;
+    UserDefaults defaults(UserDefaults::standardFilePath());
+    SlideController controller(
+        defaults, clock, QApplication::applicationDirPath() + QStringLiteral("/../share/frameflow"));
+    controller.awakeFromNib();
+    if (files.isEmpty()) {
+        controller.applicationDidFinishLaunching();
+    } else {
+        controller.applicationOpenFiles(files);
+    }
+    return QApplication::exec();
+}

@@ -1,0 +1,249 @@
+// Measures the sequence against find on trees of its own. Takes no arguments; each line is
+// name|figure|reference|ratio|limit. FRAMEFLOW_BENCH_LARGE also measures a tree of a million files.
+
+#include "Duplicates.h"
+#include "FileSequence.h"
+#include "SettingsKeys.h"
+#include "UserDefaults.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+
+#include <fcntl.h>
+#include <malloc.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace frameflow;
+
+namespace {
+
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+double timed(const std::function<void()>& work)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return Milliseconds(std::chrono::steady_clock::now() - begin).count();
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void report(const char* name, double figure, const char* reference, double referenceTime, double limit)
+{
+    const double ratio = figure / referenceTime;
+    std::printf("%s|%.1f ms|%s %.1f ms|%.2f|%.2f\n", name, figure, reference, referenceTime, ratio, limit);
+    std::fflush(stdout);
+}
+
+void require(bool succeeded, const char* what)
+{
+    if (!succeeded) {
+        std::perror(what);
+        std::exit(1);
+    }
+}
+
+// Files in folders of 200, three in four of them displayable.
+void makeTree(const QByteArray& root, int files)
+{
+    constexpr int filesInFolder = 200;
+    require(mkdir(root.constData(), 0777) == 0, "mkdir");
+    for (int folder = 0; folder < files / filesInFolder; ++folder) {
+        const QByteArray path = root + "/holiday " + QByteArray::number(folder);
+        require(mkdir(path.constData(), 0777) == 0, "mkdir");
+        for (int file = 0; file < filesInFolder; ++file) {
+            const int number = (folder * filesInFolder + file) * 7919 % files;
+            const QByteArray name
+                = path + "/IMG_" + QByteArray::number(number) + (file % 4 == 3 ? ".xmp" : ".jpg");
+            const int descriptor = open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+            require(descriptor >= 0, "open");
+            close(descriptor);
+        }
+    }
+}
+
+void runFind(const QByteArray& root)
+{
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    QByteArray path = root;
+    char program[] = "find";
+    char option[] = "-printf";
+    char format[] = "%T@ %s %p\\n";
+    char* arguments[] = {program, path.data(), option, format, nullptr};
+    pid_t process = 0;
+    require(posix_spawnp(&process, program, &actions, nullptr, arguments, environ) == 0, "find");
+    posix_spawn_file_actions_destroy(&actions);
+    int status = 0;
+    waitpid(process, &status, 0);
+    require(status == 0, "find");
+}
+
+void collect(FileSequence& sequence, SerialQueue& queue, const QByteArray& root)
+{
+    QEventLoop loop;
+    CollectionRequest request{CollectionRequest::Adder::Directory, {FileUrl::fromPath(root)}, true, true, true};
+    sequence.collect(queue, request, [&] { loop.quit(); });
+    loop.exec();
+}
+
+double medianCollection(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root, size_t expected)
+{
+    FileSequence sequence(defaults);
+    const double time = timed([&] { collect(sequence, queue, root); });
+    if (sequence.count() != expected) {
+        std::fprintf(stderr, "%zu files instead of %zu\n", sequence.count(), expected);
+        std::exit(1);
+    }
+    return time;
+}
+
+double benchCollecting(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root)
+{
+    std::vector<double> own;
+    std::vector<double> finds;
+    medianCollection(defaults, queue, root, 75000);
+    runFind(root);
+    for (int i = 0; i < 7; ++i) {
+        own.push_back(medianCollection(defaults, queue, root, 75000));
+        finds.push_back(timed([&] { runFind(root); }));
+    }
+    report("collect 100,000 files", median(own), "find", median(finds), 1.0);
+    return median(own);
+}
+
+void benchFirstFile(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root)
+{
+    std::vector<double> small;
+    for (int i = 0; i < 7; ++i) {
+        FileSequence sequence(defaults);
+        small.push_back(timed([&] { collect(sequence, queue, root); }));
+    }
+    report("collect 10 files", median(small), "a frame at 60 Hz", 1000.0 / 60, 1.0);
+}
+
+void benchLarge(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root, double hundredThousand)
+{
+    medianCollection(defaults, queue, root, 750000);
+    std::vector<double> own;
+    for (int i = 0; i < 3; ++i) {
+        own.push_back(medianCollection(defaults, queue, root, 750000));
+    }
+    report("collect 1,000,000 files", median(own), "100,000 files", hundredThousand, 13.0);
+
+    queue.sync([] {});
+    malloc_trim(0);
+    const auto before = mallinfo2().uordblks;
+    FileSequence sequence(defaults);
+    collect(sequence, queue, root);
+    queue.sync([] {});
+    const double bytes = static_cast<double>(mallinfo2().uordblks - before) / static_cast<double>(sequence.count());
+    std::printf("memory of a file in a sequence of 750,000|%.0f bytes|250 bytes|%.2f|1.00\n", bytes, bytes / 250);
+}
+
+SlideItems itemsNamed(int pairs)
+{
+    SlideItems items;
+    for (int i = 0; i < pairs; ++i) {
+        const QByteArray base = "/pictures/holiday/IMG_" + QByteArray::number(i * 7919 % pairs);
+        items.emplace_back(new SlideItem(FileUrl::fromPath(base + ".JPG"), {i, 0}, {}));
+        items.emplace_back(new SlideItem(FileUrl::fromPath(base + ".CR2"), {i, 0}, {}));
+    }
+    return items;
+}
+
+void benchDuplicates(double collecting)
+{
+    std::vector<double> times;
+    for (int i = 0; i < 7; ++i) {
+        auto items = itemsNamed(50000);
+        times.push_back(timed([&] {
+            const auto duplicates = takeDuplicates(items);
+            require(duplicates.urls.size() == 50000 && items.size() == 50000, "duplicates");
+        }));
+    }
+    report("remove 50,000 duplicates", median(times), "collect", collecting, 0.25);
+}
+
+// Puts the processor's caches out of use: in a show, seconds pass between two of these steps.
+void coolCaches()
+{
+    static std::vector<char> memory(size_t(64) * 1024 * 1024);
+    for (size_t i = 0; i < memory.size(); i += 64) {
+        ++memory[i];
+    }
+}
+
+// What the show does with a folder in which nothing can be decoded.
+double removeAllAtCursor(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root)
+{
+    FileSequence sequence(defaults);
+    collect(sequence, queue, root);
+    coolCaches();
+    return timed([&] {
+        FileUrl url = sequence.first();
+        while (!url.isEmpty()) {
+            sequence.remove(url);
+            sequence.stepBackAfterRemoval();
+            url = sequence.next();
+        }
+        require(sequence.count() == 0, "remove");
+    });
+}
+
+void benchRemoving(UserDefaults& defaults, SerialQueue& queue, const QByteArray& small, const QByteArray& large)
+{
+    std::vector<double> own;
+    std::vector<double> reference;
+    for (int i = 0; i < 7; ++i) {
+        own.push_back(removeAllAtCursor(defaults, queue, large));
+        reference.push_back(removeAllAtCursor(defaults, queue, small));
+    }
+    report("remove all of 75,000 files", median(own), "7,500 files", median(reference), 15.0);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QTemporaryDir folder;
+    require(folder.isValid(), "temporary folder");
+    const QByteArray root = folder.path().toUtf8();
+    UserDefaults defaults(folder.filePath(QStringLiteral("settings.conf")));
+    defaults.registerDefaults({{keys::sort, keys::sortByName}, {keys::endMode, keys::endModeRewind}});
+    SerialQueue queue("bench");
+
+    makeTree(root + "/hundred thousand", 100000);
+    makeTree(root + "/ten thousand", 10000);
+    require(mkdir((root + "/ten").constData(), 0777) == 0, "mkdir");
+    for (int i = 0; i < 10; ++i) {
+        const QByteArray name = root + "/ten/" + QByteArray::number(i) + ".jpg";
+        close(open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+    }
+
+    const double collecting = benchCollecting(defaults, queue, root + "/hundred thousand");
+    benchFirstFile(defaults, queue, root + "/ten");
+    benchDuplicates(collecting);
+    benchRemoving(defaults, queue, root + "/ten thousand", root + "/hundred thousand");
+    if (qEnvironmentVariableIsSet("FRAMEFLOW_BENCH_LARGE")) {
+        makeTree(root + "/million", 1000000);
+        benchLarge(defaults, queue, root + "/million", collecting);
+    }
+    return 0;
+}

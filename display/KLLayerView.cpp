@@ -1,0 +1,210 @@
+#include "KLLayerView.h"
+
+#include "AssertionFailure.h"
+#include "Clock.h"
+#include "Coordinates.h"
+#include "KLImageCache.h"
+#include "Presentation.h"
+#include "SettingsKeys.h"
+#include "UserDefaults.h"
+
+#include <QPainter>
+#include <QScreen>
+
+namespace frameflow {
+
+KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent)
+    : QWidget(parent), mDefaults(defaults), mCompositor(Compositor::create(clock, [this] { update(); })),
+      mCopies([this] { update(); }), mRenderer(mCopies)
+{
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    mBackgroundLayer = std::make_shared<Layer>(mCompositor);
+    fitRootLayer();
+    mCurrentLayer = addLayer();
+    mPreviousLayer = addLayer();
+    mCursorLayer = addLayer();
+    mCursorLayer->setZPosition(2.0);
+    mCursorLayer->setLevel(LayerLevel::Front);
+}
+
+KLLayerView::~KLLayerView()
+{
+    mCompositor->stop();
+}
+
+LayerPtr KLLayerView::addLayer()
+{
+    auto layer = std::make_shared<Layer>(mCompositor);
+    mBackgroundLayer->addSublayer(layer);
+    return layer;
+}
+
+void KLLayerView::setImageWithURL(const FileUrl& url, bool forward)
+{
+    if (mTransitionInProgress) {
+        return;
+    }
+    const KLImagePtr image = KLImageCache::imageWithURL(url);
+    if (!image) {
+        mImageOK = false;
+        return;
+    }
+    setImage(image, forward);
+}
+
+void KLLayerView::setImage(const KLImagePtr& image, bool forward)
+{
+    mImageOK = true;
+    fitRootLayer();
+    if (mCurrentImage) {
+        swapImageLayers();
+        resetLayer(mPreviousLayer);
+    }
+    mCurrentImage = image;
+    resetLayer(mCurrentLayer);
+    displayLayer(mCurrentLayer);
+    // Before the transition begins, so that the time it takes is not the transition's.
+    prepareCopies();
+    if (mPreviousImage && !mTransitionInProgress) {
+        transition(mPreviousLayer, mCurrentLayer, forward);
+    } else {
+        mPreviousLayer->setOpacity(0.0);
+        mCurrentLayer->setOpacity(1.0);
+    }
+}
+
+void KLLayerView::clearImage()
+{
+    mCurrentImage = nullptr;
+    mCurrentLayer->setOpacity(0.0);
+    mCurrentLayer->setContents(QImage());
+    mPreviousImage = nullptr;
+    mPreviousLayer->setOpacity(0.0);
+    mPreviousLayer->setContents(QImage());
+}
+
+void KLLayerView::refresh()
+{
+    updateFitMode();
+    if (mCurrentImage && !mCurrentImage->mURL().isEmpty()) {
+        mCurrentImage->refresh();
+    }
+    displayLayer(mCurrentLayer);
+}
+
+void KLLayerView::updateFitMode()
+{
+    mCurrentLayer->setFrame(rectForImage(mCurrentImage));
+}
+
+QRectF KLLayerView::rectForLayer(const LayerPtr& layer) const
+{
+    if (layer == mCurrentLayer) {
+        return rectForImage(mCurrentImage);
+    }
+    if (layer == mPreviousLayer) {
+        return rectForImage(mPreviousImage);
+    }
+    throw AssertionFailure("KLLayerView", 200, "Unhandled layer in rectForLayer");
+}
+
+QRectF KLLayerView::rectForImage(const KLImagePtr& image) const
+{
+    const QSizeF viewSize = size();
+    const QVariant stored = mDefaults.value(keys::imageFitMode);
+    const QString mode = stored.isValid() ? stored.toString() : keys::fitModeFit;
+    if (mode == keys::fitModeFit || mode == keys::fitModeZoom) {
+        return image ? image->rectToFitScreen(viewSize, mode == keys::fitModeZoom) : QRectF();
+    }
+    if (mode == keys::fitModeFill) {
+        return image ? image->rectToFillScreen(viewSize) : QRectF();
+    }
+    return {QPointF(), viewSize};
+}
+
+void KLLayerView::resetLayer(const LayerPtr& layer)
+{
+    layer->setTransform(LayerTransform());
+    if (imageOfLayer(layer)) {
+        layer->setFrame(rectForLayer(layer));
+    }
+}
+
+void KLLayerView::put(const LayerPtr& layer, const LayerPtr& above)
+{
+    layer->removeFromSuperlayer();
+    mBackgroundLayer->insertSublayerAbove(layer, *above);
+}
+
+void KLLayerView::swapImageLayers()
+{
+    std::swap(mPreviousLayer, mCurrentLayer);
+    mPreviousImage = mCurrentImage;
+}
+
+void KLLayerView::displayLayer(const LayerPtr& layer)
+{
+    if (const KLImagePtr image = imageOfLayer(layer)) {
+        layer->setContents(image->getCGImage());
+    }
+}
+
+KLImagePtr KLLayerView::imageOfLayer(const LayerPtr& layer) const
+{
+    if (layer == mCurrentLayer) {
+        return mCurrentImage;
+    }
+    return layer == mPreviousLayer ? mPreviousImage : nullptr;
+}
+
+void KLLayerView::animationDidStart(const AnimationPtr& /*animation*/)
+{
+    mTransitionInProgress = true;
+}
+
+void KLLayerView::animationDidStop(const AnimationPtr& /*animation*/, bool /*finished*/)
+{
+    mTransitionInProgress = false;
+    mPreviousLayer->setOpacity(0.0);
+}
+
+ViewArea KLLayerView::area() const
+{
+    return {QSizeF(size()), devicePixelRatioF()};
+}
+
+void KLLayerView::prepareCopies()
+{
+    const ViewArea viewArea = area();
+    std::vector<ReducedCopies::Wanted> wanted;
+    for (const LayerPtr& layer : {mCurrentLayer, mPreviousLayer}) {
+        const auto pixels = pixelRect(layer->frame(), viewArea);
+        wanted.push_back({layer->contents(), pixels ? pixels->size() : QSize()});
+    }
+    mCopies.setWanted(wanted, picturesIn(presentation(*mBackgroundLayer, mCompositor->now())));
+}
+
+void KLLayerView::paintEvent(QPaintEvent* /*event*/)
+{
+    fitRootLayer();
+    prepareCopies();
+    QPainter painter(this);
+    mRenderer.paint(painter, presentation(*mBackgroundLayer, mCompositor->now()), area());
+}
+
+void KLLayerView::fitRootLayer()
+{
+    mBackgroundLayer->setFrame(QRectF(QPointF(), size()));
+}
+
+void KLLayerView::resizeEvent(QResizeEvent* /*event*/)
+{
+    fitRootLayer();
+}
+
+void KLLayerView::showEvent(QShowEvent* /*event*/)
+{
+    mCompositor->setRefreshRate(screen()->refreshRate());
+}
+
+} // namespace frameflow

@@ -1,0 +1,164 @@
+#include "Colour.h"
+
+#include <QColorSpace>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include <lcms2.h>
+
+namespace frameflow {
+
+namespace {
+
+struct CloseProfile
+{
+    void operator()(void* profile) const { cmsCloseProfile(profile); }
+};
+using Profile = std::unique_ptr<void, CloseProfile>;
+
+struct DeleteTransform
+{
+    void operator()(void* transform) const { cmsDeleteTransform(transform); }
+};
+using Transform = std::unique_ptr<void, DeleteTransform>;
+
+bool isDeep(const QImage& image)
+{
+    return image.depth() > 32 || image.format() == QImage::Format_Grayscale16;
+}
+
+// What programs write for sRGB that knew no better: its primaries with a plain exponent near its curve.
+bool isNearlySrgb(const QColorSpace& space)
+{
+    return space.primaries() == QColorSpace::Primaries::SRgb
+        && (space.transferFunction() == QColorSpace::TransferFunction::SRgb
+            || (space.transferFunction() == QColorSpace::TransferFunction::Gamma
+                && std::abs(space.gamma() - 2.2F) < 0.05F));
+}
+
+cmsColorSpaceSignature modelOf(const QByteArray& icc)
+{
+    constexpr qsizetype modelAt = 16;
+    if (icc.size() < modelAt + 4) {
+        return cmsColorSpaceSignature(0);
+    }
+    const auto* bytes = reinterpret_cast<const uchar*>(icc.constData()) + modelAt;
+    return cmsColorSpaceSignature(bytes[0] << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3]);
+}
+
+Transform transformFrom(const QByteArray& icc, cmsUInt32Number from, cmsUInt32Number to)
+{
+    const Profile source(cmsOpenProfileFromMem(icc.constData(), icc.size()));
+    const Profile target(cmsCreate_sRGBProfile());
+    if (!source || !target) {
+        return {};
+    }
+    return Transform(cmsCreateTransform(source.get(), from, target.get(), to, INTENT_PERCEPTUAL,
+        cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_COPY_ALPHA));
+}
+
+// Grey samples through a profile for grey.
+QImage convertGrey(const QImage& image, const QByteArray& icc)
+{
+    const bool hasAlpha = image.hasAlphaChannel();
+    const QImage source = image.convertToFormat(hasAlpha ? QImage::Format_RGBA64 : QImage::Format_Grayscale16);
+    QImage result(image.size(), hasAlpha ? QImage::Format_RGBA64 : QImage::Format_RGBX64);
+    // The three equal channels of a picture with alpha are read as one grey, two skipped.
+    const cmsUInt32Number from
+        = hasAlpha ? COLORSPACE_SH(PT_GRAY) | CHANNELS_SH(1) | BYTES_SH(2) | EXTRA_SH(3) : TYPE_GRAY_16;
+    const Transform transform
+        = transformFrom(icc, from, COLORSPACE_SH(PT_RGB) | CHANNELS_SH(3) | BYTES_SH(2) | EXTRA_SH(1));
+    if (!transform || source.isNull() || result.isNull()) {
+        return image;
+    }
+    for (int y = 0; y < source.height(); ++y) {
+        auto* to = reinterpret_cast<QRgba64*>(result.scanLine(y));
+        cmsDoTransform(transform.get(), source.constScanLine(y), to, source.width());
+        const auto* old = reinterpret_cast<const QRgba64*>(source.constScanLine(y));
+        for (int x = 0; x < source.width(); ++x) {
+            to[x].setAlpha(hasAlpha ? old[x].alpha() : 0xffff);
+        }
+    }
+    return result;
+}
+
+QImage convertWithTables(const QImage& image, const QByteArray& icc)
+{
+    const bool deep = isDeep(image);
+    const bool hasAlpha = image.hasAlphaChannel();
+    QImage result = deep ? image.convertToFormat(hasAlpha ? QImage::Format_RGBA64 : QImage::Format_RGBX64)
+                         : image.convertToFormat(hasAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+    const cmsUInt32Number layout = deep ? TYPE_RGBA_16 : TYPE_BGRA_8;
+    const Transform transform = transformFrom(icc, layout, layout);
+    if (!transform || result.isNull()) {
+        return image;
+    }
+    for (int y = 0; y < result.height(); ++y) {
+        uchar* line = result.scanLine(y);
+        cmsDoTransform(transform.get(), line, line, result.width());
+    }
+    return result;
+}
+
+QImage toSrgb(const QImage& image)
+{
+    const QColorSpace space = image.colorSpace();
+    const QByteArray icc = space.iccProfile();
+    if (!space.isValid() && icc.isEmpty()) {
+        return image;
+    }
+    if (space.isValid() && isNearlySrgb(space)) {
+        return image;
+    }
+    const cmsColorSpaceSignature model = modelOf(icc);
+    if (model == cmsSigGrayData) {
+        return convertGrey(image, icc);
+    }
+    if (!space.isValid()) {
+        return model == cmsSigRgbData ? convertWithTables(image, icc) : image;
+    }
+    const bool hasAlpha = image.hasAlphaChannel();
+    const QImage::Format format = isDeep(image) ? (hasAlpha ? QImage::Format_RGBA64 : QImage::Format_RGBX64)
+                                                : (hasAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+    return image.convertToFormat(format).convertedToColorSpace(QColorSpace(QColorSpace::SRgb));
+}
+
+bool isOpaque(const QImage& image)
+{
+    constexpr quint32 alphaBits = 0xff000000U;
+    for (int y = 0; y < image.height(); ++y) {
+        const auto* line = reinterpret_cast<const quint32*>(image.constScanLine(y));
+        const bool opaque
+            = std::all_of(line, line + image.width(), [](quint32 pixel) { return (pixel & alphaBits) == alphaBits; });
+        if (!opaque) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+QImage toScreenColours(QImage image)
+{
+    image = toSrgb(image);
+    image.setColorSpace(QColorSpace());
+    if (!image.hasAlphaChannel()) {
+        image.convertTo(QImage::Format_RGB32);
+    } else {
+        image.convertTo(QImage::Format_ARGB32_Premultiplied);
+        if (!image.isNull() && isOpaque(image)) {
+            image.reinterpretAsFormat(QImage::Format_RGB32);
+        }
+    }
+    if (!image.isNull()) {
+        image.setDotsPerMeterX(0);
+        image.setDotsPerMeterY(0);
+        image.setDevicePixelRatio(1);
+    }
+    return image;
+}
+
+} // namespace frameflow

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QImage>
+
+namespace frameflow {
+
+// The picture in sRGB with 8 bits a channel, as RGB32 when every pixel is opaque, else as ARGB32_Premultiplied;
+// converted from its colour space when it has another one. A profile that makes no sense counts as sRGB. Null when
+// there is no memory.
+QImage toScreenColours(QImage image);
+
+} // namespace frameflow

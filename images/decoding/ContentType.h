@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+
+namespace frameflow {
+
+// The types of picture that are shown, told apart by what a file holds.
+enum class ContentType
+{
+    Unknown, // also every type that is never shown: documents, play lists, programs
+    Bmp,
+    CameraRaw,
+    Dds,
+    Fits,
+    Gif,
+    Heif, // HEIC and AVIF
+    Icon,
+    Jpeg,
+    Jpeg2000,
+    JpegXl,
+    OpenExr,
+    Pcx,
+    Png,
+    PortableMap,
+    Psd,
+    Radiance,
+    Sgi,
+    Svg, // plain or compressed
+    Targa,
+    Tiff,
+    WebP,
+    Xpm,
+};
+
+// By the first bytes; the file name is asked only for the types that have none of their own.
+ContentType contentType(const QByteArray& contents, QByteArrayView fileName);
+
+// Whether the picture's samples are inks: cyan, magenta, yellow and black.
+bool isCmyk(const QByteArray& contents, ContentType type);
+
+} // namespace frameflow

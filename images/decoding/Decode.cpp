@@ -1,0 +1,165 @@
+#include "Decode.h"
+
+#include "Colour.h"
+#include "ContentType.h"
+#include "DecoderModule.h"
+#include "FileContents.h"
+#include "FileTypes.h"
+#include "Limits.h"
+#include "Metadata.h"
+#include "Orientation.h"
+#include "QtDecoder.h"
+#include "SvgDecoder.h"
+
+#include <QColorSpace>
+
+#include <new>
+#include <optional>
+
+namespace frameflow {
+
+namespace {
+
+// A preview stands for its camera raw picture when it has this share of its width and height.
+constexpr double previewShare = 0.9;
+
+DecodedPicture decodeWithModule(const QByteArray& contents, ContentType type, int longestSide)
+{
+    const DecoderModule* const module = decoderModule();
+    return module != nullptr ? module->decodeWithVips(contents, type, longestSide)
+                             : DecodedPicture::failed(DecodeError::NotAPicture);
+}
+
+DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, int longestSide)
+{
+    if (type == ContentType::Svg) {
+        return decodeSvg(contents, longestSide);
+    }
+    if (!isQtType(type) || isCmyk(contents, type)) {
+        return decodeWithModule(contents, type, longestSide);
+    }
+    DecodedPicture picture = decodeWithQt(contents, type, longestSide);
+    // TIFF is a box for many codecs and layouts, of which each library reads some.
+    if (picture.error == DecodeError::Damaged && type == ContentType::Tiff) {
+        return decodeWithModule(contents, type, longestSide);
+    }
+    return picture;
+}
+
+bool isLargeEnough(QSize preview, QSize raw, int longestSide)
+{
+    const QSize wide = preview.width() < preview.height() ? preview.transposed() : preview;
+    if (longestSide > 0 && wide.width() >= longestSide) {
+        return true;
+    }
+    const QSize rawWide = raw.width() < raw.height() ? raw.transposed() : raw;
+    return wide.width() >= previewShare * rawWide.width() && wide.height() >= previewShare * rawWide.height();
+}
+
+// Nothing when it is no camera raw file after all.
+std::optional<DecodedPicture> decodeRaw(const QByteArray& contents, int longestSide)
+{
+    const DecoderModule* const module = decoderModule();
+    RawHeader header;
+    if (module == nullptr || !module->readRawHeader(contents, &header)) {
+        return std::nullopt;
+    }
+    DecodedPicture picture;
+    if (contentType(header.preview, {}) == ContentType::Jpeg) {
+        picture = decodeWithQt(header.preview, ContentType::Jpeg, longestSide);
+    }
+    if (picture.pixels.isNull() || !isLargeEnough(picture.size, header.size, longestSide)) {
+        picture = module->developRaw(contents, longestSide);
+    }
+    picture.orientation = header.orientation;
+    return picture;
+}
+
+// The types whose codecs turn the picture themselves.
+bool isTurnedByCodec(ContentType type)
+{
+    return type == ContentType::Heif || type == ContentType::JpegXl;
+}
+
+// Reduces, converts the colours and turns, each only where it is needed.
+void finish(DecodedPicture& picture, const DecodeRequest& request)
+{
+    const QSize held = heldSize(picture.pixels.size(), request.longestSide);
+    if (held != picture.pixels.size()) {
+        if (picture.pixels.hasAlphaChannel()) {
+            picture.pixels.convertTo(QImage::Format_ARGB32_Premultiplied);
+        }
+        picture.pixels = picture.pixels.scaled(held, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    }
+    picture.pixels = toScreenColours(std::move(picture.pixels));
+    if (request.turn == Turn::Upright && picture.orientation != 1) {
+        QImage upright
+            = turnedUpright(picture.pixels, orientationTransform(picture.pixels.size(), picture.orientation));
+        if (!upright.isNull()) {
+            picture.pixels = std::move(upright);
+            picture.size = turnedSize(picture.size, picture.orientation);
+            picture.orientation = 1;
+        }
+    }
+    if (picture.pixels.isNull()) {
+        picture = DecodedPicture::failed(DecodeError::TooLarge);
+    }
+}
+
+DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int longestSide)
+{
+    if (type == ContentType::Unknown) {
+        return DecodedPicture::failed(DecodeError::NotAPicture);
+    }
+    const auto stored = longestSide > 0 ? StoredThumbnail::Read : StoredThumbnail::Skip;
+    const Metadata metadata
+        = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
+    DecodedPicture picture = DecodedPicture::failed(DecodeError::NotAPicture);
+    if (contentType(metadata.thumbnail, {}) == ContentType::Jpeg) {
+        picture = decodeWithQt(metadata.thumbnail, ContentType::Jpeg, longestSide);
+    }
+    if (picture.pixels.isNull()) {
+        picture = decodeByContents(contents, type, longestSide);
+    }
+    picture.orientation = validOrientation(metadata.orientation);
+    if (metadata.isAdobeRgb && type == ContentType::Jpeg && !isCmyk(contents, type)
+        && picture.pixels.colorSpace().iccProfile().isEmpty()) {
+        picture.pixels.setColorSpace(QColorSpace::AdobeRgb);
+    }
+    return picture;
+}
+
+DecodedPicture decodeContents(const QByteArray& contents, const DecodeRequest& request)
+{
+    const ContentType type = contentType(contents, request.fileName);
+    std::optional<DecodedPicture> picture;
+    if (type == ContentType::CameraRaw || isRawName(request.fileName)) {
+        picture = decodeRaw(contents, request.longestSide);
+        // What other decoders find in a damaged camera raw file is its small preview.
+        if (!picture && (type == ContentType::CameraRaw || type == ContentType::Tiff)) {
+            return DecodedPicture::failed(DecodeError::Damaged);
+        }
+    }
+    if (!picture) {
+        picture = decodeOther(contents, type, request.longestSide);
+    }
+    if (picture->error == DecodeError::None) {
+        finish(*picture, request);
+    }
+    return *picture;
+}
+
+} // namespace
+
+DecodedPicture decodePicture(int descriptor, const DecodeRequest& request)
+{
+    try {
+        DecodeError error = DecodeError::None;
+        const auto contents = readContents(descriptor, &error);
+        return contents ? decodeContents(*contents, request) : DecodedPicture::failed(error);
+    } catch (const std::bad_alloc&) {
+        return DecodedPicture::failed(DecodeError::TooLarge);
+    }
+}
+
+} // namespace frameflow

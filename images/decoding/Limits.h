@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QSize>
+
+namespace frameflow {
+
+// The most pixels that a bitmap is held with; a larger picture is reduced to this.
+constexpr qint64 mostPixelsHeld = 64 * 1000 * 1000;
+
+// The most bytes that decoding one picture may take, from the memory of this machine.
+qint64 mostBytesForDecoding();
+
+// Whether a bitmap of that size is one that may be made while decoding. False for an empty size.
+bool canDecode(QSize size, int bytesPerPixel);
+
+// The largest size of the same shape whose longer side is at most that many pixels (0: any) and that has at most
+// mostPixelsHeld pixels. Never larger than the given size, no side below 1.
+QSize heldSize(QSize size, int longestSide);
+
+} // namespace frameflow

@@ -1,0 +1,102 @@
+#include "Collection.h"
+
+#include "Duplicates.h"
+#include "FolderWalk.h"
+#include "Sources.h"
+
+#include <chrono>
+#include <utility>
+
+namespace frameflow {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+// How many items are reported together at most, and how long one may wait for others.
+constexpr size_t largestBatch = 8192;
+constexpr std::chrono::milliseconds longestWait(25);
+
+// Gathers what is found into batches. The very first item is a batch of its own, so that it can be shown at once.
+class Batches
+{
+public:
+    explicit Batches(const Collection& collection) : mCollection(collection) { }
+
+    void add(SlideItemPtr item)
+    {
+        mCollection.collected->items.push_back(item);
+        mBatch.push_back(std::move(item));
+        if (mFirst || mBatch.size() >= largestBatch || steady_clock::now() >= mDue) {
+            mFirst = false;
+            flush();
+        }
+    }
+
+    void flush()
+    {
+        mDue = steady_clock::now() + longestWait;
+        if (!mBatch.empty() && !mCollection.cancel.isCancelled()) {
+            mCollection.reports.files(std::exchange(mBatch, {}));
+        }
+    }
+
+private:
+    const Collection& mCollection;
+    SlideItems mBatch;
+    bool mFirst = true;
+    steady_clock::time_point mDue = steady_clock::now() + longestWait;
+};
+
+void searchFolder(const Collection& collection, const FileUrl& folder, Batches& batches)
+{
+    batches.flush();
+    collection.reports.folderBegun(folder);
+    walkFolder(
+        folder, collection.levelLimit, collection.cancel, [&](SlideItemPtr item) { batches.add(std::move(item)); });
+    batches.flush();
+    collection.reports.folderEnded();
+}
+
+void collectEntry(const Collection& collection, const FileUrl& entry, Batches& batches)
+{
+    const auto kind = kindOfPath(entry.path());
+    if (kind == PathKind::Folder || collection.request.adder == CollectionRequest::Adder::Directory) {
+        searchFolder(collection, entry, batches);
+    } else if (kind == PathKind::File && isDisplayable(entry)) {
+        batches.add(SlideItem::itemWithURL(entry));
+    }
+}
+
+} // namespace
+
+void Collection::run() const
+{
+    if (cancel.isCancelled()) {
+        return;
+    }
+    if (request.clearFirst) {
+        collected->items = {};
+    }
+    reports.begun(sourcesOverlap(sources));
+    Batches batches(*this);
+    for (const auto& entry : request.entries) {
+        if (cancel.isCancelled()) {
+            return;
+        }
+        collectEntry(*this, entry, batches);
+    }
+    batches.flush();
+    if (order && !cancel.isCancelled()) {
+        sortItems(collected->items, *order);
+    }
+    Duplicates duplicates;
+    if (request.removeDuplicatesAfterwards && !cancel.isCancelled()) {
+        duplicates = takeDuplicates(collected->items);
+    }
+    if (!cancel.isCancelled()) {
+        reports.finished(SlideItems(collected->items), duplicates.urls);
+    }
+}
+
+} // namespace frameflow

@@ -1,0 +1,307 @@
+#include "ControllerFixture.h"
+#include "OpenPanel.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QLineEdit>
+#include <QListView>
+#include <QTest>
+
+using namespace frameflow;
+using namespace std::chrono_literals;
+
+class CommandsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { mFixture = std::make_unique<ControllerFixture>(); }
+    void cleanup() { mFixture.reset(); }
+
+    void aDigitSetsTheIntervalAndStarts();
+    void aDigitWhileRunningOnlyRetimes();
+    void keysOtherThanOneToNineStopTheShow_data();
+    void keysOtherThanOneToNineStopTheShow();
+    void spaceStopsAndSteps();
+    void modifiersAloneChangeNothing();
+    void anUnboundKeyIsPassedOn();
+    void theKeyOfADisabledCommandIsSwallowed();
+    void f11TogglesBetweenWindowAndFullScreen();
+
+    void fitCommandsStoreTheModeAndPostpone_data();
+    void fitCommandsStoreTheModeAndPostpone();
+    void fitModesAreCheckedInTheMenu();
+    void playIsNamedForWhatItDoes();
+    void stepsNeedSlides();
+    void shufflingStartsFromTheFirst();
+    void aNewOrderStartsFromTheFirst();
+    void escapeEndsTheShow();
+
+    void theOpenPanelOffersFoldersAndDisplayableFiles();
+    void confirmingThePanelReplacesTheShow();
+    void aSelectedFolderIsOpened();
+    void cancellingThePanelChangesNothing();
+
+private:
+    SlideController& openThree()
+    {
+        mFixture->addPictures({"1.png", "2.png", "3.png"});
+        mFixture->start();
+        mOpened = mFixture->openFolder();
+        return mFixture->controller();
+    }
+    QAction* action(const char* id) { return mFixture->controller().mainMenu().action(QString::fromLatin1(id)); }
+    QByteArray shown() const { return mFixture->shown(); }
+    // What happens before every key, and before a menu opens.
+    void lookUp()
+    {
+        QKeyEvent event(QEvent::ShortcutOverride, Qt::Key_Z, Qt::NoModifier);
+        QApplication::sendEvent(mFixture->controller().slideView(), &event);
+    }
+
+    bool mOpened = false;
+    std::unique_ptr<ControllerFixture> mFixture;
+};
+
+void CommandsTest::aDigitSetsTheIntervalAndStarts()
+{
+    auto& controller = openThree();
+    mFixture->press(Qt::Key_5, QStringLiteral("5"));
+    QVERIFY(controller.timerRuns());
+    QVERIFY(controller.nextSlideChange() == mFixture->clock.now() + 5s);
+    QCOMPARE(mFixture->settings().floatValue(keys::slideInterval), 5.0F);
+    QCOMPARE(shown(), QByteArray("1.png"));
+}
+
+void CommandsTest::aDigitWhileRunningOnlyRetimes()
+{
+    auto& controller = openThree();
+    mFixture->press(Qt::Key_5, QStringLiteral("5"));
+    mFixture->clock.advance(2s);
+    mFixture->press(Qt::Key_5, QStringLiteral("5"));
+    QVERIFY(controller.nextSlideChange() == mFixture->clock.now() + 3s);
+    mFixture->press(Qt::Key_9, QStringLiteral("9"));
+    QVERIFY(controller.nextSlideChange() == mFixture->clock.now() + 7s);
+}
+
+void CommandsTest::keysOtherThanOneToNineStopTheShow_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("0") << int(Qt::Key_0) << QStringLiteral("0");
+    QTest::newRow("a letter") << int(Qt::Key_X) << QStringLiteral("x");
+    QTest::newRow("an arrow without a command") << int(Qt::Key_Up) << QString();
+    QTest::newRow("return") << int(Qt::Key_Return) << QStringLiteral("\r");
+}
+
+void CommandsTest::keysOtherThanOneToNineStopTheShow()
+{
+    QFETCH(int, key);
+    QFETCH(QString, text);
+    auto& controller = openThree();
+    controller.Start();
+    mFixture->press(key, text);
+    QVERIFY(!controller.timerRuns());
+    QCOMPARE(shown(), QByteArray("1.png"));
+}
+
+void CommandsTest::spaceStopsAndSteps()
+{
+    auto& controller = openThree();
+    controller.Start();
+    mFixture->press(Qt::Key_Space, QStringLiteral(" "));
+    QVERIFY(!controller.timerRuns());
+    QCOMPARE(shown(), QByteArray("2.png"));
+}
+
+void CommandsTest::modifiersAloneChangeNothing()
+{
+    auto& controller = openThree();
+    controller.Start();
+    mFixture->press(Qt::Key_Shift, {}, Qt::ShiftModifier);
+    mFixture->press(Qt::Key_VolumeUp);
+    QVERIFY(controller.timerRuns());
+}
+
+void CommandsTest::anUnboundKeyIsPassedOn()
+{
+    auto& controller = openThree();
+    QKeyEvent ignored(QEvent::KeyPress, Qt::Key_Up, Qt::NoModifier);
+    ignored.ignore();
+    controller.keyDown(&ignored);
+    QVERIFY(!ignored.isAccepted());
+    QKeyEvent space(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
+    space.ignore();
+    controller.keyDown(&space);
+    QVERIFY(space.isAccepted());
+}
+
+void CommandsTest::theKeyOfADisabledCommandIsSwallowed()
+{
+    auto& controller = openThree();
+    controller.Start();
+    controller.fileSequence().clear();
+    QVERIFY(controller.timerRuns());
+    mFixture->press(Qt::Key_Right);
+    QVERIFY(controller.timerRuns()); // not taken for a key that stops
+}
+
+void CommandsTest::f11TogglesBetweenWindowAndFullScreen()
+{
+    auto& controller = openThree();
+    QTest::keyClick(controller.slideView(), Qt::Key_F11);
+    QVERIFY(controller.isWindowMode());
+    QTest::keyClick(controller.slideView(), Qt::Key_F11);
+    QVERIFY(!controller.isWindowMode());
+}
+
+void CommandsTest::fitCommandsStoreTheModeAndPostpone_data()
+{
+    QTest::addColumn<QByteArray>("id");
+    QTest::addColumn<QString>("mode");
+    QTest::newRow("shrink") << QByteArray("ShrinkToFit") << keys::fitModeFit;
+    QTest::newRow("zoom") << QByteArray("ZoomToFit") << keys::fitModeZoom;
+    QTest::newRow("fill") << QByteArray("FillScreen") << keys::fitModeFill;
+    QTest::newRow("stretch") << QByteArray("Stretch") << keys::fitModeStretch;
+}
+
+void CommandsTest::fitCommandsStoreTheModeAndPostpone()
+{
+    QFETCH(QByteArray, id);
+    QFETCH(QString, mode);
+    auto& controller = openThree();
+    controller.Start();
+    mFixture->clock.advance(3s);
+    QVERIFY(mFixture->trigger(id.constData()));
+    QCOMPARE(mFixture->settings().stringValue(keys::imageFitMode), mode);
+    QVERIFY(controller.nextSlideChange() == mFixture->clock.now() + 5s);
+    const auto* view = controller.slideView();
+    QCOMPARE(view->currentLayer()->frame(), view->rectForImage(view->currentImage()));
+}
+
+void CommandsTest::fitModesAreCheckedInTheMenu()
+{
+    openThree();
+    QVERIFY(mFixture->trigger("FillScreen"));
+    lookUp();
+    QVERIFY(action("FillScreen")->isChecked());
+    QVERIFY(!action("ShrinkToFit")->isChecked());
+}
+
+void CommandsTest::playIsNamedForWhatItDoes()
+{
+    auto& controller = openThree();
+    lookUp();
+    QCOMPARE(action("Play")->text(), QStringLiteral("Start Slideshow"));
+    QVERIFY(action("Play")->isEnabled());
+    QTest::keyClick(controller.slideView(), Qt::Key_P, Qt::ControlModifier);
+    QVERIFY(controller.timerRuns());
+    lookUp();
+    QCOMPARE(action("Play")->text(), QStringLiteral("Stop Slideshow"));
+}
+
+void CommandsTest::stepsNeedSlides()
+{
+    mFixture->start();
+    for (const char* id : {"Play", "nextSlide", "previousSlide", "firstSlide"}) {
+        QVERIFY2(!action(id)->isEnabled(), id);
+    }
+}
+
+void CommandsTest::shufflingStartsFromTheFirst()
+{
+    auto& controller = openThree();
+    controller.nextSlide();
+    controller.shuffle();
+    QCOMPARE(controller.fileSequence().currentIndex(), size_t(0));
+    QCOMPARE(controller.imageURL(), controller.fileSequence().URLAtIndex(0));
+}
+
+void CommandsTest::aNewOrderStartsFromTheFirst()
+{
+    mFixture->addPictures({"img2.png", "img10.png"});
+    mFixture->start();
+    QVERIFY(mFixture->openFolder());
+    QCOMPARE(shown(), QByteArray("img2.png"));
+    mFixture->set(keys::sort, keys::sortByUrl);
+    mFixture->controller().sortOrderChanged();
+    QCOMPARE(shown(), QByteArray("img10.png"));
+}
+
+void CommandsTest::escapeEndsTheShow()
+{
+    auto& controller = openThree();
+    QTest::keyClick(controller.slideView(), Qt::Key_Escape);
+    QVERIFY(controller.screenWindow() == nullptr);
+}
+
+void CommandsTest::theOpenPanelOffersFoldersAndDisplayableFiles()
+{
+    mFixture->addPictures({"b.png"});
+    mFixture->folder.addFile("a.txt");
+    mFixture->folder.addFile("m.mp4");
+    mFixture->folder.addFolder("z folder");
+    auto& controller = mFixture->start();
+    mFixture->set(keys::lastUsedOpenDirectory, QString::fromUtf8(mFixture->folder.url().toUrl().toEncoded()));
+    controller.openMenu();
+    auto* list = controller.openPanel()->findChild<QListView*>(QStringLiteral("listView"));
+    const auto names = [list] {
+        QStringList found;
+        for (int row = 0; row < list->model()->rowCount(list->rootIndex()); ++row) {
+            found.append(list->model()->index(row, 0, list->rootIndex()).data().toString());
+        }
+        return found;
+    };
+    const QStringList expected{QStringLiteral("z folder"), QStringLiteral("b.png"), QStringLiteral("m.mp4")};
+    QTRY_COMPARE(names(), expected);
+}
+
+void CommandsTest::confirmingThePanelReplacesTheShow()
+{
+    auto& controller = openThree();
+    TestFolder other;
+    QImage picture(4, 4, QImage::Format_RGB32);
+    picture.fill(Qt::blue);
+    QVERIFY(picture.save(QString::fromUtf8(other.addFile("new.png"))));
+    controller.openMenu();
+    controller.openPanel()->setDirectory(QString::fromUtf8(other.path()));
+    controller.openPanel()->selectFile(QStringLiteral("new.png"));
+    auto* name = controller.openPanel()->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    name->clear();
+    QTest::keyClicks(name, QStringLiteral("new.png"));
+    QMetaObject::invokeMethod(controller.openPanel(), "accept");
+    QTRY_COMPARE(shown(), QByteArray("new.png"));
+    QTRY_COMPARE(controller.fileSequence().count(), size_t(1));
+    QCOMPARE(mFixture->settings().stringValue(keys::lastUsedOpenDirectory),
+        QUrl::fromLocalFile(QString::fromUtf8(other.path())).toString(QUrl::FullyEncoded));
+}
+
+void CommandsTest::aSelectedFolderIsOpened()
+{
+    auto& controller = mFixture->start();
+    mFixture->addPictures({"album/1.png", "album/2.png", "other/3.png"});
+    controller.openMenu();
+    controller.openPanel()->setDirectory(QString::fromUtf8(mFixture->folder.path()));
+    auto* list = controller.openPanel()->findChild<QListView*>(QStringLiteral("listView"));
+    QTRY_COMPARE(list->model()->rowCount(list->rootIndex()), 2);
+    list->selectionModel()->select(
+        list->model()->index(0, 0, list->rootIndex()), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    QMetaObject::invokeMethod(controller.openPanel(), "accept");
+    QTRY_COMPARE(controller.fileSequence().count(), size_t(2));
+    QVERIFY(controller.imageURL().path().startsWith(mFixture->folder.pathOf("album")));
+}
+
+void CommandsTest::cancellingThePanelChangesNothing()
+{
+    auto& controller = openThree();
+    controller.nextSlide();
+    controller.openMenu();
+    controller.openPanel()->reject();
+    QCoreApplication::processEvents();
+    QCOMPARE(shown(), QByteArray("2.png"));
+    QCOMPARE(controller.fileSequence().count(), size_t(3));
+    QVERIFY(!mFixture->settings().contains(keys::lastUsedOpenDirectory));
+}
+
+QTEST_MAIN(CommandsTest)
+#include "tst_commands.moc"

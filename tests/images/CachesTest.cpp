@@ -1,0 +1,262 @@
+#include "AssertionFailure.h"
+#include "KLImageCache.h"
+#include "KLThumbnailCache.h"
+#include "PictureFiles.h"
+
+#include <QTest>
+
+#include <cstdio>
+
+using namespace frameflow;
+
+class CachesTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void holdsTheLastFive();
+    void findingMovesToTheFront();
+    void sameFileMayStandTwice();
+    void removesTheFirstOfAFile();
+    void removingWhatIsNotThereChangesNothing();
+    void loadsOnceAndKeeps();
+    void cachesAheadOfNeed();
+    void undecodableFilesAreNotCached();
+    void addingNoImageFails();
+    void thumbnailsAreNeverLoadedByLooking();
+    void thumbnailIsMadeAndKept();
+    void thumbnailThatCannotBeMadeIsNotKept();
+    void laterThumbnailWins();
+    void wrongThumbnailsFail_data();
+    void wrongThumbnailsFail();
+    void purgeEmptiesBoth();
+    void thumbnailsHaveNoLimit();
+
+private:
+    static KLImagePtr imageOf(char name)
+    {
+        const auto url = FileUrl::fromPath(QByteArray("/") + name);
+        return std::make_shared<KLImage>(url, QImage(1, 1, QImage::Format_RGB32), 1);
+    }
+
+    static QByteArray namesIn(const KLImageCache& cache)
+    {
+        QByteArray names;
+        for (const KLImagePtr& image : cache.images()) {
+            names += image->mURL().path().mid(1);
+        }
+        return names;
+    }
+};
+
+void CachesTest::init()
+{
+    KLImageCache::purge();
+    KLThumbnailCache::purge();
+}
+
+void CachesTest::holdsTheLastFive()
+{
+    KLImageCache cache;
+    for (const char name : QByteArray("ABCDEF")) {
+        cache.addImage(imageOf(name));
+    }
+    QCOMPARE(namesIn(cache), QByteArray("FEDCB"));
+}
+
+void CachesTest::findingMovesToTheFront()
+{
+    KLImageCache cache;
+    for (const char name : QByteArray("ABCDE")) {
+        cache.addImage(imageOf(name));
+    }
+    const auto found = cache.findImageWithURL(FileUrl::fromPath(QByteArray("/A")));
+    QVERIFY(found);
+    QCOMPARE(namesIn(cache), QByteArray("AEDCB"));
+    QCOMPARE(cache.findImageWithURL(FileUrl::fromPath(QByteArray("/A"))), found);
+    QCOMPARE(namesIn(cache), QByteArray("AEDCB"));
+    cache.addImage(imageOf('F'));
+    QCOMPARE(namesIn(cache), QByteArray("FAEDC"));
+    QVERIFY(!cache.findImageWithURL(FileUrl::fromPath(QByteArray("/B"))));
+}
+
+void CachesTest::sameFileMayStandTwice()
+{
+    KLImageCache cache;
+    cache.addImage(imageOf('A'));
+    cache.addImage(imageOf('A'));
+    QCOMPARE(namesIn(cache), QByteArray("AA"));
+}
+
+void CachesTest::removesTheFirstOfAFile()
+{
+    KLImageCache cache;
+    for (const char name : QByteArray("ABA")) {
+        cache.addImage(imageOf(name));
+    }
+    cache.removeCachedImageWithURL(FileUrl::fromPath(QByteArray("/A")));
+    QCOMPARE(namesIn(cache), QByteArray("BA"));
+}
+
+void CachesTest::removingWhatIsNotThereChangesNothing()
+{
+    KLImageCache cache;
+    cache.addImage(imageOf('A'));
+    cache.removeCachedImageWithURL(FileUrl::fromPath(QByteArray("/X")));
+    QCOMPARE(namesIn(cache), QByteArray("A"));
+    KLImageCache::removeImageWithURL(FileUrl::fromPath(QByteArray("/X")));
+    QVERIFY(KLImageCache::instance().images().empty());
+}
+
+void CachesTest::loadsOnceAndKeeps()
+{
+    const TestFolder folder;
+    const QByteArray path = folder.addFile("a.png", encoded(quartersPicture(), "png"));
+    const KLImagePtr image = KLImageCache::imageWithURL(folder.urlOf("a.png"));
+    QVERIFY(image);
+    QVERIFY(std::remove(path.constData()) == 0);
+    QCOMPARE(KLImageCache::imageWithURL(FileUrl::fromPath(path)), image);
+    KLImageCache::removeImageWithURL(folder.urlOf("a.png"));
+    QVERIFY(!KLImageCache::imageWithURL(folder.urlOf("a.png")));
+}
+
+void CachesTest::cachesAheadOfNeed()
+{
+    const TestFolder folder;
+    folder.addFile("a.png", encoded(quartersPicture(), "png"));
+    KLImageCache::cacheImageWithURL(folder.urlOf("a.png"));
+    QCOMPARE(KLImageCache::instance().images().size(), size_t(1));
+    QCOMPARE(KLImageCache::instance().images().front()->mURL(), folder.urlOf("a.png"));
+}
+
+void CachesTest::undecodableFilesAreNotCached()
+{
+    const TestFolder folder;
+    folder.addFile("a.png", "x");
+    KLImageCache::instance().addImage(imageOf('A'));
+    QVERIFY(!KLImageCache::imageWithURL(folder.urlOf("a.png")));
+    QCOMPARE(namesIn(KLImageCache::instance()), QByteArray("A"));
+    // It is tried again each time.
+    folder.addFile("a.png", encoded(quartersPicture(), "png"));
+    QVERIFY(KLImageCache::imageWithURL(folder.urlOf("a.png")));
+}
+
+void CachesTest::addingNoImageFails()
+{
+    KLImageCache cache;
+    try {
+        cache.addImage(nullptr);
+        QFAIL("no assertion");
+    } catch (const AssertionFailure& failure) {
+        QCOMPARE(failure.what(), "the image may not be nil");
+        QCOMPARE(failure.source(), std::string("KLImageCache"));
+        QCOMPARE(failure.line(), 17);
+    }
+}
+
+void CachesTest::thumbnailsAreNeverLoadedByLooking()
+{
+    const TestFolder folder;
+    folder.addFile("a.png", encoded(quartersPicture(), "png"));
+    QVERIFY(KLThumbnailCache::imageWithURL(folder.urlOf("a.png")).isNull());
+    QVERIFY(KLThumbnailCache::imageWithURL(folder.urlOf("a.png")).isNull());
+}
+
+void CachesTest::thumbnailIsMadeAndKept()
+{
+    const TestFolder folder;
+    const QByteArray path = folder.addFile("a.png", encoded(quartersPicture(QSize(600, 400)), "png"));
+    const QImage made = KLThumbnailCache::cacheImageWithURL(folder.urlOf("a.png"));
+    QCOMPARE(made.size(), QSize(300, 200));
+    QVERIFY(std::remove(path.constData()) == 0);
+    QCOMPARE(KLThumbnailCache::imageWithURL(FileUrl::fromPath(path)), made);
+    const auto thumbnail = KLThumbnailCache::instance().findImageWithURL(folder.urlOf("a.png"));
+    QVERIFY(thumbnail);
+    QCOMPARE(thumbnail->mURL(), folder.urlOf("a.png"));
+}
+
+void CachesTest::thumbnailThatCannotBeMadeIsNotKept()
+{
+    const TestFolder folder;
+    folder.addFile("a.png", "x");
+    QVERIFY(KLThumbnailCache::cacheImageWithURL(folder.urlOf("a.png")).isNull());
+    QVERIFY(!KLThumbnail::thumbnailWithURL(folder.urlOf("a.png")));
+    QVERIFY(!KLThumbnailCache::instance().findImageWithURL(folder.urlOf("a.png")));
+}
+
+void CachesTest::laterThumbnailWins()
+{
+    KLThumbnailCache cache;
+    const auto url = FileUrl::fromPath(QByteArray("/a"));
+    cache.addImage(std::make_shared<const KLThumbnail>(url, QImage(1, 1, QImage::Format_RGB32)));
+    cache.addImage(std::make_shared<const KLThumbnail>(url, QImage(2, 1, QImage::Format_RGB32)));
+    QCOMPARE(cache.findImageWithURL(url)->mImage().width(), 2);
+}
+
+void CachesTest::wrongThumbnailsFail_data()
+{
+    QTest::addColumn<QByteArray>("path");
+    QTest::addColumn<QImage>("image");
+    QTest::addColumn<bool>("isThere");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<QByteArray>("message");
+    const QImage image(1, 1, QImage::Format_RGB32);
+    QTest::newRow("none") << QByteArray() << QImage() << false << 58 << QByteArray("the image may not be nil");
+    QTest::newRow("without URL") << QByteArray() << image << true << 59 << QByteArray("the url may not be nil");
+    QTest::newRow("without both") << QByteArray() << QImage() << true << 59 << QByteArray("the url may not be nil");
+    QTest::newRow("without picture") << QByteArray("/a") << QImage() << true << 60 << QByteArray("the url may not be nil");
+}
+
+void CachesTest::wrongThumbnailsFail()
+{
+    QFETCH(QByteArray, path);
+    QFETCH(QImage, image);
+    QFETCH(bool, isThere);
+    QFETCH(int, line);
+    QFETCH(QByteArray, message);
+    const auto url = path.isEmpty() ? FileUrl() : FileUrl::fromPath(path);
+    KLThumbnailCache cache;
+    try {
+        cache.addImage(isThere ? std::make_shared<const KLThumbnail>(url, image) : nullptr);
+        QFAIL("no assertion");
+    } catch (const AssertionFailure& failure) {
+        QCOMPARE(QByteArray(failure.what()), message);
+        QCOMPARE(failure.source(), std::string("KLThumbnailCache"));
+        QCOMPARE(failure.line(), line);
+    }
+}
+
+void CachesTest::purgeEmptiesBoth()
+{
+    const TestFolder folder;
+    const QByteArray path = folder.addFile("a.png", encoded(quartersPicture(), "png"));
+    const FileUrl url = folder.urlOf("a.png");
+    QVERIFY(KLImageCache::imageWithURL(url));
+    QVERIFY(!KLThumbnailCache::cacheImageWithURL(url).isNull());
+    KLImageCache::purge();
+    KLThumbnailCache::purge();
+    QVERIFY(KLImageCache::instance().images().empty());
+    QVERIFY(KLThumbnailCache::imageWithURL(url).isNull());
+    // The next requests read from disk.
+    QVERIFY(std::remove(path.constData()) == 0);
+    QVERIFY(!KLImageCache::imageWithURL(url));
+    QVERIFY(KLThumbnailCache::cacheImageWithURL(url).isNull());
+}
+
+void CachesTest::thumbnailsHaveNoLimit()
+{
+    KLThumbnailCache cache;
+    const QImage image(1, 1, QImage::Format_RGB32);
+    const auto urlOf = [](int number) { return FileUrl::fromPath("/" + QByteArray::number(number)); };
+    constexpr int count = 3000;
+    for (int i = 0; i < count; ++i) {
+        cache.addImage(std::make_shared<const KLThumbnail>(urlOf(i), image));
+    }
+    for (int i = 0; i < count; ++i) {
+        QVERIFY(cache.findImageWithURL(urlOf(i)));
+    }
+}
+
+QTEST_GUILESS_MAIN(CachesTest)
+#include "CachesTest.moc"

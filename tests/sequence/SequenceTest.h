@@ -1,0 +1,76 @@
+#pragma once
+
+#include "FileSequence.h"
+#include "SettingsKeys.h"
+#include "TestFiles.h"
+#include "UserDefaults.h"
+
+#include <QTest>
+
+#include <functional>
+
+namespace frameflow {
+
+// A sequence with settings and a folder of its own, and the settings' registered values set by the test.
+struct SequenceFixture
+{
+    SequenceFixture()
+    {
+        set(keys::sort, keys::sortByName);
+        set(keys::endMode, keys::endModeRewind);
+    }
+
+    void set(const QString& key, const QVariant& value)
+    {
+        mValues.insert(key, value);
+        defaults.registerDefaults(mValues);
+    }
+
+    // The names of all items in order, separated by spaces.
+    QByteArray names(const FileSequence& list) const
+    {
+        QByteArrayList all;
+        for (size_t i = 0; i < list.count(); ++i) {
+            all.append(list.URLAtIndex(i).path().mid(folder.path().size() + 1));
+        }
+        return all.join(' ');
+    }
+    QByteArray names() const { return names(sequence); }
+
+    TestFolder folder;
+    TestFolder settings;
+    UserDefaults defaults{QString::fromUtf8(settings.pathOf("settings.conf"))};
+    FileSequence sequence{defaults};
+
+private:
+    QVariantMap mValues;
+};
+
+// Counts what it is told; each hook runs as part of the call.
+class RecordingDelegate : public FileSequenceDelegate
+{
+public:
+    void firstFileFound() override
+    {
+        ++firstFiles;
+        if (onFirstFile) {
+            onFirstFile();
+        }
+    }
+    void newFilesFound() override { ++newFiles; }
+    void currentFileChanged() override
+    {
+        ++changes;
+        if (onChange) {
+            onChange();
+        }
+    }
+
+    int firstFiles = 0;
+    int newFiles = 0;
+    int changes = 0;
+    std::function<void()> onFirstFile;
+    std::function<void()> onChange;
+};
+
+} // namespace frameflow

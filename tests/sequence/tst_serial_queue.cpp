@@ -1,0 +1,3 @@
+#include "SerialQueue.h"
+#include <QTest>
+QTEST_GUILESS_MAIN(QObject)
