@@ -8,17 +8,18 @@ from .landscapes import grid
 from .noise import fbm, perlin
 
 
-def silk(width, height, rng):
+def silk(width, height, rng, colours=("#07123a", "#0f4c81", "#1aa6a6", "#f0b6a0", "#ffe3c2")):
     """Folds of cloth: noise warped by noise, lit from the upper left."""
     u, v = grid(width, height)
-    x, y = u * width / height * 1.15, v * 1.15
+    start = rng.uniform(0, 50)
+    x, y = u * width / height * 1.15 + start, v * 1.15 - start
     a, b = perlin(x + 1.7, y + 9.2), perlin(x + 8.3, y + 2.8)
     c, d = perlin(x + 2.6 * a + 3.1, y + 2.6 * b), perlin(x + 2.6 * a, y + 2.6 * b + 6.4)
     fold = perlin(x * 1.1 + 2.4 * c + 0.9 * y, y * 0.7 + 2.4 * d)
     gy, gx = np.gradient(fold * height / 1.15)
     length = np.sqrt(gx ** 2 + gy ** 2 + 9)
     shine = (-0.55 * gx - 0.45 * gy + 3 * 0.7) / length
-    picture = gradient([(0, "#07123a"), (0.3, "#0f4c81"), (0.55, "#1aa6a6"), (0.75, "#f0b6a0"), (1, "#ffe3c2")],
+    picture = gradient(list(zip((0, 0.3, 0.55, 0.75, 1), colours)),
                        np.clip(0.5 + 0.62 * fold + 0.18 * a, 0, 1))
     picture = picture * (0.42 + 0.75 * smoothstep(-0.6, 0.9, shine))[..., None]
     return vignette(picture + (np.clip(shine, 0, 1) ** 14 * 0.16)[..., None], 0.3)
@@ -101,7 +102,7 @@ def moon(width, height, rng):
             bearing = np.arctan2(py - direction[1], px - direction[0])
             bright = bright + np.exp(-apart / 3.2) * (0.4 + 0.6 * smoothstep(0, 0.4, fbm(bearing * 5, size * 90, 3))) * 0.22
     gy, gx = np.gradient(relief * radius)
-    normal = np.stack([px - gx * 1.5, py - gy * 1.5, pz], axis=-1)
+    normal = np.stack([px - gx * 0.8, py - gy * 0.8, pz], axis=-1)
     normal /= np.linalg.norm(normal, axis=-1, keepdims=True)
     sun = np.array([-0.78, -0.22, 0.58])
     lit = np.clip(normal @ (sun / np.linalg.norm(sun)), 0, 1) ** 0.85
