@@ -89,7 +89,7 @@ def moon(width, height, rng):
     px, py = (x - width * 0.5) / radius, (y - height * 0.5) / radius
     r2 = px ** 2 + py ** 2
     pz = np.sqrt(np.clip(1 - r2, 0, 1))
-    relief = 0.05 * fbm(px * 5 + 4, py * 5 + pz * 3, 5, 0.55)
+    relief = 0.05 * fbm(px * 5 + 4, py * 5, 5, 0.55)
     bright = np.zeros_like(px)
     for _ in range(420):
         direction = rng.normal(size=3)
@@ -102,7 +102,7 @@ def moon(width, height, rng):
             bearing = np.arctan2(py - direction[1], px - direction[0])
             bright = bright + np.exp(-apart / 3.2) * (0.4 + 0.6 * smoothstep(0, 0.4, fbm(bearing * 5, size * 90, 3))) * 0.22
     gy, gx = np.gradient(relief * radius)
-    normal = np.stack([px - gx * 0.8, py - gy * 0.8, pz], axis=-1)
+    normal = np.stack([px - gx * pz, py - gy * pz, pz], axis=-1)
     normal /= np.linalg.norm(normal, axis=-1, keepdims=True)
     sun = np.array([-0.78, -0.22, 0.58])
     lit = np.clip(normal @ (sun / np.linalg.norm(sun)), 0, 1) ** 0.85
