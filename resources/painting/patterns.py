@@ -109,7 +109,7 @@ def moon(width, height, rng):
     maria = smoothstep(-0.05, 0.35, fbm(px * 1.25 + 7.2, py * 1.25 + 3.3, 4) + 0.1)
     albedo = 0.78 - 0.40 * maria + 0.10 * fbm(px * 9, py * 9, 4) + bright
     disc = np.clip((1 - np.sqrt(r2)) * radius + 0.5, 0, 1)
-    halo = 0.030 * np.exp(-np.maximum(np.sqrt(r2) - 1, 0) / 0.35)
+    halo = 0.030 * np.exp(-np.maximum(np.sqrt(r2) - 1, 0) / 0.09)
     return to_encoded(np.clip(albedo * lit * 0.95 * disc + 0.0035 * disc + halo * (1 - disc), 0, 1))
 
 
@@ -120,14 +120,15 @@ def paper_waves(width, height, rng):
              f'viewBox="0 0 {width} {height}">', "<title>Paper waves</title>", "<defs>"]
     parts.append('<linearGradient id="sky" x1="0" y1="0" x2="0" y2="1"><stop offset="0" stop-color="#ffb88a"/>'
                  '<stop offset="0.6" stop-color="#ffe9c9"/></linearGradient>')
-    parts.append('<radialGradient id="sun"><stop offset="0" stop-color="#fffdf2"/>'
-                 '<stop offset="1" stop-color="#fff1cf"/></radialGradient>')
     for i, colour in enumerate(colours):
         dark = "#" + "".join(f"{int(int(colour[k:k + 2], 16) * 0.72):02x}" for k in (1, 3, 5))
         parts.append(f'<linearGradient id="sheet{i}" x1="0" y1="0" x2="0.25" y2="1"><stop offset="0" '
                      f'stop-color="{colour}"/><stop offset="1" stop-color="{dark}"/></linearGradient>')
     parts.append(f'</defs><rect width="{width}" height="{height}" fill="url(#sky)"/>')
-    parts.append(f'<circle cx="{width * 0.68:.0f}" cy="{height * 0.27:.0f}" r="{height * 0.135:.0f}" fill="url(#sun)"/>')
+    for ring in range(9):
+        radius = height * (0.13 + 0.012 * (8 - ring))
+        parts.append(f'<circle cx="{width * 0.66:.0f}" cy="{height * 0.19:.0f}" r="{radius:.0f}" fill="#fff6dc" '
+                     f'fill-opacity="{1 if ring == 8 else 0.05}"/>')
     for i in range(len(colours)):
         base = height * (0.30 + 0.075 * i)
         x = np.linspace(-60, width + 60, 13)
