@@ -1,0 +1,1 @@
+"""The brushes with which resources/make-samples paints the sample pictures."""
