@@ -1,12 +1,12 @@
 #include "SerialQueue.h"
 
-#include <QThread>
 #include <QThreadPool>
 
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 namespace frameflow {
@@ -52,11 +52,9 @@ public:
         mWatched = mWorker;
         const auto deadline = std::chrono::steady_clock::now() + abandonGrace;
         // A thread for the wait itself: the caller is the main thread, and the pool's only thread may be stuck.
-        auto* watcher = QThread::create([self = shared_from_this(), worker = mWorker, job = mJobNumber, deadline] {
+        std::thread([self = shared_from_this(), worker = mWorker, job = mJobNumber, deadline] {
             self->replaceIfStuck(worker, job, deadline);
-        });
-        QObject::connect(watcher, &QThread::finished, watcher, &QObject::deleteLater, Qt::DirectConnection);
-        watcher->start();
+        }).detach();
     }
 
     bool isBusy() const

@@ -7,6 +7,8 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <array>
+#include <compare>
 #include <cstring>
 #include <limits>
 #include <string_view>
@@ -38,7 +40,7 @@ size_t commonLength(std::string_view a, std::string_view b)
 
 bool pathIsLess(const SlideItemPtr& a, const SlideItemPtr& b)
 {
-    return a->urlCompare(*b) < 0;
+    return std::is_lt(a->urlCompare(*b));
 }
 
 bool isLess(const Entry& a, const Entry& b)

@@ -7,6 +7,7 @@
 #include <compare>
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 #include <sys/stat.h>
@@ -22,7 +23,11 @@ struct FileDate
     static FileDate now();
     static FileDate modificationDate(const struct stat& attributes);
 
-    friend auto operator<=>(const FileDate&, const FileDate&) = default;
+    friend bool operator==(const FileDate&, const FileDate&) = default;
+    friend std::strong_ordering operator<=>(const FileDate& a, const FileDate& b)
+    {
+        return std::tie(a.seconds, a.nanoseconds) <=> std::tie(b.seconds, b.nanoseconds);
+    }
 };
 
 class SlideItem;
