@@ -16,7 +16,7 @@ namespace {
 using namespace std::string_view_literals;
 
 // Far enough for the licence texts that stand before the first element of some drawings.
-constexpr qsizetype svgHead = 64 * 1024;
+constexpr qsizetype svgHead = 65536;
 
 struct Mark
 {
@@ -80,8 +80,8 @@ bool isPcx(const QByteArray& contents)
     if (contents.size() < headerSize || contents.at(0) != '\x0a') {
         return false;
     }
-    const int version = contents.at(1);
-    const int bits = contents.at(3);
+    const int version = static_cast<uchar>(contents.at(1));
+    const int bits = static_cast<uchar>(contents.at(3));
     return (version == 0 || (version >= 2 && version <= 5)) && contents.at(2) == 1
         && (bits == 1 || bits == 2 || bits == 4 || bits == 8);
 }

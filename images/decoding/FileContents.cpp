@@ -15,7 +15,7 @@ namespace {
 
 FileStamp stampFrom(const struct stat& status)
 {
-    constexpr qint64 nanosecondsPerSecond = 1000 * 1000 * 1000;
+    constexpr qint64 nanosecondsPerSecond = 1'000'000'000;
     return {static_cast<qint64>(status.st_dev), static_cast<qint64>(status.st_ino), status.st_size,
         status.st_mtim.tv_sec * nanosecondsPerSecond + status.st_mtim.tv_nsec};
 }

@@ -5,7 +5,7 @@
 namespace frameflow {
 
 // The most pixels that a bitmap is held with; a larger picture is reduced to this.
-constexpr qint64 mostPixelsHeld = 64 * 1000 * 1000;
+constexpr qint64 mostPixelsHeld = 64'000'000;
 
 // The most bytes that decoding one picture may take, from the memory of this machine.
 qint64 mostBytesForDecoding();

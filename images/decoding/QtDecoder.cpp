@@ -61,7 +61,7 @@ void limitQtAllocations()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        constexpr qint64 megabyte = 1024 * 1024;
+        constexpr qint64 megabyte = 1 << 20;
         const qint64 limit = std::min<qint64>(mostBytesForDecoding() / megabyte, std::numeric_limits<int>::max());
         QImageReader::setAllocationLimit(std::max(1, static_cast<int>(limit)));
     });

@@ -17,7 +17,7 @@ namespace frameflow {
 namespace {
 
 // Of a drawing's text, unpacked; far above what is drawn by hand or exported.
-constexpr qsizetype longestDrawing = 64 * 1024 * 1024;
+constexpr qsizetype longestDrawing = 64 << 20;
 // The parser and the drawing both descend with the elements.
 constexpr int deepestNesting = 500;
 
@@ -34,7 +34,7 @@ std::optional<QByteArray> unpacked(const QByteArray& contents)
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(contents.constData())); // NOLINT: zlib only reads it
     stream.avail_in = static_cast<uInt>(contents.size());
     QByteArray text;
-    QByteArray part(64 * 1024, Qt::Uninitialized);
+    QByteArray part(65536, Qt::Uninitialized);
     int status = Z_OK;
     while (status == Z_OK && text.size() <= longestDrawing) {
         stream.next_out = reinterpret_cast<Bytef*>(part.data());

@@ -12,7 +12,7 @@ namespace frameflow {
 
 namespace {
 
-constexpr qint64 megabyte = 1024 * 1024;
+constexpr qint64 megabyte = 1 << 20;
 
 // LibRaw's flip: 1 mirrors left-right, 2 top-bottom, 4 swaps rows with columns.
 constexpr std::array orientationOfFlip{1, 2, 4, 3, 5, 8, 6, 7};
