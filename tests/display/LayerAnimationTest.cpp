@@ -65,7 +65,7 @@ class LayerAnimationTest : public QObject
 
         AnimationPtr make(const char* name, KeyPath path, float from, float to, Duration duration = 1s)
         {
-            const AnimationPtr animation = makeAnimation({path, from, to}, duration, Curve::Linear, recorder.get());
+            AnimationPtr animation = makeAnimation({path, from, to}, duration, Curve::Linear, recorder.get());
             recorder->names[animation] = QString::fromLatin1(name);
             return animation;
         }
