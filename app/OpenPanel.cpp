@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSortFilterProxyModel>
+#include <QSplitter>
 #include <QTreeView>
 
 namespace frameflow {
@@ -38,6 +39,31 @@ protected:
     }
 };
 
+// The dialog's rows, moved down by one, and the sentence above them. The row of the type filter goes: everything listed
+// can be shown.
+void addMessage(QGridLayout* grid)
+{
+    struct Cell
+    {
+        QLayoutItem* item;
+        int row, column, rows, columns;
+    };
+    QList<Cell> cells;
+    while (grid->count() > 0) {
+        Cell cell{};
+        grid->getItemPosition(0, &cell.row, &cell.column, &cell.rows, &cell.columns);
+        cell.item = grid->takeAt(0);
+        cells.append(cell);
+    }
+    const int columns = grid->columnCount();
+    for (const Cell& cell : cells) {
+        grid->addItem(cell.item, cell.row + 1, cell.column, cell.rows, cell.columns);
+    }
+    auto* message = new QLabel(OpenPanel::tr("Choose a folder or some files to display."), grid->parentWidget());
+    message->setObjectName(QStringLiteral("message"));
+    grid->addWidget(message, 0, 0, 1, columns);
+}
+
 } // namespace
 
 OpenPanel::OpenPanel(const QUrl& folder, QWidget* parent) : QFileDialog(parent, tr("Open"))
@@ -47,12 +73,20 @@ OpenPanel::OpenPanel(const QUrl& folder, QWidget* parent) : QFileDialog(parent, 
     setOption(QFileDialog::DontUseNativeDialog);
     setFileMode(QFileDialog::ExistingFiles);
     setProxyModel(new DisplayableFilter(this));
-    setDirectoryUrl(folder);
+    setDirectoryUrl(QFileInfo::exists(folder.toLocalFile()) ? folder : QUrl::fromLocalFile(QDir::homePath()));
     setLabelText(QFileDialog::Accept, tr("Open"));
     if (auto* grid = qobject_cast<QGridLayout*>(layout())) {
-        auto* message = new QLabel(tr("Choose a folder or some files to display."), this);
-        message->setObjectName(QStringLiteral("message"));
-        grid->addWidget(message, grid->rowCount(), 0, 1, grid->columnCount());
+        addMessage(grid);
+    }
+    for (const char* name : {"fileTypeLabel", "fileTypeCombo"}) {
+        if (auto* widget = findChild<QWidget*>(QString::fromLatin1(name))) {
+            widget->hide();
+        }
+    }
+    resize(860, 540);
+    // Wide enough for the names of the usual places.
+    if (auto* splitter = findChild<QSplitter*>(QStringLiteral("splitter"))) {
+        splitter->setSizes({180, width() - 180});
     }
 }
 

@@ -161,7 +161,8 @@ private:
 
     SerialQueue mDispatchQueue;
     FileSequence mFileSequence;
-    QList<FileUrl> mLastOpened; // for the message that nothing was found
+    QList<FileUrl> mLastOpened;
+    bool mNothingFound = false; // in what was opened last
     int mPendingClears = 0;
     // Gone with the controller, so that what was posted to the event loop finds out.
     std::shared_ptr<bool> mAlive = std::make_shared<bool>(true);

@@ -127,8 +127,9 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
 
 void SlideController::collectionFinished()
 {
-    if (mStartWindow) {
-        mStartWindow->setNothingFound(mFileSequence.count() == 0 ? mLastOpened : QList<FileUrl>());
+    mNothingFound = mFileSequence.count() == 0;
+    if (mStartWindow && mNothingFound) {
+        mStartWindow->setNothingFound(mLastOpened);
     }
     endEmptyShow();
     scheduleVisibilityCheck();
@@ -187,7 +188,7 @@ void SlideController::ShowWelcomeScreen()
         });
     }
     mActivation.windowsChange();
-    mStartWindow->setNothingFound(mLastOpened);
+    mStartWindow->setNothingFound(std::exchange(mNothingFound, false) ? mLastOpened : QList<FileUrl>());
     mStartWindow->show();
     mStartWindow->raise();
     mStartWindow->activateWindow();

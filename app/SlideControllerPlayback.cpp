@@ -176,6 +176,7 @@ void SlideController::openImageURL(const FileUrl& first, bool firstForward)
 void SlideController::endEmptyShow()
 {
     if (mFullScreenView != nullptr && !mFullScreenView->currentImage() && !mFileSequence.isCollecting()) {
+        mNothingFound = true;
         endSlideShow();
     }
 }

@@ -5,6 +5,8 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
 #include <QScreen>
 #include <QVariantAnimation>
 #include <QWindow>
@@ -22,10 +24,7 @@ SlideWindow::SlideWindow(QWidget* view, QMenuBar* menuBar)
     : mView(view), mMenuBar(menuBar), mReveal(new QVariantAnimation(this))
 {
     setObjectName(QStringLiteral("SlideWindow"));
-    QPalette black = palette();
-    black.setColor(QPalette::Window, Qt::black);
-    setPalette(black);
-    setAutoFillBackground(true);
+    setAttribute(Qt::WA_OpaquePaintEvent); // what the view leaves free is painted black
     setMinimumSize(160, 120);
 
     mView->setParent(this);
@@ -38,7 +37,6 @@ SlideWindow::SlideWindow(QWidget* view, QMenuBar* menuBar)
     mMenuBar->setNativeMenuBar(false);
     mMenuBar->setParent(this);
     mMenuBar->setAutoFillBackground(true);
-    mMenuBar->setPalette(QPalette());
     mMenuBar->installEventFilter(this);
     mMenuBar->raise();
     for (QAction* action : mMenuBar->actions()) {
@@ -111,6 +109,11 @@ void SlideWindow::keyPressEvent(QKeyEvent* event)
 {
     event->ignore();
     Q_EMIT keyUnhandled(event);
+}
+
+void SlideWindow::paintEvent(QPaintEvent* event)
+{
+    QPainter(this).fillRect(event->rect(), Qt::black);
 }
 
 void SlideWindow::resizeEvent(QResizeEvent* event)

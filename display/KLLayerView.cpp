@@ -81,6 +81,7 @@ void KLLayerView::clearImage()
     mPreviousImage = nullptr;
     mPreviousLayer->setOpacity(0.0);
     mPreviousLayer->setContents(QImage());
+    prepareCopies();
 }
 
 void KLLayerView::refresh()
@@ -186,6 +187,9 @@ void KLLayerView::prepareCopies()
 
 void KLLayerView::paintEvent(QPaintEvent* /*event*/)
 {
+    if (const QScreen* display = screen()) {
+        mCompositor->setRefreshRate(display->refreshRate()); // the window may have moved
+    }
     fitRootLayer();
     prepareCopies();
     QPainter painter(this);
@@ -200,11 +204,6 @@ void KLLayerView::fitRootLayer()
 void KLLayerView::resizeEvent(QResizeEvent* /*event*/)
 {
     fitRootLayer();
-}
-
-void KLLayerView::showEvent(QShowEvent* /*event*/)
-{
-    mCompositor->setRefreshRate(screen()->refreshRate());
 }
 
 } // namespace frameflow

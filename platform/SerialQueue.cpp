@@ -69,7 +69,12 @@ public:
     {
         std::unique_lock lock(mMutex);
         mClosed = true;
-        mJobs.clear();
+        // What a dropped job holds may reach for the queue when it is destroyed.
+        std::deque<Job> dropped;
+        dropped.swap(mJobs);
+        lock.unlock();
+        dropped.clear();
+        lock.lock();
         if (mWatched == mWorker && mRunning) {
             const auto number = mJobNumber;
             mChanged.wait_for(lock, abandonGrace, [&] { return !mRunning || mJobNumber != number; });

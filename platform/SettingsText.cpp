@@ -4,6 +4,7 @@
 #include <QSettings>
 
 #include <atomic>
+#include <new>
 
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -54,9 +55,14 @@ tl::expected<QVariantMap, SettingsTextError> readSettingsText(const QByteArray& 
     }
     const QSettings settings(file.path(), QSettings::IniFormat);
     QVariantMap values;
-    const QStringList keys = settings.allKeys();
-    for (const QString& key : keys) {
-        values.insert(key, settings.value(key));
+    try {
+        const QStringList keys = settings.allKeys();
+        for (const QString& key : keys) {
+            values.insert(key, settings.value(key));
+        }
+    } catch (const std::bad_alloc&) {
+        // A value of another type than text says how long it is, and room is made before it is read.
+        return tl::unexpected(SettingsTextError::Damaged);
     }
     switch (settings.status()) {
     case QSettings::NoError:

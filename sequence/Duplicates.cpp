@@ -20,8 +20,8 @@ struct Companions
 Duplicates takeDuplicates(SlideItems& items)
 {
     Duplicates taken;
-    const auto middle
-        = std::find_if(items.begin(), items.end(), [&](const auto& item) { return item->isJPG() != items[0]->isJPG(); });
+    const auto middle = std::find_if(
+        items.begin(), items.end(), [&](const auto& item) { return item->isJPG() != items[0]->isJPG(); });
     if (middle == items.end()) {
         return taken; // one group is empty
     }

@@ -4,12 +4,38 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QPointer>
 
 #include <algorithm>
 
 namespace frameflow {
 
-// Gets a turn of its own, before other events, for the callbacks.
+namespace {
+
+// The events that begin a handler of their own. Others, such as a resize, are also sent from within a handler.
+bool beginsAHandler(const QEvent& event)
+{
+    switch (event.type()) {
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::ShortcutOverride:
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::Timer:
+    case QEvent::MetaCall:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+// Gets the callbacks delivered before the next handler runs: by an event of its own, and, as several events may be
+// under way already, ahead of the first of them.
 class Compositor::Mailbox final : public QObject
 {
 public:
@@ -17,9 +43,10 @@ public:
 
     void post()
     {
-        if (!mPosted) {
+        if (!mPosted && QCoreApplication::instance()) {
             mPosted = true;
             QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::HighEventPriority);
+            QCoreApplication::instance()->installEventFilter(this);
         }
     }
 
@@ -28,12 +55,32 @@ public:
         if (event->type() != QEvent::User) {
             return QObject::event(event);
         }
-        mPosted = false;
-        mCompositor.deliverPending(); // may destroy this
+        deliver();
         return true;
     }
 
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (!beginsAHandler(*event)) {
+            return false;
+        }
+        const QPointer<QObject> receiver = watched;
+        deliver();
+        return !receiver; // a callback may have destroyed it
+    }
+
 private:
+    // May destroy this.
+    void deliver()
+    {
+        if (mPosted) {
+            mPosted = false;
+            QCoreApplication::removePostedEvents(this, QEvent::User);
+            QCoreApplication::instance()->removeEventFilter(this);
+            mCompositor.deliverPending();
+        }
+    }
+
     Compositor& mCompositor;
     bool mPosted = false;
 };

@@ -31,30 +31,40 @@ bool hidesEverything(const DrawItem& item, const ViewArea& area)
 
 } // namespace
 
-void RasterRenderer::paint(QPainter& painter, const DrawList& items, const ViewArea& area) const
+void RasterRenderer::paint(QPainter& painter, const DrawList& items, const ViewArea& area)
 {
+    mMixed = false;
     painter.save();
     // Exactly one to one, so that pictures of the right size are copied.
     painter.scale(1 / area.pixelsPerPoint, 1 / area.pixelsPerPoint);
+    paintOver(Qt::black, painter, items, area);
+    painter.restore();
+    if (!mMixed) {
+        mSpareBuffers.clear();
+    }
+}
+
+void RasterRenderer::paintOver(const QColor& background, QPainter& painter, const DrawList& items, const ViewArea& area)
+{
     const auto top
         = std::find_if(items.rbegin(), items.rend(), [&](const DrawItem& item) { return hidesEverything(item, area); });
     if (top == items.rend()) {
-        painter.fillRect(QRect(QPoint(), area.pixels()), Qt::black);
-        paintItems(painter, items, area);
-    } else {
-        paintItems(painter, DrawList(std::prev(top.base()), items.end()), area);
+        painter.setOpacity(1);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(QRect(QPoint(), area.pixels()), background);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     }
-    painter.restore();
+    for (auto item = top == items.rend() ? items.begin() : std::prev(top.base()); item != items.end(); ++item) {
+        paintItem(painter, *item, area);
+    }
 }
 
-void RasterRenderer::paintItems(QPainter& painter, const DrawList& items, const ViewArea& area) const
+void RasterRenderer::paintItem(QPainter& painter, const DrawItem& item, const ViewArea& area)
 {
-    for (const DrawItem& item : items) {
-        if (item.mix) {
-            paintMix(painter, *item.mix, area);
-        } else {
-            paintPicture(painter, item, area);
-        }
+    if (item.mix) {
+        paintMix(painter, *item.mix, area);
+    } else {
+        paintPicture(painter, item, area);
     }
 }
 
@@ -99,6 +109,10 @@ void RasterRenderer::paintTurned(QPainter& painter, const DrawItem& item, const 
     if (!(size.width() > 0 && size.width() < limit && size.height() > 0 && size.height() < limit)) {
         return;
     }
+    // Seen from the side it is thinner than anything that can be drawn, and its map cannot be inverted.
+    if (!(std::abs(item.toView.determinant()) * std::min(size.width(), size.height()) > 0.02)) {
+        return;
+    }
     const QImage picture = mCopies.drawable(item.picture, size.toSize().expandedTo(QSize(1, 1)));
     // From the picture's pixels, y down, to its bounds, y up.
     const QTransform toBounds(item.bounds.width() / picture.width(), 0, 0, -item.bounds.height() / picture.height(),
@@ -110,28 +124,45 @@ void RasterRenderer::paintTurned(QPainter& painter, const DrawItem& item, const 
     painter.restore();
 }
 
-void RasterRenderer::paintMix(QPainter& painter, const MixDraw& mix, const ViewArea& area) const
+void RasterRenderer::paintMix(QPainter& painter, const MixDraw& mix, const ViewArea& area)
 {
     const MixFunction function = mixFunctionFor(mix.effect);
     if (!function) {
-        paintItems(painter, mix.target, area);
+        for (const DrawItem& item : mix.target) {
+            paintItem(painter, item, area);
+        }
         return;
     }
-    const QImage source = drawn(mix.source, area);
-    const QImage target = drawn(mix.target, area);
-    QImage result(area.pixels(), QImage::Format_ARGB32_Premultiplied);
+    QImage source = drawn(mix.source, area);
+    QImage target = drawn(mix.target, area);
+    QImage result = takeBuffer(area.pixels());
     function(result, source, target, mix, area);
     painter.setOpacity(1);
     painter.drawImage(QPoint(), result);
+    for (QImage* buffer : {&source, &target, &result}) {
+        mSpareBuffers.push_back(std::move(*buffer));
+    }
 }
 
-QImage RasterRenderer::drawn(const DrawList& items, const ViewArea& area) const
+QImage RasterRenderer::drawn(const DrawList& items, const ViewArea& area)
 {
-    QImage image(area.pixels(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
+    QImage image = takeBuffer(area.pixels());
     QPainter painter(&image);
-    paintItems(painter, items, area);
+    paintOver(Qt::transparent, painter, items, area);
     return image;
+}
+
+QImage RasterRenderer::takeBuffer(QSize pixels)
+{
+    mMixed = true;
+    if (!mSpareBuffers.empty()) {
+        QImage buffer = std::move(mSpareBuffers.back());
+        mSpareBuffers.pop_back();
+        if (buffer.size() == pixels) {
+            return buffer;
+        }
+    }
+    return QImage(pixels, QImage::Format_ARGB32_Premultiplied);
 }
 
 } // namespace frameflow

@@ -16,18 +16,23 @@ public:
     explicit RasterRenderer(const ReducedCopies& copies) : mCopies(copies) { }
 
     // The painter's coordinates are the view's points, origin at the upper left; its state is left as it was.
-    void paint(QPainter& painter, const DrawList& items, const ViewArea& area) const;
+    void paint(QPainter& painter, const DrawList& items, const ViewArea& area);
 
 private:
     // These draw in device pixels.
-    void paintItems(QPainter& painter, const DrawList& items, const ViewArea& area) const;
+    void paintOver(const QColor& background, QPainter& painter, const DrawList& items, const ViewArea& area);
     void paintPicture(QPainter& painter, const DrawItem& item, const ViewArea& area) const;
     void paintUpright(QPainter& painter, const DrawItem& item, const QRect& frame, const ViewArea& area) const;
     void paintTurned(QPainter& painter, const DrawItem& item, const ViewArea& area) const;
-    void paintMix(QPainter& painter, const MixDraw& mix, const ViewArea& area) const;
-    QImage drawn(const DrawList& items, const ViewArea& area) const;
+    void paintItem(QPainter& painter, const DrawItem& item, const ViewArea& area);
+    void paintMix(QPainter& painter, const MixDraw& mix, const ViewArea& area);
+    QImage drawn(const DrawList& items, const ViewArea& area);
+    QImage takeBuffer(QSize pixels);
 
     const ReducedCopies& mCopies;
+    // Pictures of the view's pixels for mixtures, kept from frame to frame while there are mixtures.
+    std::vector<QImage> mSpareBuffers;
+    bool mMixed = false;
 };
 
 } // namespace frameflow

@@ -29,13 +29,15 @@ bool isDeep(const QImage& image)
     return image.depth() > 32 || image.format() == QImage::Format_Grayscale16;
 }
 
-// What programs write for sRGB that knew no better: its primaries with a plain exponent near its curve.
+// Programs that know no better write sRGB's primaries with a plain exponent near its curve.
 bool isNearlySrgb(const QColorSpace& space)
 {
-    return space.primaries() == QColorSpace::Primaries::SRgb
-        && (space.transferFunction() == QColorSpace::TransferFunction::SRgb
-            || (space.transferFunction() == QColorSpace::TransferFunction::Gamma
-                && std::abs(space.gamma() - 2.2F) < 0.05F));
+    using Function = QColorSpace::TransferFunction;
+    constexpr float usualGamma = 2.2F;
+    const QColorSpace srgb(QColorSpace::SRgb);
+    const bool isUsualGamma
+        = space.transferFunction() == Function::Gamma && std::abs(space.gamma() - usualGamma) < 0.05F;
+    return space == srgb || (isUsualGamma && space.withTransferFunction(Function::SRgb) == srgb);
 }
 
 cmsColorSpaceSignature modelOf(const QByteArray& icc)
@@ -102,10 +104,10 @@ QImage convertWithTables(const QImage& image, const QByteArray& icc)
     return result;
 }
 
-QImage toSrgb(const QImage& image)
+QImage toSrgb(const QImage& image, const QByteArray& profile)
 {
     const QColorSpace space = image.colorSpace();
-    const QByteArray icc = space.iccProfile();
+    const QByteArray icc = space.isValid() || !space.iccProfile().isEmpty() ? space.iccProfile() : profile;
     if (!space.isValid() && icc.isEmpty()) {
         return image;
     }
@@ -141,9 +143,9 @@ bool isOpaque(const QImage& image)
 
 } // namespace
 
-QImage toScreenColours(QImage image)
+QImage toScreenColours(QImage image, const QByteArray& profile)
 {
-    image = toSrgb(image);
+    image = toSrgb(image, profile);
     image.setColorSpace(QColorSpace());
     if (!image.hasAlphaChannel()) {
         image.convertTo(QImage::Format_RGB32);

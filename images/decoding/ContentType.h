@@ -35,7 +35,7 @@ enum class ContentType
 // By the first bytes; the file name is asked only for the types that have none of their own.
 ContentType contentType(const QByteArray& contents, QByteArrayView fileName);
 
-// Whether the picture's samples are inks: cyan, magenta, yellow and black.
-bool isCmyk(const QByteArray& contents, ContentType type);
+// Whether it is of a kind that Qt opens but shows wrongly: colours given as inks, or grey whose alpha it drops.
+bool isMisreadByQt(const QByteArray& contents, ContentType type);
 
 } // namespace frameflow

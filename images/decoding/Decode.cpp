@@ -35,7 +35,7 @@ DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, in
     if (type == ContentType::Svg) {
         return decodeSvg(contents, longestSide);
     }
-    if (!isQtType(type) || isCmyk(contents, type)) {
+    if (!isQtType(type) || isMisreadByQt(contents, type)) {
         return decodeWithModule(contents, type, longestSide);
     }
     DecodedPicture picture = decodeWithQt(contents, type, longestSide);
@@ -82,7 +82,7 @@ bool isTurnedByCodec(ContentType type)
 }
 
 // Reduces, converts the colours and turns, each only where it is needed.
-void finish(DecodedPicture& picture, const DecodeRequest& request)
+void finish(DecodedPicture& picture, const DecodeRequest& request, const QByteArray& profile)
 {
     const QSize held = heldSize(picture.pixels.size(), request.longestSide);
     if (held != picture.pixels.size()) {
@@ -91,7 +91,7 @@ void finish(DecodedPicture& picture, const DecodeRequest& request)
         }
         picture.pixels = picture.pixels.scaled(held, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
-    picture.pixels = toScreenColours(std::move(picture.pixels));
+    picture.pixels = toScreenColours(std::move(picture.pixels), profile);
     if (request.turn == Turn::Upright && picture.orientation != 1) {
         QImage upright
             = turnedUpright(picture.pixels, orientationTransform(picture.pixels.size(), picture.orientation));
@@ -106,14 +106,13 @@ void finish(DecodedPicture& picture, const DecodeRequest& request)
     }
 }
 
-DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int longestSide)
+DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int longestSide, QByteArray& profile)
 {
     if (type == ContentType::Unknown) {
         return DecodedPicture::failed(DecodeError::NotAPicture);
     }
     const auto stored = longestSide > 0 ? StoredThumbnail::Read : StoredThumbnail::Skip;
-    const Metadata metadata
-        = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
+    const Metadata metadata = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
     DecodedPicture picture = DecodedPicture::failed(DecodeError::NotAPicture);
     if (contentType(metadata.thumbnail, {}) == ContentType::Jpeg) {
         picture = decodeWithQt(metadata.thumbnail, ContentType::Jpeg, longestSide);
@@ -122,7 +121,11 @@ DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int lon
         picture = decodeByContents(contents, type, longestSide);
     }
     picture.orientation = validOrientation(metadata.orientation);
-    if (metadata.isAdobeRgb && type == ContentType::Jpeg && !isCmyk(contents, type)
+    // Qt leaves out of PNG the profiles that it cannot apply itself.
+    if (type == ContentType::Png) {
+        profile = metadata.profile;
+    }
+    if (metadata.isAdobeRgb && type == ContentType::Jpeg && !isMisreadByQt(contents, type)
         && picture.pixels.colorSpace().iccProfile().isEmpty()) {
         picture.pixels.setColorSpace(QColorSpace::AdobeRgb);
     }
@@ -133,6 +136,7 @@ DecodedPicture decodeContents(const QByteArray& contents, const DecodeRequest& r
 {
     const ContentType type = contentType(contents, request.fileName);
     std::optional<DecodedPicture> picture;
+    QByteArray profile;
     if (type == ContentType::CameraRaw || isRawName(request.fileName)) {
         picture = decodeRaw(contents, request.longestSide);
         // What other decoders find in a damaged camera raw file is its small preview.
@@ -141,10 +145,10 @@ DecodedPicture decodeContents(const QByteArray& contents, const DecodeRequest& r
         }
     }
     if (!picture) {
-        picture = decodeOther(contents, type, request.longestSide);
+        picture = decodeOther(contents, type, request.longestSide, profile);
     }
     if (picture->error == DecodeError::None) {
-        finish(*picture, request);
+        finish(*picture, request, profile);
     }
     return *picture;
 }

@@ -70,6 +70,10 @@ Metadata readMetadata(const QByteArray& contents, StoredThumbnail stored, int le
             metadata.orientation = orientation->toLong();
         }
         metadata.isAdobeRgb = saysAdobeRgb(exif);
+        if (image->iccProfileDefined()) {
+            const Exiv2::DataBuf& profile = *image->iccProfile();
+            metadata.profile = QByteArray(reinterpret_cast<const char*>(profile.pData_), profile.size_);
+        }
         if (stored == StoredThumbnail::Read) {
             metadata.thumbnail = storedThumbnail(*image, leastLongerSide);
         }

@@ -15,6 +15,7 @@ struct Metadata
 {
     qint64 orientation = 0; // the number as it stands in the file; 0 where there is none
     bool isAdobeRgb = false; // said by the camera in place of a profile
+    QByteArray profile; // of the colours; empty where there is none
     QByteArray thumbnail; // an encoded picture of at least the wanted side; empty where there is none
 };
 

@@ -1,5 +1,7 @@
 #include "Orientation.h"
 
+#include "LargeBitmap.h"
+
 #include <algorithm>
 #include <array>
 
@@ -85,7 +87,7 @@ QImage turnedUpright(const QImage& image, const QTransform& transform)
         return {};
     }
     const bool turned = qRound(transform.m11()) == 0;
-    QImage result(turned ? image.size().transposed() : image.size(), image.format());
+    QImage result = largeBitmap(turned ? image.size().transposed() : image.size(), image.format());
     if (result.isNull()) {
         return {};
     }

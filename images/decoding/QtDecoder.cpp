@@ -1,5 +1,6 @@
 #include "QtDecoder.h"
 
+#include "LargeBitmap.h"
 #include "Limits.h"
 
 #include <QBuffer>
@@ -39,16 +40,6 @@ const char* formatOf(ContentType type)
     return found != readers.end() ? found->format : nullptr;
 }
 
-void limitAllocationsOnce()
-{
-    static std::once_flag once;
-    std::call_once(once, [] {
-        constexpr qint64 megabyte = 1024 * 1024;
-        const qint64 limit = std::min<qint64>(mostBytesForDecoding() / megabyte, std::numeric_limits<int>::max());
-        QImageReader::setAllocationLimit(std::max(1, static_cast<int>(limit)));
-    });
-}
-
 void jumpToLargest(QImageReader& reader)
 {
     qint64 most = -1;
@@ -66,6 +57,16 @@ void jumpToLargest(QImageReader& reader)
 
 } // namespace
 
+void limitQtAllocations()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        constexpr qint64 megabyte = 1024 * 1024;
+        const qint64 limit = std::min<qint64>(mostBytesForDecoding() / megabyte, std::numeric_limits<int>::max());
+        QImageReader::setAllocationLimit(std::max(1, static_cast<int>(limit)));
+    });
+}
+
 bool isQtType(ContentType type)
 {
     return formatOf(type) != nullptr;
@@ -73,7 +74,7 @@ bool isQtType(ContentType type)
 
 DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int longestSide)
 {
-    limitAllocationsOnce();
+    limitQtAllocations();
     QBuffer buffer;
     buffer.setData(contents);
     buffer.open(QIODevice::ReadOnly);
@@ -90,10 +91,13 @@ DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int lo
     if (picture.size.isValid() && !reducible && !canDecode(picture.size, bytesPerPixel)) {
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
-    if (reducible && picture.size.isValid()) {
+    if (!picture.size.isEmpty()) {
         const QSize held = heldSize(picture.size, longestSide);
-        if (held != picture.size) {
+        if (reducible && held != picture.size) {
             reader.setScaledSize(held);
+        } else if (reader.imageFormat() != QImage::Format_Invalid) {
+            // The reader writes into a bitmap that fits, and makes its own otherwise.
+            picture.pixels = largeBitmap(picture.size, reader.imageFormat());
         }
     }
     if (!reader.read(&picture.pixels)) {

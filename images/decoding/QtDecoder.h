@@ -5,6 +5,9 @@
 
 namespace frameflow {
 
+// Has Qt refuse bitmaps that take more than decoding may; to be called before every use of QImageReader.
+void limitQtAllocations();
+
 // Whether Qt has a reader for the type.
 bool isQtType(ContentType type);
 

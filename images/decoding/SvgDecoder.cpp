@@ -1,15 +1,16 @@
 #include "SvgDecoder.h"
 
 #include "Limits.h"
+#include "QtDecoder.h"
 
 #include <QBuffer>
 #include <QImageReader>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
-#include <zlib.h>
-
 #include <optional>
+
+#include <zlib.h>
 
 namespace frameflow {
 
@@ -19,8 +20,6 @@ namespace {
 constexpr qsizetype longestDrawing = 64 * 1024 * 1024;
 // The parser and the drawing both descend with the elements.
 constexpr int deepestNesting = 500;
-// For a drawing that names no size.
-constexpr QSize defaultSize(1024, 1024);
 
 std::optional<QByteArray> unpacked(const QByteArray& contents)
 {
@@ -49,7 +48,8 @@ std::optional<QByteArray> unpacked(const QByteArray& contents)
 
 bool isReference(const QXmlStreamAttribute& attribute)
 {
-    return attribute.qualifiedName() == QLatin1String("href") || attribute.qualifiedName().endsWith(QLatin1String(":href"));
+    return attribute.qualifiedName() == QLatin1String("href")
+        || attribute.qualifiedName().endsWith(QLatin1String(":href"));
 }
 
 bool pointsOutside(const QXmlStreamAttribute& attribute)
@@ -111,13 +111,14 @@ DecodedPicture decodeSvg(const QByteArray& contents, int longestSide)
     if (drawing.isEmpty()) {
         return DecodedPicture::failed(DecodeError::Damaged);
     }
+    limitQtAllocations();
     QBuffer buffer(&drawing);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, "svg");
     DecodedPicture picture;
     picture.size = reader.size();
     if (picture.size.isEmpty()) {
-        picture.size = defaultSize;
+        return DecodedPicture::failed(DecodeError::Damaged);
     }
     reader.setScaledSize(heldSize(picture.size, longestSide));
     if (!reader.read(&picture.pixels)) {

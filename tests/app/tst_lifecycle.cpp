@@ -166,6 +166,7 @@ void LifecycleTest::aShowThatEndedLeavesTheWelcome()
     auto& controller = openTwo();
     controller.cancel();
     QTRY_COMPARE(windows(), mStartOnly);
+    QCOMPARE(controller.startWindow()->findChild<QLabel*>()->text(), QStringLiteral("Welcome to Frameflow"));
 }
 
 void LifecycleTest::withWelcomeSwitchedOffAnEndedShowEndsTheProgram()
@@ -328,8 +329,8 @@ void LifecycleTest::choosingTheDisplayRebuildsTheWindowAndStoresTheFrame()
     QVERIFY(controller.screenWindow() != before);
     QCOMPARE(mFixture->shown(), QByteArray("1.png"));
     QTRY_COMPARE(windows(), mSlideOnly);
-    QTRY_COMPARE(mFixture->settings().stringValue(keys::screenRectFrame),
-        textFromRect(controller.currentScreen()->geometry()));
+    QTRY_COMPARE(
+        mFixture->settings().stringValue(keys::screenRectFrame), textFromRect(controller.currentScreen()->geometry()));
 }
 
 void LifecycleTest::choosingTheDisplayWithoutAShowStoresTheFrameAlone()

@@ -1,5 +1,7 @@
 #include "ControllerFixture.h"
+#include "StartWindow.h"
 
+#include <QLabel>
 #include <QTest>
 
 using namespace frameflow;
@@ -390,6 +392,7 @@ void PlaybackTest::aFolderOfBrokenFilesEndsTheShow()
     QTRY_COMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("StartWindow")});
     QTRY_COMPARE(controller.fileSequence().count(), size_t(0));
     QVERIFY(controller.imageURL().isEmpty());
+    QCOMPARE(controller.startWindow()->findChild<QLabel*>()->text(), QStringLiteral("Nothing to show"));
 }
 
 void PlaybackTest::aFileThatVanishedIsSteppedOver()

@@ -1,4 +1,5 @@
 #include "FrameClock.h"
+
 #include "ManualClock.h"
 
 #include <QtTest>

@@ -130,9 +130,8 @@ private Q_SLOTS:
             const QPoint point(pixels.x() + int(x * pixels.width()), pixels.y() + int(y * pixels.height()));
             return view.contains(point) ? image.pixelColor(point) : QColor();
         };
-        const auto shows = [&](double x, double y, QColor color) {
-            return !at(x, y).isValid() || isNear(at(x, y), color);
-        };
+        const auto shows
+            = [&](double x, double y, QColor color) { return !at(x, y).isValid() || isNear(at(x, y), color); };
         QVERIFY(shows(0.3, 0.3, Qt::red));
         QVERIFY(shows(0.7, 0.3, Qt::green));
         QVERIFY(shows(0.3, 0.7, Qt::blue));

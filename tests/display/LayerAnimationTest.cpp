@@ -235,6 +235,26 @@ private Q_SLOTS:
         QCOMPARE(scene.recorder->log, texts({"a starts", "next event"}));
     }
 
+    void callbacksComeBeforeEventsThatAreUnderWay()
+    {
+        Scene scene;
+        QMetaObject::invokeMethod(
+            this, [&] { scene.layer->addAnimation(scene.fadeIn("a"), key); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [&] { scene.recorder->log << QStringLiteral("next event"); }, Qt::QueuedConnection);
+        QCoreApplication::processEvents();
+        QCOMPARE(scene.recorder->log, texts({"a starts", "next event"}));
+    }
+
+    void callbacksWaitForTheHandlerToReturn()
+    {
+        Scene scene;
+        scene.layer->addAnimation(scene.fadeIn("a"), key);
+        QEvent resize(QEvent::Resize); // as a handler sends it that changes a window
+        QCoreApplication::sendEvent(this, &resize);
+        QCOMPARE(scene.recorder->log, QStringList());
+    }
+
     void callbackStartsAnother()
     {
         Scene scene;

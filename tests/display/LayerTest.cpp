@@ -1,6 +1,7 @@
+#include "Layer.h"
+
 #include "Compositor.h"
 #include "Coordinates.h"
-#include "Layer.h"
 #include "ManualClock.h"
 #include "Pictures.h"
 

@@ -1,7 +1,8 @@
+#include "Presentation.h"
+
 #include "Compositor.h"
 #include "ManualClock.h"
 #include "Pictures.h"
-#include "Presentation.h"
 
 #include <QtTest>
 
@@ -52,7 +53,7 @@ class PresentationTest : public QObject
 private Q_SLOTS:
     void init()
     {
-        mCompositor = Compositor::create(mClock, [] { });
+        mCompositor = Compositor::create(mClock, [] {});
         mRoot = std::make_shared<Layer>(mCompositor);
         mRoot->setFrame(QRectF(0, 0, 200, 100));
         mBelow = addLayer(mRed);
@@ -97,8 +98,8 @@ private Q_SLOTS:
         mAbove->setAnchorPoint(QPointF(0, 0));
         mAbove->setFrame(QRectF(20, 10, 100, 50));
         mAbove->addAnimation(makeAnimation({KeyPath::PositionX, 20, 60}, 1s, Curve::Linear, nullptr), key);
-        mAbove->addAnimation(makeAnimation({KeyPath::BoundsSizeWidth, 100, 0}, 1s, Curve::Linear, nullptr),
-            QStringLiteral("second"));
+        mAbove->addAnimation(
+            makeAnimation({KeyPath::BoundsSizeWidth, 100, 0}, 1s, Curve::Linear, nullptr), QStringLiteral("second"));
         mClock.advance(500ms);
         const DrawItem item = items().back();
         QCOMPARE(item.toView.mapRect(item.bounds), QRectF(40, 10, 50, 50));

@@ -1,5 +1,6 @@
-#include "Pictures.h"
 #include "RasterRenderer.h"
+
+#include "Pictures.h"
 #include "ReducedCopies.h"
 
 #include <QtTest>
@@ -19,7 +20,7 @@ class RasterRendererTest : public QObject
 
     static QImage render(const DrawList& items, const ViewArea& area = {QSizeF(100, 60), 1})
     {
-        ReducedCopies copies([] { });
+        ReducedCopies copies([] {});
         std::vector<ReducedCopies::Wanted> wanted;
         for (const DrawItem& drawn : items) {
             const auto pixels = pixelRect(drawn.toView.mapRect(drawn.bounds), area);
@@ -159,6 +160,17 @@ private Q_SLOTS:
         QVERIFY(isNear(image.pixelColor(50, 58), Qt::white));
     }
 
+    void edgeOnNothingIsSeen()
+    {
+        DrawItem squeezed = item(solid({100, 60}, Qt::white), QRectF(0, 0, 100, 60));
+        for (const double angle : {1.57075, std::numbers::pi / 2}) {
+            LayerTransform transform;
+            transform.rotationX = angle;
+            squeezed.toView = transform.toAffine();
+            QCOMPARE(render({squeezed}), solid({100, 60}, Qt::black));
+        }
+    }
+
     void mixtureIsPremultiplied()
     {
         MixDraw mix;
@@ -207,7 +219,7 @@ private Q_SLOTS:
     void paintersStateIsKept()
     {
         QImage image(100, 60, QImage::Format_RGB32);
-        ReducedCopies copies([] { });
+        ReducedCopies copies([] {});
         QPainter painter(&image);
         painter.setOpacity(0.5);
         const QTransform before = painter.worldTransform();

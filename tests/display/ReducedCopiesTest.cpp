@@ -1,5 +1,6 @@
-#include "Pictures.h"
 #include "ReducedCopies.h"
+
+#include "Pictures.h"
 
 #include <QtTest>
 
@@ -12,7 +13,7 @@ class ReducedCopiesTest : public QObject
 private Q_SLOTS:
     void newPictureIsReducedAtOnce()
     {
-        ReducedCopies copies([] { });
+        ReducedCopies copies([] {});
         const QImage picture = noise({200, 100});
         copies.setWanted({{picture, {50, 25}}}, {});
         QVERIFY(!copies.isReducing());
@@ -49,7 +50,7 @@ private Q_SLOTS:
     {
         QFETCH(QSize, pixels);
         QFETCH(bool, reduced);
-        ReducedCopies copies([] { });
+        ReducedCopies copies([] {});
         const QImage picture = noise({200, 100});
         copies.setWanted({{picture, pixels}}, {});
         QCOMPARE(copies.drawable(picture, pixels).size(), reduced ? pixels : picture.size());
@@ -71,7 +72,7 @@ private Q_SLOTS:
         QFETCH(QImage::Format, format);
         QFETCH(QImage::Format, drawn);
         for (const QSize pixels : {QSize(100, 50), QSize(300, 300)}) {
-            ReducedCopies copies([] { });
+            ReducedCopies copies([] {});
             const QImage picture = noise({200, 100}).convertToFormat(format);
             copies.setWanted({{picture, pixels}}, {});
             QCOMPARE(copies.drawable(picture, pixels).format(), drawn);
@@ -80,7 +81,7 @@ private Q_SLOTS:
 
     void keepsNoMoreThanWhatIsWanted()
     {
-        ReducedCopies copies([] { });
+        ReducedCopies copies([] {});
         const QImage first = noise({200, 100});
         const QImage second = solid({200, 100}, Qt::red);
         const QImage third = solid({200, 100}, Qt::blue);
@@ -94,7 +95,7 @@ private Q_SLOTS:
 
     void copyStaysWhileTheFrameIsEmpty()
     {
-        ReducedCopies copies([] { });
+        ReducedCopies copies([] {});
         const QImage picture = noise({200, 100});
         copies.setWanted({{picture, {20, 10}}}, {});
         copies.setWanted({{picture, QSize()}}, {});
@@ -119,7 +120,7 @@ private Q_SLOTS:
 
     void thinPicturesStayVisible()
     {
-        ReducedCopies copies([] { });
+        ReducedCopies copies([] {});
         const QImage picture = solid({2, 100000}, Qt::red);
         copies.setWanted({{picture, {1, 100}}}, {});
         QCOMPARE(copies.drawable(picture, {1, 100}).pixelColor(0, 50), QColor(Qt::red));

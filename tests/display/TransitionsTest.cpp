@@ -115,6 +115,14 @@ private Q_SLOTS:
         QVERIFY(slides.view->isBusy());
     }
 
+    void busyBeginsBeforeTheNextKey()
+    {
+        TwoSlides slides(QStringLiteral("Cross Fade"));
+        slides.view->setImage(KLImage::imageWithImage(solid(viewSize, Qt::green)), true);
+        QTest::keyClick(slides.view.get(), Qt::Key_Right);
+        QVERIFY(slides.view->isBusy());
+    }
+
     void busyEndsThoughTheViewIsHidden()
     {
         TwoSlides slides(QStringLiteral("Cross Fade"));

@@ -1,4 +1,5 @@
 #include "CGRectUtils.h"
+
 #include "KLImage.h"
 
 #include <QTest>

@@ -205,7 +205,8 @@ void CachesTest::wrongThumbnailsFail_data()
     QTest::newRow("none") << QByteArray() << QImage() << false << 58 << QByteArray("the image may not be nil");
     QTest::newRow("without URL") << QByteArray() << image << true << 59 << QByteArray("the url may not be nil");
     QTest::newRow("without both") << QByteArray() << QImage() << true << 59 << QByteArray("the url may not be nil");
-    QTest::newRow("without picture") << QByteArray("/a") << QImage() << true << 60 << QByteArray("the url may not be nil");
+    QTest::newRow("without picture") << QByteArray("/a") << QImage() << true << 60
+                                     << QByteArray("the url may not be nil");
 }
 
 void CachesTest::wrongThumbnailsFail()

@@ -102,10 +102,10 @@ QByteArray linearGreyProfile()
     return saved(profile);
 }
 
-#define COMPARE_COLOUR(actual, expected, tolerance) \
-    do { \
-        const QRgb colour = (actual); \
-        QVERIFY2(isNear(colour, (expected), (tolerance)), qPrintable(QString::number(colour, 16))); \
+#define COMPARE_COLOUR(actual, expected, tolerance)                                                                    \
+    do {                                                                                                               \
+        const QRgb actualColour = (actual);                                                                            \
+        QVERIFY2(isNear(actualColour, (expected), (tolerance)), qPrintable(QString::number(actualColour, 16)));        \
     } while (false)
 
 } // namespace
@@ -149,9 +149,12 @@ void ColoursTest::tableProfileIsConverted()
 {
     mFolder->addFile("p.icc", swappingProfile());
     mFolder->addFile("in.png", encoded(plain(QColor(200, 100, 50)), "png"));
-    for (const char* const name : {"a.png", "a.jpg", "a.tif"}) {
-        QVERIFY(convert({path("in.png"), QStringLiteral("-strip"), QStringLiteral("-set"), QStringLiteral("profile"),
-            path("p.icc"), QStringLiteral("-profile"), path("p.icc"), path(name)}));
+    QVERIFY(
+        convert({path("in.png"), QStringLiteral("-strip"), QStringLiteral("-profile"), path("p.icc"), path("a.tif")}));
+    for (const char* const name : {"a.png", "a.jpg", "a.webp"}) {
+        QVERIFY(runTool(QStringLiteral("vips"), {QStringLiteral("copy"), path("a.tif"), path(name)}));
+    }
+    for (const char* const name : {"a.tif", "a.png", "a.jpg", "a.webp"}) {
         COMPARE_COLOUR(colourOf(name), qRgb(50, 100, 200), 12);
     }
 }
@@ -162,8 +165,12 @@ void ColoursTest::greyProfileIsConverted()
     grey.fill(55);
     mFolder->addFile("in.png", encoded(grey, "png"));
     mFolder->addFile("p.icc", linearGreyProfile());
-    for (const char* const name : {"a.png", "a.jpg", "a.tif"}) {
-        QVERIFY(convert({path("in.png"), QStringLiteral("-strip"), QStringLiteral("-profile"), path("p.icc"), path(name)}));
+    QVERIFY(
+        convert({path("in.png"), QStringLiteral("-strip"), QStringLiteral("-profile"), path("p.icc"), path("a.tif")}));
+    for (const char* const name : {"a.png", "a.jpg"}) {
+        QVERIFY(runTool(QStringLiteral("vips"), {QStringLiteral("copy"), path("a.tif"), path(name)}));
+    }
+    for (const char* const name : {"a.tif", "a.png", "a.jpg"}) {
         // A fifth of the light.
         COMPARE_COLOUR(colourOf(name), qRgb(128, 128, 128), 3);
     }
@@ -184,7 +191,9 @@ void ColoursTest::srgbIsNotTouched()
     for (const char* const name : {"none.png", "srgb.png", "gamma.png"}) {
         const KLImagePtr loaded = KLImage::imageWithURL(mFolder->urlOf(name));
         QVERIFY(loaded);
-        QCOMPARE(loaded->getCGImage().convertToFormat(QImage::Format_RGB32), image.convertToFormat(QImage::Format_RGB32));
+        for (int x = 0; x < 256; ++x) {
+            QCOMPARE(QColor(loaded->getCGImage().pixel(x, 1)), QColor(image.pixel(x, 1)));
+        }
     }
 }
 
@@ -194,7 +203,8 @@ void ColoursTest::wrongProfileCountsAsSrgb()
     mFolder->addFile("in.png", encoded(plain(colour), "png"));
     QByteArray jpeg = encoded(plain(colour), "jpeg", 100);
     const QByteArray body = QByteArray("ICC_PROFILE\0\1\1", 14) + QByteArray(200, 'x');
-    jpeg.insert(2, "\xff\xe2" + QByteArray(1, char((body.size() + 2) >> 8)) + QByteArray(1, char(body.size() + 2)) + body);
+    jpeg.insert(
+        2, "\xff\xe2" + QByteArray(1, char((body.size() + 2) >> 8)) + QByteArray(1, char(body.size() + 2)) + body);
     mFolder->addFile("a.jpg", jpeg);
     COMPARE_COLOUR(colourOf("a.jpg"), colour.rgb(), 4);
 }
@@ -255,18 +265,26 @@ void ColoursTest::deepAndGreyPictures_data()
     QTest::newRow("16-bit png") << QByteArray("a.png") << words("-depth 16 -define png:bit-depth=16") << colour;
     QTest::newRow("16-bit tiff") << QByteArray("a.tif") << words("-depth 16") << colour;
     QTest::newRow("16-bit ppm") << QByteArray("a.ppm") << words("-depth 16") << colour;
-    QTest::newRow("float tiff") << QByteArray("a.tif") << words("-define quantum:format=floating-point -depth 32") << colour;
-    QTest::newRow("grey png") << QByteArray("a.png") << words("-fill gray50 -colorize 100 -type grayscale") << qRgb(127, 127, 127);
-    QTest::newRow("grey jpeg") << QByteArray("a.jpg") << words("-fill gray50 -colorize 100 -type grayscale") << qRgb(127, 127, 127);
-    QTest::newRow("16-bit grey png")
-        << QByteArray("a.png") << words("-fill gray50 -colorize 100 -type grayscale -depth 16 -define png:bit-depth=16")
-        << qRgb(127, 127, 127);
-    QTest::newRow("grey tiff") << QByteArray("a.tif") << words("-fill gray50 -colorize 100 -type grayscale") << qRgb(127, 127, 127);
+    QTest::newRow("float tiff") << QByteArray("a.tif") << words("-define quantum:format=floating-point -depth 32")
+                                << colour;
+    QTest::newRow("grey png") << QByteArray("a.png") << words("-fill gray50 -colorize 100 -type grayscale")
+                              << qRgb(127, 127, 127);
+    QTest::newRow("grey jpeg") << QByteArray("a.jpg") << words("-fill gray50 -colorize 100 -type grayscale")
+                               << qRgb(127, 127, 127);
+    QTest::newRow("16-bit grey png") << QByteArray(
+        "a.png") << words("-fill gray50 -colorize 100 -type grayscale -depth 16 -define png:bit-depth=16")
+                                     << qRgb(127, 127, 127);
+    QTest::newRow("grey tiff") << QByteArray("a.tif") << words("-fill gray50 -colorize 100 -type grayscale")
+                               << qRgb(127, 127, 127);
     QTest::newRow("grey map") << QByteArray("a.pgm") << words("-fill gray50 -colorize 100") << qRgb(127, 127, 127);
-    QTest::newRow("grey heic jpeg 2000") << QByteArray("a.jp2") << words("-fill gray50 -colorize 100 -type grayscale") << qRgb(127, 127, 127);
-    QTest::newRow("black and white png") << QByteArray("a.png") << words("-fill white -colorize 100 -monochrome") << qRgb(255, 255, 255);
-    QTest::newRow("fax tiff") << QByteArray("a.tif") << words("-fill white -colorize 100 -monochrome -compress Group4") << qRgb(255, 255, 255);
-    QTest::newRow("bitmap") << QByteArray("a.pbm") << words("-fill white -colorize 100 -monochrome") << qRgb(255, 255, 255);
+    QTest::newRow("grey jpeg 2000") << QByteArray("a.jp2") << words("-fill gray50 -colorize 100 -type grayscale")
+                                    << qRgb(127, 127, 127);
+    QTest::newRow("black and white png") << QByteArray("a.png") << words("-fill white -colorize 100 -monochrome")
+                                         << qRgb(255, 255, 255);
+    QTest::newRow("fax tiff") << QByteArray("a.tif") << words("-fill white -colorize 100 -monochrome -compress Group4")
+                              << qRgb(255, 255, 255);
+    QTest::newRow("bitmap") << QByteArray("a.pbm") << words("-fill white -colorize 100 -monochrome")
+                            << qRgb(255, 255, 255);
     QTest::newRow("palette png") << QByteArray("a.png") << words("-type palette") << colour;
     QTest::newRow("palette tiff") << QByteArray("a.tif") << words("-type palette") << colour;
     QTest::newRow("16-bit photoshop") << QByteArray("a.psd") << words("-depth 16 -type TrueColor") << colour;
@@ -312,7 +330,8 @@ void ColoursTest::greyWithAlpha()
         const KLImagePtr loaded = KLImage::imageWithURL(mFolder->urlOf(name));
         QVERIFY(loaded);
         const QColor colour = loaded->getCGImage().pixelColor(4, 4);
-        QVERIFY2(qAbs(colour.alpha() - 128) <= 1 && qAbs(colour.red() - 90) <= 2 && colour.red() == colour.blue(), name);
+        QVERIFY2(
+            qAbs(colour.alpha() - 128) <= 1 && qAbs(colour.red() - 90) <= 2 && colour.red() == colour.blue(), name);
     }
 }
 

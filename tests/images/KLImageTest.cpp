@@ -1,4 +1,5 @@
 #include "KLImage.h"
+
 #include "PictureFiles.h"
 
 #include <QTest>
@@ -46,8 +47,8 @@ void KLImageTest::freshImageIsAllZero()
     QCOMPARE(image.width(), 0U);
     QCOMPARE(image.height(), 0U);
     const QTransform transform = image.getTransform();
-    for (const double component : {transform.m11(), transform.m12(), transform.m21(), transform.m22(), transform.dx(),
-             transform.dy()}) {
+    for (const double component :
+        {transform.m11(), transform.m12(), transform.m21(), transform.m22(), transform.dx(), transform.dy()}) {
         QCOMPARE(component, 0.0);
     }
 }

@@ -1,4 +1,5 @@
 #include "Orientation.h"
+
 #include "PictureFiles.h"
 
 #include <QTest>
@@ -90,7 +91,8 @@ void OrientationTest::turnsEveryPixel()
 
 void OrientationTest::numbersOutsideTheTableAreUpright()
 {
-    for (const qint64 number : {qint64(0), qint64(9), qint64(-1), std::numeric_limits<qint64>::max(), qint64(1) << 32 | 6}) {
+    for (const qint64 number :
+        {qint64(0), qint64(9), qint64(-1), std::numeric_limits<qint64>::max(), qint64(1) << 32 | 6}) {
         QCOMPARE(validOrientation(number), 1);
     }
     for (int number = 1; number <= 8; ++number) {

@@ -188,8 +188,8 @@ QByteArray exifBlock(std::optional<int> orientation, const QByteArray& thumbnail
             return directory({shortField(0xa001, 0xffff), longField(0xa005, interoperabilityAt)}, tailAt, 0);
         };
         const auto interoperabilityAt = tailAt + static_cast<quint32>(exif(0).size());
-        tail = exif(interoperabilityAt)
-            + directory({{0x0001, Ascii, 4, QByteArray("R03\0", 4)}}, interoperabilityAt, 0);
+        tail
+            = exif(interoperabilityAt) + directory({{0x0001, Ascii, 4, QByteArray("R03\0", 4)}}, interoperabilityAt, 0);
         fields.back() = longField(0x8769, tailAt);
     }
     quint32 next = 0;
@@ -252,11 +252,11 @@ QByteArray cameraRaw(QSize size, int orientation, const QByteArray& preview)
     QByteArray file = header + samples + preview + directory(raw, directoryAt, next);
     if (!preview.isEmpty()) {
         const QImage image = QImage::fromData(preview);
-        file += directory({longField(0x00fe, 1), longField(0x0100, image.width()), longField(0x0101, image.height()),
-                              {0x0102, Short, 3, bytesOf<quint16>({8, 8, 8})}, shortField(0x0103, 7),
-                              shortField(0x0106, 6), longField(0x0111, previewAt), shortField(0x0115, 3),
-                              longField(0x0116, image.height()),
-                              longField(0x0117, static_cast<quint32>(preview.size()))},
+        file += directory(
+            {longField(0x00fe, 1), longField(0x0100, image.width()), longField(0x0101, image.height()),
+                {0x0102, Short, 3, bytesOf<quint16>({8, 8, 8})}, shortField(0x0103, 7), shortField(0x0106, 6),
+                longField(0x0111, previewAt), shortField(0x0115, 3), longField(0x0116, image.height()),
+                longField(0x0117, static_cast<quint32>(preview.size()))},
             next, 0);
     }
     return file;
@@ -270,8 +270,8 @@ bool runTool(const QString& program, const QStringList& arguments)
     const bool succeeded
         = process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
     if (!succeeded) {
-        qWarning("%s failed: %s %s", qPrintable(program), qPrintable(process.errorString()),
-            process.readAll().constData());
+        qWarning(
+            "%s failed: %s %s", qPrintable(program), qPrintable(process.errorString()), process.readAll().constData());
     }
     return succeeded;
 }

@@ -254,7 +254,8 @@ void TypesTest::codecTurnsThese_data()
     const QString in = QString::fromUtf8(mFolder.pathOf("turned.jpg"));
     const auto out = [&](const char* name) { return QString::fromUtf8(mFolder.pathOf(name)); };
     QTest::newRow("jxl") << QByteArray("turned.jxl")
-                         << QStringList{QStringLiteral("cjxl"), in, out("turned.jxl"), QStringLiteral("--lossless_jpeg=1")};
+                         << QStringList{
+                                QStringLiteral("cjxl"), in, out("turned.jxl"), QStringLiteral("--lossless_jpeg=1")};
 }
 
 // The properties still say that the picture is to be turned; the codec has done it by then, and it must not be done
@@ -420,16 +421,23 @@ void TypesTest::contentTypes_data()
     QTest::newRow("postscript") << QByteArray("%!PS-Adobe") << QByteArray("a.jpg") << ContentType::Unknown;
     QTest::newRow("text") << QByteArray("Hello") << QByteArray("a.svg") << ContentType::Unknown;
     QTest::newRow("web page") << QByteArray("<html><body/></html>") << QByteArray("a.png") << ContentType::Unknown;
-    QTest::newRow("drawing program") << QByteArray("push graphic-context") << QByteArray("a.psd") << ContentType::Unknown;
+    QTest::newRow("drawing program") << QByteArray("push graphic-context") << QByteArray("a.psd")
+                                     << ContentType::Unknown;
     const QByteArray targa = QByteArray("\0\0\2\0\0\0\0\0\0\0\0\0\5\0\5\0\x18\0", 18);
     QTest::newRow("targa by name") << targa << QByteArray("a.tga") << ContentType::Targa;
     QTest::newRow("targa without name") << targa << QByteArray("a.jpg") << ContentType::Unknown;
     QTest::newRow("script named targa") << QByteArray("push graphic-context viewbox") << QByteArray("a.tga")
                                         << ContentType::Unknown;
-    QTest::newRow("canon raw") << QByteArray("II*\0\x10\0\0\0CR\2\0", 12) << QByteArray("a.tif") << ContentType::CameraRaw;
+    QTest::newRow("canon raw") << QByteArray("II*\0\x10\0\0\0CR\2\0", 12) << QByteArray("a.tif")
+                               << ContentType::CameraRaw;
     QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf <svg/>") << QByteArray("a") << ContentType::Svg;
-    QTest::newRow("movie container") << QByteArray("\0\0\0\x18" "ftypisom", 12) << QByteArray("a.heic") << ContentType::Unknown;
-    QTest::newRow("avif") << QByteArray("\0\0\0\x18" "ftypavif", 12) << QByteArray("a") << ContentType::Heif;
+    QTest::newRow("movie container") << QByteArray("\0\0\0\x18"
+                                                   "ftypisom",
+        12) << QByteArray("a.heic") << ContentType::Unknown;
+    QTest::newRow("avif") << QByteArray("\0\0\0\x18"
+                                        "ftypavif",
+        12) << QByteArray("a")
+                          << ContentType::Heif;
 }
 
 void TypesTest::contentTypes()

@@ -9,6 +9,8 @@
 
 #include <functional>
 
+#include <unistd.h>
+
 namespace frameflow {
 
 // A sequence with settings and a folder of its own, and the settings' registered values set by the test.
@@ -24,6 +26,18 @@ struct SequenceFixture
     {
         mValues.insert(key, value);
         defaults.registerDefaults(mValues);
+    }
+
+    // Files named 0.jpg, 1.jpg and so on; links to one file, which the file system makes fast.
+    void addFiles(int count) const
+    {
+        const QByteArray source = folder.addFile("source", "");
+        for (int i = 0; i < count; ++i) {
+            const QByteArray path = folder.pathOf(QByteArray::number(i) + ".jpg");
+            if (link(source.constData(), path.constData()) != 0) {
+                qFatal("link %s", path.constData());
+            }
+        }
     }
 
     // The names of all items in order, separated by spaces.

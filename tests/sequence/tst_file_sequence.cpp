@@ -295,8 +295,12 @@ void FileSequenceTest::delegateMayDestroyTheSequence()
     RecordingDelegate delegate;
     std::optional<FileSequence> sequence;
     delegate.onFirstFile = [&] { sequence.reset(); };
-    const std::array<std::function<void()>, 4> adders{[&] { sequence->addFiles({first, second}); },
-        [&] { sequence->addURLs({FileUrl::fromPath(first), FileUrl::fromPath(second)}); },
+    const std::array<std::function<void()>, 4> adders{[&] {
+                                                          sequence->addFiles({first, second});
+                                                      },
+        [&] {
+            sequence->addURLs({FileUrl::fromPath(first), FileUrl::fromPath(second)});
+        },
         [&] { sequence->addDirectory(f.folder.path()); }, [&] { sequence->addFile(first); }};
     for (const auto& add : adders) {
         sequence.emplace(f.defaults);
@@ -398,9 +402,12 @@ void FileSequenceTest::clearEndsTheWatchAndAllowsAnother()
 void FileSequenceTest::nextAtTheEndRewinds()
 {
     FiveFiles f;
-    f.sequence.gotoIndex(4);
+    f.folder.setModified("e.jpg", 1000);
+    f.sequence.clear();
     f.set(keys::sort, keys::sortByDate);
-    f.sequence.sort();
+    f.sequence.addURLs({f.folder.url()});
+    QCOMPARE(f.sequence.gotoIndex(0), f.folder.urlOf("e.jpg"));
+    f.sequence.gotoIndex(4);
     f.set(keys::sort, keys::sortByName); // seen by the fresh sort
     QCOMPARE(f.sequence.next(), f.folder.urlOf("a.jpg"));
     QCOMPARE(f.sequence.currentIndex(), size_t(0));
@@ -771,9 +778,7 @@ void FileSequenceTest::stepBackAfterRemovalOfAll()
 void FileSequenceTest::manyRemovalsAtTheCursorAreLinear()
 {
     SequenceFixture f;
-    for (int i = 0; i < 20000; ++i) {
-        f.folder.addFile(QByteArray::number(i) + ".jpg", "");
-    }
+    f.addFiles(20000);
     f.sequence.addDirectory(f.folder.path());
     QElapsedTimer timer;
     timer.start();

@@ -106,7 +106,8 @@ void FolderWalkTest::levels()
 void FolderWalkTest::onlyDisplayableFilesAreFound()
 {
     const TestFolder folder;
-    for (const char* name : {"a.pdf", "b.eps", "c.txt", "d.jpg", "e.mov", "f", "g.m3u", "h.cr2", "i.JPEG", "j.png.part"}) {
+    for (const char* name :
+        {"a.pdf", "b.eps", "c.txt", "d.jpg", "e.mov", "f", "g.m3u", "h.cr2", "i.JPEG", "j.png.part"}) {
         folder.addFile(name);
     }
     folder.addFolder("folder.jpg");
@@ -205,8 +206,8 @@ void FolderWalkTest::missingTopFolderAndFileGiveNothing()
 void FolderWalkTest::anyNameIsFound()
 {
     const TestFolder folder;
-    const QByteArrayList names{"a;b.jpg", "100%.jpg", "#1?.jpg", "new\nline.jpg", "\xf0\x9f\x98\x80.jpg", "\xff\xfe.jpg",
-        " .jpg", "..jpg.d/x.jpg", QByteArray(251, 'n') + ".jpg"};
+    const QByteArrayList names{"a;b.jpg", "100%.jpg", "#1?.jpg", "new\nline.jpg", "\xf0\x9f\x98\x80.jpg",
+        "\xff\xfe.jpg", " .jpg", "..jpg.d/x.jpg", QByteArray(251, 'n') + ".jpg"};
     QByteArrayList expected;
     for (const auto& name : names) {
         folder.addFile("d/" + name);

@@ -150,7 +150,8 @@ void ItemOrderTest::sameFilesMakeTheSameSequence()
     SlideItems items{item("/b/IMG_1.jpg"), item("/a/img_1.JPG"), item("/c/img_01.jpg"), item("/b/img_1.jpg")};
     const QByteArray expected = "/a/img_1.JPG /b/IMG_1.jpg /b/img_1.jpg /c/img_01.jpg";
     for (int i = 0; i < 24; ++i) {
-        std::next_permutation(items.begin(), items.end(), [](const auto& a, const auto& b) { return a.data() < b.data(); });
+        std::next_permutation(
+            items.begin(), items.end(), [](const auto& a, const auto& b) { return a.data() < b.data(); });
         SlideItems sorted = items;
         sortItems(sorted, SortOrder::Name);
         QCOMPARE(paths(sorted), expected);
@@ -162,7 +163,8 @@ void ItemOrderTest::sameFilesMakeTheSameSequence()
 
 void ItemOrderTest::itemsWithoutDateAreFirst()
 {
-    SlideItems items{item("/b", -100), SlideItem::itemWithURL(FileUrl::fromPath(QByteArray("/no/such"))), item("/a", 5)};
+    SlideItems items{
+        item("/b", -100), SlideItem::itemWithURL(FileUrl::fromPath(QByteArray("/no/such"))), item("/a", 5)};
     sortItems(items, SortOrder::Date);
     QCOMPARE(paths(items), "/no/such /b /a");
 }

@@ -1,5 +1,4 @@
 #include "DecoderModule.h"
-
 #include "RawDecoder.h"
 #include "VipsDecoder.h"
 

@@ -2,11 +2,11 @@
 
 #include "Limits.h"
 
-#include <libraw/libraw.h>
-
 #include <algorithm>
 #include <array>
 #include <memory>
+
+#include <libraw/libraw.h>
 
 namespace frameflow {
 

@@ -25,15 +25,14 @@ VipsImagePtr withModel(const VipsImagePtr& image)
         return applied(image, vips_copy, "interpretation", model);
     }
     const bool isGrey = vips_image_get_bands(image.get()) < 3;
-    return applied(image, vips_copy, "interpretation",
-        isGrey ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB);
+    return applied(image, vips_copy, "interpretation", isGrey ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB);
 }
 
 VipsImagePtr toSrgb(const VipsImagePtr& image)
 {
     if (image && vips_image_get_typeof(image.get(), VIPS_META_ICC_NAME) != 0) {
-        auto converted = applied(image, vips_icc_transform, "srgb", "embedded", TRUE, "depth", depth,
-            "black_point_compensation", TRUE);
+        auto converted = applied(
+            image, vips_icc_transform, "srgb", "embedded", TRUE, "depth", depth, "black_point_compensation", TRUE);
         if (converted) {
             return converted;
         }

@@ -52,7 +52,8 @@ bool startVipsOnce()
     static std::once_flag once;
     static bool started = false;
     std::call_once(once, [] {
-        g_log_set_handler("VIPS", G_LOG_LEVEL_MASK, [](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
+        g_log_set_handler(
+            "VIPS", G_LOG_LEVEL_MASK, [](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
         started = vips_init("frameflow") == 0;
         // Pictures are decoded side by side already, and nothing is decoded twice in a row.
         vips_concurrency_set(1);
@@ -159,8 +160,8 @@ QImage toImage(const VipsImagePtr& image)
     }
     const QSize size = sizeOf(image);
     constexpr qsizetype channels = 4;
-    return {static_cast<uchar*>(pixels), size.width(), size.height(), channels * size.width(),
-        QImage::Format_RGBA8888, g_free, pixels};
+    return {static_cast<uchar*>(pixels), size.width(), size.height(), channels * size.width(), QImage::Format_RGBA8888,
+        g_free, pixels};
 }
 
 DecodedPicture decode(const Loader& loader, const QByteArray& contents, int longestSide)

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <vips/vips.h>
-
 #include <memory>
+
+#include <vips/vips.h>
 
 namespace frameflow {
 

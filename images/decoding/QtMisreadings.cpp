@@ -2,7 +2,7 @@
 
 #include <QtEndian>
 
-#include <cstring>
+#include <optional>
 
 namespace frameflow {
 
@@ -47,33 +47,42 @@ Number read(const QByteArray& contents, qsizetype at, bool bigEndian)
     return bigEndian ? qFromBigEndian<Number>(from) : qFromLittleEndian<Number>(from);
 }
 
-// The way colours are meant in the first picture of a classic TIFF; 0 when it is not said.
-int tiffPhotometric(const QByteArray& contents)
+// A number from the first directory of a classic TIFF; nothing where it is not there.
+std::optional<int> tiffNumber(const QByteArray& contents, int tag)
 {
-    constexpr int photometricTag = 262;
     constexpr qsizetype entrySize = 12;
     const bool bigEndian = contents.startsWith('M');
     if (read<quint16>(contents, 2, bigEndian) != 42) {
-        return 0;
+        return std::nullopt;
     }
     const qsizetype directory = read<quint32>(contents, 4, bigEndian);
     const int count = read<quint16>(contents, directory, bigEndian);
     for (int i = 0; i < count; ++i) {
         const qsizetype entry = directory + 2 + i * entrySize;
-        if (read<quint16>(contents, entry, bigEndian) == photometricTag) {
+        if (read<quint16>(contents, entry, bigEndian) == tag) {
             return read<quint16>(contents, entry + 8, bigEndian);
         }
     }
-    return 0;
+    return std::nullopt;
+}
+
+bool isTiffMisread(const QByteArray& contents)
+{
+    constexpr int photometricTag = 262;
+    constexpr int samplesTag = 277;
+    constexpr int blackIsZero = 1;
+    constexpr int separated = 5;
+    const auto photometric = tiffNumber(contents, photometricTag);
+    const bool isGrey = photometric && *photometric <= blackIsZero;
+    return photometric == separated || (isGrey && tiffNumber(contents, samplesTag).value_or(1) > 1);
 }
 
 } // namespace
 
-bool isCmyk(const QByteArray& contents, ContentType type)
+bool isMisreadByQt(const QByteArray& contents, ContentType type)
 {
-    constexpr int separated = 5;
     return (type == ContentType::Jpeg && jpegComponents(contents) == 4)
-        || (type == ContentType::Tiff && tiffPhotometric(contents) == separated);
+        || (type == ContentType::Tiff && isTiffMisread(contents));
 }
 
 } // namespace frameflow

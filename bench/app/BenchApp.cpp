@@ -1,0 +1,243 @@
+// bench_app [PROGRAM] [PAIRS]
+// Measures the whole program from outside, on an X server of its own: PROGRAM (the frameflow beside this one) against
+// feh, or against itself, in PAIRS (9) alternating runs. Prints lines "name|figure|reference|ratio|limit", medians, and
+// fails when a limit is exceeded or a picture never appears.
+
+#include "BenchFolders.h"
+#include "Program.h"
+#include "SettingsKeys.h"
+#include "XServer.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+using namespace frameflow;
+using namespace frameflow::bench;
+using namespace frameflow::e2e;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr double never = 1e9; // of a picture that did not appear, in milliseconds
+constexpr int patience = 30000; // milliseconds
+
+bool isColour(QRgb pixel, QRgb colour)
+{
+    constexpr int tolerance = 12; // JPEG
+    return std::abs(qRed(pixel) - qRed(colour)) <= tolerance && std::abs(qGreen(pixel) - qGreen(colour)) <= tolerance
+        && std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
+}
+
+struct Command
+{
+    QString program;
+    QStringList arguments;
+};
+
+// Milliseconds from the start of the process.
+struct FirstPictures
+{
+    double any = never;
+    double firstByName = never;
+};
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? never : values[values.size() / 2];
+}
+
+class Bench
+{
+public:
+    Bench(QString program, int pairs) : mProgram(std::move(program)), mPairs(pairs), mServer(XServer::open())
+    {
+        if (!mServer || !QDir(folder(1000)).mkpath(QStringLiteral(".")) || !QDir(folder(10)).mkpath(QStringLiteral("."))
+            || !QDir(folder(100000)).mkpath(QStringLiteral("."))) {
+            qFatal("no X server, or no room for the pictures");
+        }
+    }
+
+    bool run()
+    {
+        startAgainstFeh();
+        startWithManyFiles();
+        stoppedShow();
+        return mAllWithinLimits;
+    }
+
+private:
+    QString folder(int files) const { return mFolder.filePath(QString::number(files)); }
+    Command ours(int files) const { return {mProgram, {folder(files)}}; }
+
+    // What a person sees first: feh shows the file it is told to, the program the first one of its order.
+    void startAgainstFeh()
+    {
+        fillFolder(folder(1000).toUtf8(), 1000, QSize(4000, 3000));
+        const Command feh{QStringLiteral("feh"),
+            {QStringLiteral("-F"), QStringLiteral("--start-at"), folder(1000) + QStringLiteral("/000000.jpg"),
+                folder(1000)}};
+        std::vector<double> any;
+        std::vector<double> firstByName;
+        std::vector<double> reference;
+        measure(ours(1000)); // what is read from disk for the first time counts for neither
+        measure(feh);
+        for (int pair = 0; pair < mPairs; ++pair) {
+            const auto times = measure(ours(1000));
+            any.push_back(times.any);
+            firstByName.push_back(times.firstByName);
+            reference.push_back(measure(feh).firstByName);
+        }
+        report("start to first picture, 12 megapixels of 1000 files, ms", median(any), median(reference), 1.5);
+        report(
+            "start to first picture by name, 12 megapixels of 1000 files, ms", median(firstByName), median(reference));
+    }
+
+    void startWithManyFiles()
+    {
+        fillFolder(folder(10).toUtf8(), 10, QSize(1600, 1200));
+        fillFolder(folder(100000).toUtf8(), 100000, QSize(1600, 1200));
+        std::vector<double> many;
+        std::vector<double> few;
+        measure(ours(100000));
+        for (int pair = 0; pair < mPairs; ++pair) {
+            many.push_back(measure(ours(100000)).any);
+            few.push_back(measure(ours(10)).any);
+        }
+        report("start to first picture, 100000 files against 10, ms", median(many), median(few), 1.2);
+    }
+
+    void stoppedShow()
+    {
+        Program program(mProgram);
+        prepareSettings();
+        if (!program.start({folder(10)}) || !awaitPicture(program, nullptr)) {
+            report("context switches of a stopped show in 10 s", never, 0, 0);
+            return;
+        }
+        std::this_thread::sleep_for(5s); // for decoding ahead and all that start-up leaves to later
+        const auto before = program.contextSwitches();
+        std::this_thread::sleep_for(10s);
+        const auto switches = program.contextSwitches() - before;
+        report("context switches of a stopped show in 10 s", static_cast<double>(switches), 0, 0);
+    }
+
+    static void prepareSettings()
+    {
+        writeSettings({{keys::hintsShown, true}, {keys::autoStart, false}, {keys::transition, QStringLiteral("None")},
+            {keys::sort, keys::sortByName}, {keys::autoCheckNewVersion, false}});
+    }
+
+    FirstPictures measure(const Command& command)
+    {
+        if (!awaitEmptyScreen()) {
+            qFatal("a window is left on the screen");
+        }
+        prepareSettings();
+        FirstPictures times;
+        Program program(command.program);
+        QElapsedTimer timer;
+        timer.start();
+        if (program.start(command.arguments)) {
+            awaitPicture(program, &times, timer);
+        }
+        return times;
+    }
+
+    bool awaitPicture(Program& program, FirstPictures* times, const QElapsedTimer& timer = startedTimer())
+    {
+        const QPoint centre = mServer->bounds().center();
+        FirstPictures seen;
+        while (seen.firstByName == never && timer.elapsed() < patience) {
+            const QRgb pixel = mServer->pixel(centre);
+            const double now = static_cast<double>(timer.nsecsElapsed()) / 1e6;
+            const bool isFirst = isColour(pixel, firstColour);
+            if (seen.any == never && (isFirst || isColour(pixel, otherColour))) {
+                seen.any = now;
+            }
+            if (isFirst) {
+                seen.firstByName = now;
+            }
+            program.waitForExit(1ms);
+            if (!program.isRunning()) {
+                break;
+            }
+        }
+        if (seen.firstByName == never) {
+            std::fprintf(stderr, "no picture: %s\n", program.output().constData());
+        }
+        if (times) {
+            *times = seen;
+        }
+        return seen.firstByName != never;
+    }
+
+    static QElapsedTimer startedTimer()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        return timer;
+    }
+
+    bool awaitEmptyScreen() const
+    {
+        return waitFor([this] {
+            const QRgb pixel = mServer->pixel(mServer->bounds().center());
+            return mServer->windows().isEmpty() && !isColour(pixel, firstColour) && !isColour(pixel, otherColour);
+        });
+    }
+
+    // Without a limit the figure is for information. The limit is of the ratio, or where that has no meaning of the
+    // figure itself.
+    void report(const char* name, double figure, double reference, std::optional<double> limit = {})
+    {
+        const double ratio = reference > 0 ? figure / reference : 0;
+        const QByteArray shownRatio = reference > 0 ? QByteArray::number(ratio, 'f', 2) : QByteArray("-");
+        const QByteArray shownLimit = limit ? QByteArray::number(*limit) : QByteArray("-");
+        const bool isWithin
+            = figure < never && reference < never && (!limit || (reference > 0 ? ratio : figure) <= *limit);
+        mAllWithinLimits = mAllWithinLimits && isWithin;
+        std::printf("%s|%.1f|%.1f|%s|%s\n", name, figure, reference, shownRatio.constData(), shownLimit.constData());
+        std::fflush(stdout);
+    }
+
+    QString mProgram;
+    int mPairs;
+    std::unique_ptr<XServer> mServer;
+    QTemporaryDir mFolder;
+    bool mAllWithinLimits = true;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (!qEnvironmentVariableIsSet("FRAMEFLOW_TEST_HOME")) {
+        std::vector<char*> arguments{argv, argv + argc};
+        static char mode[] = "display";
+        static char script[] = RUN_ISOLATED;
+        QByteArray self = QFile::symLinkTarget(QStringLiteral("/proc/self/exe")).toUtf8();
+        arguments[0] = self.data();
+        arguments.insert(arguments.begin(), {script, mode});
+        arguments.push_back(nullptr);
+        qputenv("FRAMEFLOW_TEST_SCREEN", "1920x1080x24");
+        execv(script, arguments.data());
+        qFatal("%s cannot be run", script);
+    }
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/frameflow");
+    const int pairs = arguments.value(2, QStringLiteral("9")).toInt();
+    return Bench(arguments.value(1, beside), std::max(pairs, 1)).run() ? 0 : 1;
+}

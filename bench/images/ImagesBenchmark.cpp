@@ -1,0 +1,163 @@
+// How much processor time a picture costs, against the plain JPEG decoder of the same machine. One line for each
+// figure: name|figure|reference|ratio|limit, in milliseconds; the exit status is 1 when a ratio is above its limit.
+
+#include "KLImage.h"
+
+#include <QGuiApplication>
+#include <QImageWriter>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <vector>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace frameflow;
+
+namespace {
+
+constexpr int pairs = 11;
+
+double milliseconds(const rusage& usage)
+{
+    const auto of = [](const timeval& time) { return time.tv_sec * 1e3 + time.tv_usec * 1e-3; };
+    return of(usage.ru_utime) + of(usage.ru_stime);
+}
+
+// Of every thread of this process, from its first instruction in the work to its last.
+double ownTime(const std::function<void()>& work)
+{
+    rusage before = {};
+    rusage after = {};
+    getrusage(RUSAGE_SELF, &before);
+    work();
+    getrusage(RUSAGE_SELF, &after);
+    return milliseconds(after) - milliseconds(before);
+}
+
+// Of a whole program that writes to /dev/null. Negative when it fails.
+double programTime(const std::vector<const char*>& arguments)
+{
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
+    for (const char* const argument : arguments) {
+        words.push_back(const_cast<char*>(argument)); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    }
+    words.push_back(nullptr);
+    pid_t child = -1;
+    int status = -1;
+    rusage usage = {};
+    const bool ran = posix_spawnp(&child, words.front(), &actions, nullptr, words.data(), environ) == 0
+        && wait4(child, &status, 0, &usage) == child && status == 0;
+    posix_spawn_file_actions_destroy(&actions);
+    return ran ? milliseconds(usage) : -1;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
+
+// Skies and meadows: slow shades of colour, edges, and the fine grain that a sensor leaves on all of it.
+QImage landscape(QSize size)
+{
+    QImage image(size, QImage::Format_RGB32);
+    quint32 state = 12345;
+    for (int y = 0; y < size.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < size.width(); ++x) {
+            state = state * 1664525U + 1013904223U;
+            const int grain = static_cast<int>(state >> 28) - 8;
+            const double hills = 0.45 + 0.1 * std::sin(x * 0.0015) + 0.03 * std::sin(x * 0.02);
+            const double height = double(y) / size.height();
+            const bool isSky = height < hills;
+            const double leaves = isSky ? 0 : 30 * std::sin(x * 0.31 + std::sin(y * 0.17) * 3) * std::cos(y * 0.23);
+            const double shade = isSky ? 200 - 90 * height : 70 + 60 * height + leaves;
+            const auto channel = [&](double base) { return std::clamp(static_cast<int>(base) + grain, 0, 255); };
+            line[x]
+                = qRgb(channel(shade * (isSky ? 0.7 : 0.8)), channel(shade), channel(isSky ? shade + 40 : shade * 0.4));
+        }
+    }
+    return image;
+}
+
+struct Figure
+{
+    const char* name;
+    const char* file;
+    bool isThumbnail;
+    double limit;
+};
+
+bool report(const Figure& figure, const QByteArray& path)
+{
+    const auto url = FileUrl::fromPath(path);
+    std::vector<const char*> reference{"djpeg"};
+    if (figure.isThumbnail) {
+        reference.insert(reference.end(), {"-scale", "1/8"});
+    }
+    reference.push_back(path.constData());
+    std::vector<double> ours;
+    std::vector<double> theirs;
+    for (int i = 0; i < pairs; ++i) {
+        bool isThere = false;
+        ours.push_back(ownTime([&] {
+            isThere
+                = figure.isThumbnail ? !KLImage::thumbNailFromURL(url).isNull() : KLImage::imageWithURL(url) != nullptr;
+        }));
+        theirs.push_back(programTime(reference));
+        if (!isThere || theirs.back() < 0) {
+            std::fprintf(stderr, "%s: cannot be measured\n", figure.name);
+            return false;
+        }
+    }
+    const double ratio = median(ours) / median(theirs);
+    std::printf("%s|%.1f|%.1f|%.3f|%.2f\n", figure.name, median(ours), median(theirs), ratio, figure.limit);
+    return ratio <= figure.limit;
+}
+
+bool writeJpeg(const QByteArray& path, QSize size)
+{
+    constexpr int quality = 90;
+    QImageWriter writer(QString::fromUtf8(path), "jpeg");
+    writer.setQuality(quality);
+    return writer.write(landscape(size));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "minimal");
+    const QGuiApplication application(argc, argv);
+    const QTemporaryDir folder;
+    const auto pathOf = [&](const char* name) { return folder.path().toUtf8() + '/' + name; };
+    if (!folder.isValid() || !writeJpeg(pathOf("24.jpg"), QSize(6000, 4000))
+        || !writeJpeg(pathOf("12.jpg"), QSize(4000, 3000))) {
+        std::fprintf(stderr, "the pictures cannot be written\n");
+        return 1;
+    }
+    constexpr std::array figures{
+        Figure{"decode of a 24-megapixel JPEG", "24.jpg", false, 1.2},
+        Figure{"decode of a 12-megapixel JPEG", "12.jpg", false, 1.2},
+        Figure{"thumbnail of a 24-megapixel JPEG", "24.jpg", true, 1.3},
+        Figure{"thumbnail of a 12-megapixel JPEG", "12.jpg", true, 1.3},
+    };
+    bool isWithin = true;
+    for (const Figure& figure : figures) {
+        isWithin = report(figure, pathOf(figure.file)) && isWithin;
+    }
+    return isWithin ? 0 : 1;
+}

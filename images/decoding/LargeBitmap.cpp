@@ -1,0 +1,56 @@
+#include "LargeBitmap.h"
+
+#include <memory>
+
+#include <sys/mman.h>
+
+namespace frameflow {
+
+namespace {
+
+constexpr size_t largePage = size_t(2) * 1024 * 1024;
+// Below this the wasted part of the last page weighs more.
+constexpr size_t leastLarge = 4 * largePage;
+
+struct Mapping
+{
+    void* start;
+    size_t length;
+};
+
+void unmap(void* info)
+{
+    const std::unique_ptr<Mapping> mapping(static_cast<Mapping*>(info));
+    munmap(mapping->start, mapping->length);
+}
+
+} // namespace
+
+QImage largeBitmap(QSize size, QImage::Format format)
+{
+    const int depth = QImage::toPixelFormat(format).bitsPerPixel();
+    const size_t line = (size_t(size.width()) * depth + 31) / 32 * 4;
+    const size_t length = line * size.height();
+    if (size.isEmpty() || depth < 8 || length < leastLarge) {
+        return {size, format};
+    }
+    // One page more than needed, so that an aligned start lies within.
+    const size_t mapped = (length / largePage + 2) * largePage;
+    void* const start = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (start == MAP_FAILED) {
+        return {};
+    }
+    const size_t past = reinterpret_cast<quintptr>(start) % largePage;
+    uchar* const aligned = static_cast<uchar*>(start) + (past == 0 ? 0 : largePage - past);
+    madvise(aligned, mapped - largePage, MADV_HUGEPAGE);
+    auto mapping = std::make_unique<Mapping>(Mapping{start, mapped});
+    QImage image(aligned, size.width(), size.height(), static_cast<qsizetype>(line), format, unmap, mapping.get());
+    if (image.isNull()) {
+        unmap(mapping.release());
+        return {};
+    }
+    static_cast<void>(mapping.release()); // the image unmaps it
+    return image;
+}
+
+} // namespace frameflow

@@ -1,0 +1,146 @@
+#include "Program.h"
+
+#include "UserDefaults.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+namespace frameflow::e2e {
+
+namespace {
+
+// The number that follows the name in a status file of the kernel; 0 when it is not there.
+qint64 statusNumber(const QByteArray& status, const QByteArray& name)
+{
+    const auto place = status.indexOf('\n' + name + ':');
+    if (place < 0) {
+        return 0;
+    }
+    const auto start = place + name.size() + 2;
+    const QByteArray line = status.mid(start, status.indexOf('\n', start) - start).trimmed();
+    return line.split(' ').front().toLongLong();
+}
+
+QByteArray statusOf(const QString& process)
+{
+    QFile file(QStringLiteral("/proc/%1/status").arg(process));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QStringList threadsOf(qint64 process)
+{
+    return process <= 0
+        ? QStringList()
+        : QDir(QStringLiteral("/proc/%1/task").arg(process)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+}
+
+} // namespace
+
+bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds deadline)
+{
+    return QTest::qWaitFor([&] { return condition(); }, static_cast<int>(deadline.count()));
+}
+
+void writeSettings(const QVariantMap& values)
+{
+    const QString path = UserDefaults::standardFilePath();
+    QFile::remove(path);
+    UserDefaults defaults(path);
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        defaults.setValue(it.key(), it.value());
+    }
+    if (!defaults.synchronize()) {
+        qFatal("%s cannot be written", qPrintable(path));
+    }
+}
+
+QVariant storedSetting(const QString& key)
+{
+    return UserDefaults(UserDefaults::standardFilePath()).value(key);
+}
+
+Program::~Program()
+{
+    end();
+}
+
+bool Program::start(const QStringList& arguments, const QMap<QString, QString>& variables)
+{
+    auto environment = QProcessEnvironment::systemEnvironment();
+    for (auto it = variables.cbegin(); it != variables.cend(); ++it) {
+        environment.insert(it.key(), it.value());
+    }
+    mOutput.clear();
+    mProcess.setProcessEnvironment(environment);
+    mProcess.setProcessChannelMode(QProcess::MergedChannels);
+    mProcess.start(mPath, arguments, QIODevice::ReadOnly);
+    return mProcess.waitForStarted(static_cast<int>(usualDeadline.count()));
+}
+
+bool Program::waitForExit(std::chrono::milliseconds deadline)
+{
+    return !isRunning() || mProcess.waitForFinished(static_cast<int>(deadline.count()));
+}
+
+std::optional<int> Program::exitCode() const
+{
+    if (isRunning() || mProcess.exitStatus() != QProcess::NormalExit) {
+        return std::nullopt;
+    }
+    return mProcess.exitCode();
+}
+
+QByteArray Program::output()
+{
+    mOutput += mProcess.readAll();
+    return mOutput;
+}
+
+void Program::end()
+{
+    if (!isRunning()) {
+        return;
+    }
+    mProcess.terminate();
+    if (!waitForExit(std::chrono::seconds(3))) {
+        mProcess.kill();
+        waitForExit();
+    }
+}
+
+qint64 Program::contextSwitches() const
+{
+    return contextSwitchesOf(processId());
+}
+
+qint64 Program::residentBytes() const
+{
+    return residentBytesOf(processId());
+}
+
+int Program::threads() const
+{
+    return static_cast<int>(threadsOf(processId()).size());
+}
+
+qint64 contextSwitchesOf(qint64 process)
+{
+    const QStringList threads = threadsOf(process);
+    qint64 count = 0;
+    for (const QString& thread : threads) {
+        const QByteArray status = statusOf(QStringLiteral("%1/task/%2").arg(QString::number(process), thread));
+        count += statusNumber(status, "voluntary_ctxt_switches") + statusNumber(status, "nonvoluntary_ctxt_switches");
+    }
+    return threads.isEmpty() ? -1 : count;
+}
+
+qint64 residentBytesOf(qint64 process)
+{
+    const QByteArray status = statusOf(QString::number(process));
+    return status.contains("\nVmRSS:") ? statusNumber(status, "VmRSS") * 1024 : -1; // an ended one has none
+}
+
+} // namespace frameflow::e2e
