@@ -3,6 +3,7 @@
 import concurrent.futures
 import hashlib
 import json
+import shlex
 import subprocess
 import sys
 from pathlib import Path
@@ -23,6 +24,11 @@ def included_files(top):
             if path.is_relative_to(top):
                 current.append(path)
     return found
+
+
+def object_of(entry):
+    words = shlex.split(entry["command"])
+    return words[words.index("-o") + 1]
 
 
 class Hashes:
@@ -50,8 +56,10 @@ def main():
         if generated or not source.is_relative_to(top) or (only and source not in only):
             continue
         checked += 1
+        if object_of(entry) not in includes:
+            sys.exit(f"check-tidy: build/dev is not up to date with {source}")
         parts = [rules, entry["command"], hashes.of(source)]
-        parts += [f"{path} {hashes.of(path)}" for path in sorted(includes.get(entry.get("output", ""), []))]
+        parts += [f"{path} {hashes.of(path)}" for path in sorted(includes[object_of(entry)])]
         mark = store / hashlib.sha256("\n".join(parts).encode()).hexdigest()
         if not mark.exists():
             work.append((source, mark))
