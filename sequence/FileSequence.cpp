@@ -137,12 +137,16 @@ bool FileSequence::appendItems(SlideItems&& items)
     }
     const auto self = mSelf;
     const auto generation = mGeneration;
-    mItems.append(std::move(items.front()));
-    items.erase(items.begin());
-    checkFirstFile();
-    if (*self == nullptr || mGeneration != generation) {
-        return false;
+    // As if they came one by one: while the delegate drops what it is told of, the next one is the first again.
+    size_t taken = 0;
+    while (mItems.isEmpty() && taken < items.size()) {
+        mItems.append(std::move(items[taken++]));
+        checkFirstFile();
+        if (*self == nullptr || mGeneration != generation) {
+            return false;
+        }
     }
+    items.erase(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(taken));
     mItems.append(std::move(items));
     return true;
 }
