@@ -86,7 +86,7 @@ QImage convertGrey(const QImage& image, const QByteArray& icc)
     return result;
 }
 
-QImage convertWithTables(const QImage& image, const QByteArray& icc)
+QImage convertRgb(const QImage& image, const QByteArray& icc)
 {
     const bool deep = isDeep(image);
     const bool hasAlpha = image.hasAlphaChannel();
@@ -118,13 +118,8 @@ QImage toSrgb(const QImage& image, const QByteArray& profile)
     if (model == cmsSigGrayData) {
         return convertGrey(image, icc);
     }
-    if (!space.isValid()) {
-        return model == cmsSigRgbData ? convertWithTables(image, icc) : image;
-    }
-    const bool hasAlpha = image.hasAlphaChannel();
-    const QImage::Format format = isDeep(image) ? (hasAlpha ? QImage::Format_RGBA64 : QImage::Format_RGBX64)
-                                                : (hasAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
-    return image.convertToFormat(format).convertedToColorSpace(QColorSpace(QColorSpace::SRgb));
+    // Not Qt's own conversion: it waits for the pool of threads that the whole program shares.
+    return model == cmsSigRgbData ? convertRgb(image, icc) : image;
 }
 
 bool isOpaque(const QImage& image)

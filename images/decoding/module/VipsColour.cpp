@@ -54,6 +54,12 @@ VipsImagePtr inScreenColours(VipsImagePtr image, SampleRange range)
             return nullptr;
         }
     }
+    if (range == SampleRange::Inverted) {
+        image = applied(image, vips_invert);
+        if (!image) {
+            return nullptr;
+        }
+    }
     if (vips_image_get_coding(image.get()) == VIPS_CODING_RAD) {
         image = applied(image, vips_rad2float);
     }

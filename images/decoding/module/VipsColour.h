@@ -9,6 +9,7 @@ enum class SampleRange
 {
     OfFormat,
     OfPicture,
+    Inverted, // the largest value means nothing of it
 };
 
 // The picture with four channels of 8 bits, in sRGB: red, green, blue and alpha, 255 where it has none.

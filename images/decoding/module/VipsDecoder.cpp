@@ -2,6 +2,7 @@
 
 #include "Limits.h"
 #include "MemoryFile.h"
+#include "PhotoshopInks.h"
 #include "VipsColour.h"
 
 #include <algorithm>
@@ -46,6 +47,8 @@ constexpr std::array loaders{
     Loader{ContentType::Targa, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
     Loader{ContentType::Tiff, "tiffload_source", Input::Source, SampleRange::OfFormat},
 };
+
+constexpr Loader inkLoader{ContentType::Tiff, "tiffload_source", Input::Source, SampleRange::Inverted};
 
 bool startVipsOnce()
 {
@@ -200,7 +203,9 @@ DecodedPicture decodeWithVips(const QByteArray& contents, ContentType type, int 
     if (loader == loaders.end() || !startVipsOnce()) {
         return DecodedPicture::failed(DecodeError::NotAPicture);
     }
-    DecodedPicture picture = decode(*loader, contents, longestSide);
+    const QByteArray inks = type == ContentType::Psd ? tiffOfPhotoshopInks(contents) : QByteArray();
+    DecodedPicture picture
+        = inks.isEmpty() ? decode(*loader, contents, longestSide) : decode(inkLoader, inks, longestSide);
     vips_error_clear();
     vips_thread_shutdown();
     return picture;
