@@ -137,17 +137,27 @@ QByteArray quarters(const QImage& image, int tolerance)
     return result;
 }
 
-QImage quartersPicture(QSize size)
+QImage quartersOf(const QByteArray& names, QSize size)
 {
     QImage image(size, QImage::Format_RGB32);
     const int x = size.width() / 2;
     const int y = size.height() / 2;
+    const QRect places[] = {{0, 0, x, y}, {x, 0, size.width() - x, y}, {0, y, x, size.height() - y},
+        {x, y, size.width() - x, size.height() - y}};
     QPainter painter(&image);
-    painter.fillRect(0, 0, x, y, QColor(letters[0].colour));
-    painter.fillRect(x, 0, size.width() - x, y, QColor(letters[1].colour));
-    painter.fillRect(0, y, x, size.height() - y, QColor(letters[2].colour));
-    painter.fillRect(x, y, size.width() - x, size.height() - y, QColor(letters[3].colour));
+    for (int i = 0; i < 4; ++i) {
+        for (const auto& letter : letters) {
+            if (letter.letter == names.at(i)) {
+                painter.fillRect(places[i], QColor(letter.colour));
+            }
+        }
+    }
     return image;
+}
+
+QImage quartersPicture(QSize size)
+{
+    return quartersOf("RGBY", size);
 }
 
 QByteArray uprightQuarters(int orientation)

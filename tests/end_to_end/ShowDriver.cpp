@@ -1,0 +1,75 @@
+#include "ShowDriver.h"
+
+#include "SettingsKeys.h"
+
+#include <QColor>
+#include <QPainter>
+
+namespace frameflow::e2e {
+
+ShowDriver::ShowDriver() : mServer(XServer::open()), mProgram(QStringLiteral(FRAMEFLOW_PROGRAM))
+{
+    if (!mServer) {
+        qFatal("no display");
+    }
+    set(keys::hintsShown, true);
+    set(keys::autoStart, false);
+    set(keys::sort, keys::sortByName);
+    set(keys::transition, QStringLiteral("None"));
+    // Away from the top edge, where it would reveal the menu bar.
+    mServer->moveMouse(mServer->bounds().center());
+}
+
+QString ShowDriver::samplesFolder()
+{
+    return QStringLiteral(FRAMEFLOW_SAMPLES);
+}
+
+bool ShowDriver::start(const QList<QByteArray>& arguments)
+{
+    writeSettings(mSettings);
+    QStringList texts;
+    for (const QByteArray& argument : arguments) {
+        texts.append(QString::fromUtf8(argument));
+    }
+    return mProgram.start(texts);
+}
+
+bool ShowDriver::waitForScreen(const QImage& expected, const QString& name, const PictureTolerance& tolerance) const
+{
+    const bool reached = waitFor([&] {
+        const auto difference = comparePictures(screen(), expected);
+        return difference.isOfOneSize && difference.largestError <= tolerance.largestError
+            && difference.worstTileError <= tolerance.worstTileError;
+    });
+    return reached || isSamePicture(screen(), expected, name, tolerance);
+}
+
+bool ShowDriver::waitForColour(QColor colour) const
+{
+    QImage expected(mServer->bounds().size(), QImage::Format_RGB32);
+    expected.fill(colour);
+    return waitForScreen(expected, colour.name().mid(1), {4, 4.0});
+}
+
+void ShowDriver::addColour(const QByteArray& name, QColor colour) const
+{
+    const QByteArray path = folder.addFile(name);
+    QImage picture(mServer->bounds().size(), QImage::Format_RGB32);
+    picture.fill(colour);
+    if (!picture.save(QString::fromUtf8(path), nullptr, 95)) {
+        qFatal("cannot save %s", path.constData());
+    }
+}
+
+QImage onBlack(const QImage& picture, const QRectF& rect, QSize area)
+{
+    QImage result(area, QImage::Format_RGB32);
+    result.fill(Qt::black);
+    QPainter painter(&result);
+    const QRect whole = rect.toAlignedRect();
+    painter.drawImage(whole.topLeft(), picture.scaled(whole.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    return result;
+}
+
+} // namespace frameflow::e2e
