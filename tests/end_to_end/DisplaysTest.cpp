@@ -78,7 +78,8 @@ void DisplaysTest::theChosenDisplayIsTakenAndRemembered()
     mShow->press(QStringLiteral("c")); // Choose Display…
     std::optional<WindowId> chooser;
     QVERIFY(waitFor([&] {
-        chooser = mShow->server().windowWithTitle(mShow->program().processId(), QStringLiteral("Choose Display"));
+        chooser = mShow->server().windowWithTitle(
+            mShow->program().processId(), QStringLiteral("Choose Display — Frameflow"));
         return chooser && mShow->server().isVisible(*chooser);
     }));
     mShow->server().moveTo(*chooser, QRect(mRight.center(), QSize(360, 150)));
@@ -99,7 +100,11 @@ void DisplaysTest::aWindowDraggedToTheOtherDisplayGoesFullScreenThere()
     QVERIFY(window.has_value());
     QVERIFY(waitForGeometry(*window, mLeft));
     mShow->press(QStringLiteral("F11"));
-    QVERIFY(waitFor([&] { return !mShow->server().isFullScreen(*window); }));
+    // At its own place first, at the lower left.
+    QVERIFY(waitFor([&] {
+        const QRect now = mShow->server().geometry(*window);
+        return now.size() == mLeft.size() / 2 && mLeft.bottom() - now.bottom() < 12;
+    }));
     mShow->server().moveTo(*window, QRect(mRight.left() + 200, 200, 500, 300));
     QVERIFY(waitFor([&] { return mRight.contains(mShow->server().geometry(*window)); }));
     mShow->press(QStringLiteral("F11"));
