@@ -302,4 +302,4 @@ void CommandsTest::cancellingThePanelChangesNothing()
 }
 
 QTEST_MAIN(CommandsTest)
-#include "tst_commands.moc"
+#include "CommandsTest.moc"

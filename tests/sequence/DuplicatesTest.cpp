@@ -169,4 +169,4 @@ void DuplicatesTest::sourcesOverlap()
 } // namespace frameflow
 
 QTEST_GUILESS_MAIN(frameflow::DuplicatesTest)
-#include "tst_duplicates.moc"
+#include "DuplicatesTest.moc"

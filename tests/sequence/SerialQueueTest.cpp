@@ -370,4 +370,4 @@ void SerialQueueTest::manyQueuesComeAndGo()
 } // namespace frameflow
 
 QTEST_GUILESS_MAIN(frameflow::SerialQueueTest)
-#include "tst_serial_queue.moc"
+#include "SerialQueueTest.moc"

@@ -335,4 +335,4 @@ void FolderWalkTest::kindOfPath()
 } // namespace frameflow
 
 QTEST_GUILESS_MAIN(frameflow::FolderWalkTest)
-#include "tst_folder_walk.moc"
+#include "FolderWalkTest.moc"

@@ -12,7 +12,7 @@
 using namespace frameflow;
 using namespace std::chrono_literals;
 
-class AppRulesTest : public QObject
+class RulesTest : public QObject
 {
     Q_OBJECT
 
@@ -39,26 +39,26 @@ private Q_SLOTS:
     void argumentsBecomeAbsoluteFiles();
 };
 
-void AppRulesTest::withOneDisplayTheStoredFrameIsIgnored()
+void RulesTest::withOneDisplayTheStoredFrameIsIgnored()
 {
     const QRect only(0, 0, 800, 600);
     QVERIFY(!rememberedScreen({only}, textFromRect(only)));
 }
 
-void AppRulesTest::theDisplayWhoseFrameEqualsTheStoredOneIsTaken()
+void RulesTest::theDisplayWhoseFrameEqualsTheStoredOneIsTaken()
 {
     const std::vector<QRect> frames{{0, 0, 800, 600}, {800, 0, 1024, 768}};
     QCOMPARE(rememberedScreen(frames, QStringLiteral("{{800, 0}, {1024, 768}}")).value_or(99), size_t(1));
     QCOMPARE(rememberedScreen(frames, QStringLiteral("{{0, 0}, {800, 600}}")).value_or(99), size_t(0));
 }
 
-void AppRulesTest::theFirstOfTwoEqualDisplaysIsTaken()
+void RulesTest::theFirstOfTwoEqualDisplaysIsTaken()
 {
     const std::vector<QRect> frames{{5, 0, 8, 6}, {0, 0, 800, 600}, {0, 0, 800, 600}};
     QCOMPARE(rememberedScreen(frames, QStringLiteral("{{0, 0}, {800, 600}}")).value_or(99), size_t(1));
 }
 
-void AppRulesTest::aFrameThatMatchesNoDisplayFallsBackToTheMainDisplay_data()
+void RulesTest::aFrameThatMatchesNoDisplayFallsBackToTheMainDisplay_data()
 {
     QTest::addColumn<QString>("stored");
     QTest::newRow("nothing stored") << QString();
@@ -68,19 +68,19 @@ void AppRulesTest::aFrameThatMatchesNoDisplayFallsBackToTheMainDisplay_data()
     QTest::newRow("zero rectangle") << QStringLiteral("{{0, 0}, {0, 0}}");
 }
 
-void AppRulesTest::aFrameThatMatchesNoDisplayFallsBackToTheMainDisplay()
+void RulesTest::aFrameThatMatchesNoDisplayFallsBackToTheMainDisplay()
 {
     QFETCH(QString, stored);
     QVERIFY(!rememberedScreen({{0, 0, 800, 600}, {800, 0, 1024, 768}}, stored));
 }
 
-void AppRulesTest::windowModeIsHalfTheDisplayAtItsLowerLeft()
+void RulesTest::windowModeIsHalfTheDisplayAtItsLowerLeft()
 {
     QCOMPARE(windowModeFrame(QRect(100, 50, 1920, 1080)), QRect(100, 590, 960, 540));
     QCOMPARE(windowModeFrame(QRect(0, 0, 801, 601)), QRect(0, 301, 400, 300));
 }
 
-void AppRulesTest::aLongerIntervalKeepsTheTimeAlreadyShown()
+void RulesTest::aLongerIntervalKeepsTheTimeAlreadyShown()
 {
     const TimePoint now(100s);
     const auto deadline = retimed(now, now + 2s, 10s, 20s); // shown for 8 of 10 seconds
@@ -88,20 +88,20 @@ void AppRulesTest::aLongerIntervalKeepsTheTimeAlreadyShown()
     QVERIFY(*deadline == now + 12s);
 }
 
-void AppRulesTest::aShorterIntervalThatHasPassedFiresAtOnce()
+void RulesTest::aShorterIntervalThatHasPassedFiresAtOnce()
 {
     const TimePoint now(100s);
     QVERIFY(!retimed(now, now + 2s, 10s, 5s));
 }
 
-void AppRulesTest::anIntervalThatEqualsTheTimeShownFiresAtOnce()
+void RulesTest::anIntervalThatEqualsTheTimeShownFiresAtOnce()
 {
     const TimePoint now(100s);
     QVERIFY(!retimed(now, now + 2s, 10s, 8s));
     QVERIFY(retimed(now, now + 2s, 10s, 8s + 1ns));
 }
 
-void AppRulesTest::postponingGivesFiveSecondsAtLeast()
+void RulesTest::postponingGivesFiveSecondsAtLeast()
 {
     const TimePoint now(100s);
     QVERIFY(postponed(now, now + 1s) == now + 5s);
@@ -109,7 +109,7 @@ void AppRulesTest::postponingGivesFiveSecondsAtLeast()
     QVERIFY(postponed(now, now + 9s) == now + 9s);
 }
 
-void AppRulesTest::aUselessIntervalLeavesTheProgramRoomToBreathe_data()
+void RulesTest::aUselessIntervalLeavesTheProgramRoomToBreathe_data()
 {
     QTest::addColumn<double>("seconds");
     QTest::newRow("absent") << 0.0;
@@ -118,14 +118,14 @@ void AppRulesTest::aUselessIntervalLeavesTheProgramRoomToBreathe_data()
     QTest::newRow("minus infinity") << -std::numeric_limits<double>::infinity();
 }
 
-void AppRulesTest::aUselessIntervalLeavesTheProgramRoomToBreathe()
+void RulesTest::aUselessIntervalLeavesTheProgramRoomToBreathe()
 {
     QFETCH(double, seconds);
     QVERIFY(slideDuration(seconds) >= 10ms);
     QVERIFY(slideDuration(seconds) < 1s);
 }
 
-void AppRulesTest::keysMeanWhatTheTableSays_data()
+void RulesTest::keysMeanWhatTheTableSays_data()
 {
     QTest::addColumn<int>("key");
     QTest::addColumn<QString>("text");
@@ -142,7 +142,7 @@ void AppRulesTest::keysMeanWhatTheTableSays_data()
     QTest::newRow("return") << int(Qt::Key_Return) << QStringLiteral("\r") << 0 << false;
 }
 
-void AppRulesTest::keysMeanWhatTheTableSays()
+void RulesTest::keysMeanWhatTheTableSays()
 {
     QFETCH(int, key);
     QFETCH(QString, text);
@@ -154,7 +154,7 @@ void AppRulesTest::keysMeanWhatTheTableSays()
     QCOMPARE(meaning->isSpace, space);
 }
 
-void AppRulesTest::modifierMediaAndInputMethodKeysAreNoKeys_data()
+void RulesTest::modifierMediaAndInputMethodKeysAreNoKeys_data()
 {
     QTest::addColumn<int>("key");
     QTest::newRow("shift") << int(Qt::Key_Shift);
@@ -172,13 +172,13 @@ void AppRulesTest::modifierMediaAndInputMethodKeysAreNoKeys_data()
     QTest::newRow("unknown") << int(Qt::Key_unknown);
 }
 
-void AppRulesTest::modifierMediaAndInputMethodKeysAreNoKeys()
+void RulesTest::modifierMediaAndInputMethodKeysAreNoKeys()
 {
     QFETCH(int, key);
     QVERIFY(!slideKey(QKeyEvent(QEvent::KeyPress, key, Qt::NoModifier)));
 }
 
-void AppRulesTest::argumentsBecomeAbsoluteFiles()
+void RulesTest::argumentsBecomeAbsoluteFiles()
 {
     const QByteArray here = QByteArray(get_current_dir_name());
     const auto files = filesFromArguments(
@@ -192,5 +192,5 @@ void AppRulesTest::argumentsBecomeAbsoluteFiles()
     QCOMPARE(files[4].path(), here + "/http://example.org/a.jpg");
 }
 
-QTEST_GUILESS_MAIN(AppRulesTest)
-#include "tst_app_rules.moc"
+QTEST_GUILESS_MAIN(RulesTest)
+#include "RulesTest.moc"

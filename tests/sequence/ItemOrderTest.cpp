@@ -246,4 +246,4 @@ void ItemOrderTest::randomNumbersStayBelowTheLimit()
 } // namespace frameflow
 
 QTEST_GUILESS_MAIN(frameflow::ItemOrderTest)
-#include "tst_item_order.moc"
+#include "ItemOrderTest.moc"

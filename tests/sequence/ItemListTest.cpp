@@ -78,4 +78,4 @@ void ItemListTest::removedItemsAreReleased()
 } // namespace frameflow
 
 QTEST_GUILESS_MAIN(frameflow::ItemListTest)
-#include "tst_item_list.moc"
+#include "ItemListTest.moc"

@@ -102,4 +102,4 @@ private:
 };
 
 QTEST_GUILESS_MAIN(ActivationTest)
-#include "tst_activation.moc"
+#include "ActivationTest.moc"

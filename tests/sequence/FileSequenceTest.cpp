@@ -868,4 +868,4 @@ void FileSequenceTest::itemChangedOnlyForTheCurrentFile()
 } // namespace frameflow
 
 QTEST_GUILESS_MAIN(frameflow::FileSequenceTest)
-#include "tst_file_sequence.moc"
+#include "FileSequenceTest.moc"

@@ -308,4 +308,4 @@ void SlideItemTest::itemIsSmall()
 } // namespace frameflow
 
 QTEST_GUILESS_MAIN(frameflow::SlideItemTest)
-#include "tst_slide_item.moc"
+#include "SlideItemTest.moc"

@@ -745,4 +745,4 @@ void CollectingTest::removingWhileManyFilesArrive()
 } // namespace frameflow
 
 QTEST_GUILESS_MAIN(frameflow::CollectingTest)
-#include "tst_collecting.moc"
+#include "CollectingTest.moc"

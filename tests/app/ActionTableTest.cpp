@@ -110,4 +110,4 @@ private Q_SLOTS:
 };
 
 QTEST_MAIN(ActionTableTest)
-#include "tst_action_table.moc"
+#include "ActionTableTest.moc"

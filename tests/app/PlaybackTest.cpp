@@ -504,4 +504,4 @@ void PlaybackTest::theTimeThatASlideWasShownIsKept()
 }
 
 QTEST_MAIN(PlaybackTest)
-#include "tst_playback.moc"
+#include "PlaybackTest.moc"

@@ -363,4 +363,4 @@ void LifecycleTest::destroyingTheControllerInTheMiddleOfEverythingIsQuiet()
 }
 
 QTEST_MAIN(LifecycleTest)
-#include "tst_lifecycle.moc"
+#include "LifecycleTest.moc"
