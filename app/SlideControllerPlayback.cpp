@@ -240,7 +240,11 @@ void SlideController::endSlideShow()
 
 void SlideController::firstFileFound()
 {
+    // The walk through the folder rests while the first picture is decoded, and until its window is likely to be on the
+    // screen: on a machine with few cores it would take them from both.
+    mFileSequence.giveWay(std::chrono::milliseconds(250));
     autoPlay();
+    mFileSequence.giveWay(std::chrono::milliseconds(50));
 }
 
 void SlideController::newFilesFound()

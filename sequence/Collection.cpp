@@ -31,6 +31,7 @@ public:
             mFirst = false;
             flush();
         }
+        mCollection.rest.take(mCollection.cancel);
     }
 
     void flush()
@@ -87,6 +88,7 @@ void Collection::run() const
         collectEntry(*this, entry, batches);
     }
     batches.flush();
+    rest.take(cancel);
     if (order && !cancel.isCancelled()) {
         sortItems(collected->items, *order);
     }

@@ -3,6 +3,7 @@
 #include "CancelToken.h"
 #include "FileSequence.h"
 #include "ItemOrder.h"
+#include "Rest.h"
 
 #include <functional>
 #include <memory>
@@ -37,6 +38,7 @@ struct Collection
     qint64 levelLimit = 0;
     std::optional<SortOrder> order; // none: the order of discovery
     CancelToken cancel;
+    Rest rest;
     std::shared_ptr<CollectedItems> collected;
     CollectionReports reports;
 

@@ -4,6 +4,7 @@
 #include "FileUrl.h"
 #include "ItemList.h"
 #include "ItemOrder.h"
+#include "Rest.h"
 #include "SerialQueue.h"
 
 #include <QList>
@@ -71,6 +72,9 @@ public:
     // so far stays. Without effect on a queued clearing.
     void abandonCollections();
     // Whether a collection has not finished yet. False in its own finished callback, unless others follow.
+    // Lets running collections rest for that long, so that a picture that is being put on screen has the machine to
+    // itself; a later call replaces an earlier one.
+    void giveWay(std::chrono::milliseconds duration) const { mCollecting.rest.askFor(duration); }
     bool isCollecting() const { return mCollecting.pending > 0; }
     // Empties the sequence after the jobs that the queue already holds.
     void clearOn(SerialQueue& queue, std::function<void()> finished = {});
@@ -130,6 +134,7 @@ private:
         int pending = 0;
         int pendingClears = 0;
         CancelToken cancel;
+        Rest rest;
         std::shared_ptr<CollectedItems> collected; // the queue's; null while nothing is pending
         // What the main thread took out and put in since the first pending collection was queued.
         SlideItems removed;

@@ -51,6 +51,7 @@ void FileSequence::collect(SerialQueue& queue, const CollectionRequest& request,
     collection.levelLimit = mDefaults.integerValue(keys::maxFolderLevel);
     collection.order = sorts ? std::optional(sortOrder()) : std::nullopt;
     collection.cancel = mCollecting.cancel;
+    collection.rest = mCollecting.rest;
     collection.collected = mCollecting.collected;
     collection.reports = reports(request, collection.order, std::move(finished));
     queue.async([collection = std::move(collection)] { collection.run(); });

@@ -52,18 +52,17 @@ void StepsTest::theSamplesAreShownOneAfterAnother()
     const auto window = mShow->showWindow();
     QVERIFY(window.has_value());
     QVERIFY(mShow->server().isFullScreen(*window));
-    QImage last;
+    QImage last(mShow->server().bounds().size(), QImage::Format_RGB32);
+    last.fill(Qt::black);
     QList<QImage> seen;
     for (int slide = 0; slide < 16; ++slide) {
         QImage now;
-        // Something is there, and it is not the slide before.
+        // Black before the first one; after that, each looks unlike the one before.
         QVERIFY2(waitFor([&] {
             now = mShow->screen();
-            const auto middle = now.copy(now.rect().adjusted(200, 100, -200, -100));
-            return comparePictures(now, last).largestError > 20 && middle.allGray() == false;
-        }) || slide == 0
-                || comparePictures(now, last).largestError > 20,
-            qPrintable(QStringLiteral("slide %1").arg(slide)));
+            return comparePictures(now, last).largestError > 20;
+        }),
+            qPrintable(QString::number(slide)));
         last = now;
         seen.append(now);
         mShow->press(QStringLiteral("Right"));
