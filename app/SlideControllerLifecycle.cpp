@@ -202,8 +202,9 @@ FileUrl SlideController::hintPicture() const
 
 void SlideController::ShowHintScreen()
 {
-    openImageURL(hintPicture(), true);
-    mHintsScreenShown = true;
+    const FileUrl hint = hintPicture();
+    openImageURL(hint, true);
+    mHintsScreenShown = mImageURL == hint; // unless its file is damaged, and the show has moved on
     mSharedUserDefaults.setValue(keys::hintsShown, true);
 }
 

@@ -4,6 +4,7 @@
 #include "UserDefaults.h"
 
 #include <QApplication>
+#include <QLoggingCategory>
 #include <QSocketNotifier>
 
 #include <csignal>
@@ -51,6 +52,9 @@ int main(int argc, char** argv)
     QApplication::setDesktopFileName(QStringLiteral("com.quillory.Frameflow"));
     // The controller decides when the program ends: between two windows there may be none for a moment.
     QApplication::setQuitOnLastWindowClosed(false);
+
+    // A damaged file is passed over quietly, by the libraries too.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.gui.imageio*=false\nqt.svg*=false"));
 
     QSocketNotifier ending(endingSignals, QSocketNotifier::Read);
     QObject::connect(&ending, &QSocketNotifier::activated, &application, &QApplication::quit);
