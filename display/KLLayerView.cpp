@@ -11,6 +11,8 @@
 #include <QPainter>
 #include <QScreen>
 
+#include <unistd.h>
+
 namespace frameflow {
 
 KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent)
@@ -87,7 +89,8 @@ void KLLayerView::clearImage()
 void KLLayerView::refresh()
 {
     updateFitMode();
-    if (mCurrentImage && !mCurrentImage->mURL().isEmpty()) {
+    // A slide whose file is gone stays as it is: a window that changes its size is no reason to lose it.
+    if (mCurrentImage && access(mCurrentImage->mURL().path().constData(), F_OK) == 0) {
         mCurrentImage->refresh();
     }
     displayLayer(mCurrentLayer);

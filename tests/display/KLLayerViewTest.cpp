@@ -330,6 +330,16 @@ private Q_SLOTS:
         QCOMPARE(fixture.colorAt(100, 50), QColor(Qt::green));
     }
 
+    void refreshKeepsASlideWhoseFileIsGone()
+    {
+        ViewFixture fixture;
+        const FileUrl file = fixture.picture("a.png", solid({200, 100}, Qt::red));
+        fixture.show(file);
+        QVERIFY(QFile::remove(QString::fromUtf8(file.path())));
+        fixture.view->refresh();
+        QCOMPARE(fixture.colorAt(100, 50), QColor(Qt::red));
+    }
+
     void refreshWithoutAFileKeepsThePicture()
     {
         ViewFixture fixture;
