@@ -113,6 +113,14 @@ private:
     std::optional<FileUrl> nextURL();
     void dropUnloadable(const FileUrl& url);
     void endEmptyShow();
+    // A file to be put on screen; when it cannot be shown, those after it.
+    struct Candidate
+    {
+        FileUrl url;
+        bool forward = true;
+        FileUrl firstSkipped; // the first that was stepped over and kept
+    };
+    void showFirstOf(Candidate candidate);
     bool present(const FileUrl& url, bool forward);
 
     void collect(CollectionRequest::Adder adder, const QList<FileUrl>& entries);
@@ -153,6 +161,8 @@ private:
 
     FileUrl mImageURL;
     bool mHintsScreenShown = false;
+    int mOpening = 0; // counts what was opened, so that a later one takes the place of an earlier
+    bool mSteppingOver = false; // files that cannot be shown, with a part of them still to come
     OneShotTimer mTimer;
     bool mTimerExists = false;
     double mSlideTime = 0;

@@ -81,7 +81,7 @@ void SlideController::applicationOpenFiles(const QList<FileUrl>& files)
 
 void SlideController::applicationWillBecomeActive()
 {
-    if (mFileSequence.isCollecting()) {
+    if (mFileSequence.isCollecting() || mSteppingOver) {
         return;
     }
     if (!hasCurrentFile()) {

@@ -1,12 +1,20 @@
 #include "KLImage.h"
 #include "KLImageCache.h"
 #include "KLThumbnailCache.h"
+#include "MainThread.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "SlideTiming.h"
 #include "StartWindow.h"
 
 namespace frameflow {
+
+namespace {
+
+// How long the window may be without an answer while files that cannot be shown are stepped over.
+constexpr Duration longestStepping = std::chrono::milliseconds(30);
+
+} // namespace
 
 // ---- The timer
 
@@ -150,24 +158,42 @@ bool SlideController::isMovieURL(const FileUrl& url)
 
 // ---- Putting a file on screen
 
-void SlideController::openImageURL(const FileUrl& first, bool firstForward)
+void SlideController::openImageURL(const FileUrl& url, bool forward)
 {
-    // Files that cannot be shown are stepped over here, one after another: a folder may hold a hundred thousand of
-    // them.
-    std::optional<FileUrl> url = first;
-    bool forward = firstForward;
-    FileUrl firstSkipped;
-    while (url && !present(*url, forward)) {
-        if (!isMovieURL(*url)) {
-            dropUnloadable(*url);
-        } else if (firstSkipped.isEmpty()) {
+    showFirstOf({url, forward, {}});
+}
+
+// Files that cannot be shown are stepped over, one after another. A folder may hold a hundred thousand of them: after a
+// while the rest waits for the next turn of the event loop, and whatever is opened meanwhile takes its place.
+void SlideController::showFirstOf(Candidate candidate)
+{
+    const int opening = ++mOpening;
+    mSteppingOver = false;
+    const TimePoint begun = mClock.now();
+    while (!present(candidate.url, candidate.forward)) {
+        if (!isMovieURL(candidate.url)) {
+            dropUnloadable(candidate.url);
+        } else if (candidate.firstSkipped.isEmpty()) {
             // Stepped over but kept: without a player nothing is known against the file.
-            firstSkipped = *url;
-        } else if (firstSkipped == *url) {
+            candidate.firstSkipped = candidate.url;
+        } else if (candidate.firstSkipped == candidate.url) {
             break; // a whole round without a slide
         }
-        url = nextURL();
-        forward = true;
+        const auto next = nextURL();
+        if (!next) {
+            break;
+        }
+        candidate.url = *next;
+        candidate.forward = true;
+        if (mClock.now() - begun > longestStepping) {
+            mSteppingOver = true;
+            postToMainThread([this, candidate, opening, alive = std::weak_ptr(mAlive)] {
+                if (alive.lock() && mOpening == opening) {
+                    showFirstOf(candidate);
+                }
+            });
+            return;
+        }
     }
     endEmptyShow();
 }
@@ -225,6 +251,8 @@ void SlideController::endSlideShow()
     }
     mImageURL = {};
     mHintsScreenShown = false;
+    ++mOpening;
+    mSteppingOver = false;
     mFileSequence.abandonCollections();
     exitFullScreen();
     ++mPendingClears;

@@ -50,6 +50,7 @@ private Q_SLOTS:
     void anUndecodableFirstFileDoesNotEndTheShow_data();
     void anUndecodableFirstFileDoesNotEndTheShow();
     void aFolderOfBrokenFilesEndsTheShow();
+    void manyBrokenFilesLeaveTheWindowItsTurns();
     void aFileThatVanishedIsSteppedOver();
     void moviesAreSteppedOverAndStayInTheSequence();
     void aFolderOfMoviesAloneEndsTheShow();
@@ -393,6 +394,27 @@ void PlaybackTest::aFolderOfBrokenFilesEndsTheShow()
     QTRY_COMPARE(controller.fileSequence().count(), size_t(0));
     QVERIFY(controller.imageURL().isEmpty());
     QCOMPARE(controller.startWindow()->findChild<QLabel*>()->text(), QStringLiteral("Nothing to show"));
+}
+
+void PlaybackTest::manyBrokenFilesLeaveTheWindowItsTurns()
+{
+    for (int i = 0; i < 40; ++i) {
+        mFixture->folder.addFile("1a" + QByteArray::number(100 + i) + ".jpg", "no picture");
+    }
+    auto& controller = openThree();
+    // Every look at the clock takes ten milliseconds, so a few files are all that fits into one turn.
+    mFixture->clock.setStep(10ms);
+    controller.nextSlide();
+    const size_t afterOneTurn = controller.fileSequence().count();
+    QVERIFY2(afterOneTurn > 30 && afterOneTurn < 43, QByteArray::number(qulonglong(afterOneTurn)).constData());
+    // Whoever steps back meanwhile is heard.
+    controller.previousSlide();
+    QCOMPARE(shown(), QByteArray("1.png"));
+    QCoreApplication::processEvents();
+    QCOMPARE(shown(), QByteArray("1.png"));
+    controller.nextSlide();
+    QTRY_COMPARE(shown(), QByteArray("2.png"));
+    QCOMPARE(controller.fileSequence().count(), size_t(3));
 }
 
 void PlaybackTest::aFileThatVanishedIsSteppedOver()

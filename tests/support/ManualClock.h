@@ -10,7 +10,7 @@ namespace frameflow {
 class ManualClock final : public Clock
 {
 public:
-    TimePoint now() const override { return mNow; }
+    TimePoint now() const override { return mNow += mStep; }
     std::unique_ptr<Alarm> alarmAt(TimePoint deadline, std::function<void()> callback) override;
 
     // Moves the time on and fires the alarms that fall due on the way, each at its own deadline and in their order. An
@@ -20,13 +20,17 @@ public:
     // Moves the time alone, backwards too, and fires nothing: what a machine does that was asleep.
     void jump(Duration duration) { mNow += duration; }
 
+    // Lets every look at the clock take that long.
+    void setStep(Duration step) { mStep = step; }
+
     size_t pendingAlarms() const { return mAlarms.size(); }
 
 private:
     class Pending;
     using Alarms = std::multimap<TimePoint, Pending*>;
 
-    TimePoint mNow{std::chrono::hours(1)};
+    Duration mStep{};
+    mutable TimePoint mNow{std::chrono::hours(1)};
     Alarms mAlarms;
 };
 
