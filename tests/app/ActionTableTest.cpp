@@ -1,4 +1,5 @@
 #include "ActionTable.h"
+
 #include "MainMenu.h"
 #include "SettingsKeys.h"
 
