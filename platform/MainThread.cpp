@@ -1,6 +1,8 @@
 #include "MainThread.h"
 
 #include <QCoreApplication>
+#include <QEvent>
+#include <QObject>
 
 #include <deque>
 #include <mutex>
@@ -12,9 +14,16 @@ namespace {
 
 // The jobs cross over under a lock of our own rather than inside the posted events, so that whatever one thread wrote
 // before posting is seen, visibly to every tool, by the job on the main thread.
+class Receiver : public QObject
+{
+protected:
+    void customEvent(QEvent* event) override;
+};
+
 struct Posted
 {
     std::mutex mutex;
+    Receiver* receiver = nullptr; // lives on the main thread
     std::deque<std::function<void()>> jobs;
 };
 
@@ -38,6 +47,11 @@ void runNext()
     job();
 }
 
+void Receiver::customEvent(QEvent*)
+{
+    runNext();
+}
+
 } // namespace
 
 void postToMainThread(std::function<void()> job)
@@ -46,12 +60,14 @@ void postToMainThread(std::function<void()> job)
     if (application == nullptr) {
         return;
     }
-    {
-        const std::lock_guard lock(posted().mutex);
-        posted().jobs.push_back(std::move(job));
+    const std::lock_guard lock(posted().mutex);
+    posted().jobs.push_back(std::move(job));
+    if (posted().receiver == nullptr) {
+        posted().receiver = new Receiver;
+        posted().receiver->moveToThread(application->thread());
     }
     // One event a job, so that jobs keep their place among the other events of the main thread.
-    QMetaObject::invokeMethod(application, &runNext, Qt::QueuedConnection);
+    QCoreApplication::postEvent(posted().receiver, new QEvent(QEvent::User));
 }
 
 } // namespace frameflow

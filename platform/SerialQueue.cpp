@@ -1,5 +1,6 @@
 #include "SerialQueue.h"
 
+#include <QRunnable>
 #include <QThreadPool>
 
 #include <chrono>
@@ -25,6 +26,9 @@ std::unique_ptr<QThreadPool> makePool(const QByteArray& label)
     pool->setExpiryTimeout(-1);
     return pool;
 }
+
+// Held while a worker is handed to a pool, and taken by the worker first: it orders the two visibly to every tool.
+std::mutex workerHandover;
 
 } // namespace
 
@@ -95,7 +99,8 @@ private:
             return;
         }
         mRunning = true;
-        mPool->start([self = shared_from_this(), worker = mWorker] { self->work(worker); });
+        const std::lock_guard handover(workerHandover);
+        mPool->start(new Worker(shared_from_this(), mWorker));
     }
 
     void work(int worker)
@@ -140,6 +145,22 @@ private:
         ++mWorker;
         mRunning = false;
     }
+
+    class Worker : public QRunnable
+    {
+    public:
+        Worker(std::shared_ptr<State> state, int number) : mState(std::move(state)), mNumber(number) { }
+        void run() override
+        {
+            workerHandover.lock();
+            workerHandover.unlock();
+            mState->work(mNumber);
+        }
+
+    private:
+        std::shared_ptr<State> mState;
+        int mNumber;
+    };
 
     static constexpr int none = -1;
 

@@ -1,4 +1,5 @@
 #include "Duplicates.h"
+
 #include "Sources.h"
 
 #include <QRandomGenerator>

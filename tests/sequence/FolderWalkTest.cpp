@@ -1,4 +1,5 @@
 #include "FolderWalk.h"
+
 #include "TestFiles.h"
 
 #include <QTest>

@@ -1,4 +1,5 @@
 #include "ItemOrder.h"
+
 #include "NameKey.h"
 #include "SettingsKeys.h"
 #include "Shuffle.h"

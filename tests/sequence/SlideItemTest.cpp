@@ -1,4 +1,5 @@
 #include "SlideItem.h"
+
 #include "TestFiles.h"
 
 #include <QTest>

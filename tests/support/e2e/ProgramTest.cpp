@@ -1,6 +1,7 @@
 #include "Program.h"
 
 #include "SettingsKeys.h"
+#include "StaysTrue.h"
 #include "XServer.h"
 
 #include <QElapsedTimer>
@@ -97,12 +98,10 @@ void ProgramTest::sleepingProgramSwitchesNoContexts()
     Program program(QStringLiteral(STAND_IN));
     QVERIFY(program.start());
     QVERIFY(mServer->waitForWindow(program.processId()));
-    qint64 before = 0;
     // Start-up goes on for a while after the window is there.
     QVERIFY(waitFor([&] {
-        before = program.contextSwitches();
-        QTest::qWait(300);
-        return before > 0 && program.contextSwitches() == before;
+        const auto before = program.contextSwitches();
+        return before > 0 && staysTrueFor(300ms, [&] { return program.contextSwitches() == before; });
     }));
 }
 

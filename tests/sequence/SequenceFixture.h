@@ -60,6 +60,27 @@ private:
     QVariantMap mValues;
 };
 
+// Five files, sorted, with the cursor on the first.
+struct FiveFiles : SequenceFixture
+{
+    FiveFiles()
+    {
+        for (const char* name : {"a.jpg", "b.jpg", "c.jpg", "d.jpg", "e.jpg"}) {
+            folder.addFile(name);
+        }
+        sequence.addURLs({folder.url()});
+    }
+};
+
+// Removes the current file and leaves the cursor before the next, as the show does with what it cannot decode.
+inline FileUrl dropCurrent(FileSequence& sequence)
+{
+    const FileUrl dropped = sequence.current();
+    sequence.remove(dropped);
+    sequence.stepBackAfterRemoval();
+    return dropped;
+}
+
 // Counts what it is told; each hook runs as part of the call.
 class RecordingDelegate : public FileSequenceDelegate
 {

@@ -1,9 +1,14 @@
 #include "SerialQueue.h"
 
+#include "StaysTrue.h"
+
 #include <QTest>
 #include <QThread>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <semaphore>
@@ -165,23 +170,25 @@ void SerialQueueTest::isBusy()
 
 void SerialQueueTest::destructionDropsWaitingJobsAndWaitsForTheRunningOne()
 {
-    std::atomic<bool> ended = false;
-    std::atomic<bool> waitingRan = false;
+    auto queue = std::make_unique<SerialQueue>("test");
+    const auto gate = Gate::blocking(*queue);
     const auto held = std::make_shared<int>(1);
-    {
-        SerialQueue queue("test");
-        std::counting_semaphore<> entered{0};
-        queue.async([&] {
-            entered.release();
-            QThread::msleep(30);
-            ended = true;
-        });
-        entered.acquire();
-        queue.async([&, held] { waitingRan = true; });
-    }
-    QVERIFY(ended);
+    std::atomic<bool> waitingRan = false;
+    queue->async([&, held] { waitingRan = true; });
+    std::atomic<bool> destroyed = false;
+    std::thread owner([&] {
+        queue.reset();
+        destroyed = true;
+    });
+    // No check may return before the thread is joined.
+    const bool dropped = QTest::qWaitFor([&] { return held.use_count() == 1; });
+    const bool waited = staysTrueFor(std::chrono::milliseconds(50), [&] { return !destroyed; });
+    gate->open.release();
+    owner.join();
+    QVERIFY(dropped);
+    QVERIFY(waited);
+    QVERIFY(gate->left.try_acquire());
     QVERIFY(!waitingRan);
-    QCOMPARE(held.use_count(), 1L);
 }
 
 void SerialQueueTest::destructionOfAnUnusedQueue()
