@@ -195,7 +195,7 @@ void BadFilesTest::truncatedAnywhere()
     constexpr int cuts = 24;
     for (int i = 0; i < cuts; ++i) {
         // Dense at the start, where the headers are.
-        const qsizetype length = i < cuts / 2 ? i * 7 : whole.size() * (i - cuts / 2) / (cuts / 2);
+        const qsizetype length = i < cuts / 2 ? qsizetype(i) * 7 : whole.size() * (i - cuts / 2) / (cuts / 2);
         mFolder.addFile("cut" + name, whole.left(length));
         const QImage thumbnail = KLImage::thumbNailFromURL(mFolder.urlOf("cut" + name));
         QVERIFY(thumbnail.width() <= 300 && thumbnail.height() <= 300);
