@@ -4,6 +4,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <compare>
 #include <limits>
 
 namespace frameflow {
@@ -151,18 +152,18 @@ void RulesTest::extensionsCountInTheNameOrder()
 {
     const SlideItem jpg(urlOf("/b/a.jpg"), {}, {});
     const SlideItem png(urlOf("/a/a.png"), {}, {});
-    QVERIFY(jpg.nameCompare(png) < 0);
-    QVERIFY(jpg.baseCompare(png) == 0);
+    QVERIFY(std::is_lt(jpg.nameCompare(png)));
+    QVERIFY(std::is_eq(jpg.baseCompare(png)));
 }
 
 void RulesTest::comparisonsOfAbsentUrlsAreQuiet()
 {
     const SlideItem absent{FileUrl()};
     const SlideItem file(urlOf("/a.jpg"), {1, 0}, {});
-    QVERIFY(absent.nameCompare(file) < 0);
-    QVERIFY(absent.baseCompare(file) < 0);
-    QVERIFY(absent.urlCompare(file) < 0);
-    QVERIFY(absent.dateCompare(file) == 0);
+    QVERIFY(std::is_lt(absent.nameCompare(file)));
+    QVERIFY(std::is_lt(absent.baseCompare(file)));
+    QVERIFY(std::is_lt(absent.urlCompare(file)));
+    QVERIFY(std::is_eq(absent.dateCompare(file)));
 }
 
 void RulesTest::folderAloneIsNotSorted_data()
