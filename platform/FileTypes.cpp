@@ -2,9 +2,10 @@
 
 #include <QHash>
 #include <QMimeDatabase>
-#include <QReadWriteLock>
 #include <QSet>
 
+#include <mutex>
+#include <shared_mutex>
 #include <utility>
 
 namespace frameflow {
@@ -170,11 +171,11 @@ SuffixType typeOfSuffix(QByteArrayView view)
     if (view.isEmpty() || view.size() > longestSuffix) {
         return {};
     }
-    static QReadWriteLock lock;
+    static std::shared_mutex lock; // not Qt's: the thread sanitizer does not see what those order
     static QHash<QByteArray, SuffixType> remembered;
     const QByteArray raw = QByteArray::fromRawData(view.data(), view.size());
     {
-        const QReadLocker reading(&lock);
+        const std::shared_lock reading(lock);
         const auto it = remembered.constFind(raw);
         if (it != remembered.constEnd()) {
             return *it;
@@ -182,7 +183,7 @@ SuffixType typeOfSuffix(QByteArrayView view)
     }
     const QByteArray suffix = view.toByteArray();
     auto type = lookUp(suffix);
-    const QWriteLocker writing(&lock);
+    const std::unique_lock writing(lock);
     if (remembered.size() < mostRemembered) {
         remembered.insert(suffix, type);
     }

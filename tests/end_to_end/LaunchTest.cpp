@@ -2,7 +2,6 @@
 #include "ShowDriver.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QSet>
 #include <QTest>
@@ -183,19 +182,7 @@ void LaunchTest::aStoppedShowDoesNothing()
     QVERIFY(mShow->waitForColour(mRed));
     mShow->press(QStringLiteral("Right"));
     QVERIFY(mShow->waitForColour(mGreen));
-    // It comes to rest: for a whole second no thread of it is woken.
-    qint64 last = -1;
-    QElapsedTimer quiet;
-    QVERIFY(waitFor(
-        [&] {
-            const qint64 now = mShow->program().contextSwitches();
-            if (now != last) {
-                last = now;
-                quiet.restart();
-            }
-            return quiet.elapsed() >= 1000;
-        },
-        std::chrono::seconds(30)));
+    QVERIFY(mShow->waitUntilAtRest(std::chrono::seconds(1)));
 }
 
 QTEST_GUILESS_MAIN(LaunchTest)

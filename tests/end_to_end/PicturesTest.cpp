@@ -64,7 +64,7 @@ void PicturesTest::everyOrientationIsUprightInEveryFitMode()
         mShow->folder.addFile(QByteArray::number(orientation) + ".jpg", withExif(jpeg, exifBlock(orientation)));
     }
     mShow->set(keys::imageFitMode, mode);
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     const QSize screen = mShow->server().bounds().size();
     for (int orientation = 1; orientation <= 8; ++orientation) {
         // Drawn from the picture's known quarters, without the program's own turning.
@@ -84,7 +84,7 @@ void PicturesTest::fitCommandsMoveTheSlideOnScreen()
     const QSize size(400, 300);
     const QImage picture = quartersPicture(size);
     mShow->folder.addFile("a.png", encoded(picture, "png"));
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     const QSize screen = mShow->server().bounds().size();
     const QList<std::pair<QString, QString>> commands{{QStringLiteral("ctrl+2"), keys::fitModeZoom},
         {QStringLiteral("ctrl+3"), keys::fitModeFill}, {QStringLiteral("ctrl+4"), keys::fitModeStretch},
@@ -122,7 +122,7 @@ void PicturesTest::everyTypeStandsOnTheScreenUprightAtItsSize()
     for (int i = 0; i < slides.size(); ++i) {
         mShow->addColour(QByteArray::number(i + 100) + "z.png", Qt::black);
     }
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     const QSize screen = mShow->server().bounds().size();
     for (const Shown& slide : slides) {
         const QRect place = rectFor(keys::fitModeFit, slide.size, screen).toRect();
@@ -153,7 +153,7 @@ void PicturesTest::aPictureThatExactlyFitsIsSharp()
         }
     }
     mShow->folder.addFile("a.png", encoded(fine, "png"));
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForScreen(fine, QStringLiteral("sharp"), {0, 0.0}));
 }
 
@@ -162,7 +162,7 @@ void PicturesTest::transparencyIsShownOverBlack()
     QImage glass(mShow->server().bounds().size(), QImage::Format_ARGB32);
     glass.fill(QColor(200, 100, 0, 128));
     mShow->folder.addFile("a.png", encoded(glass, "png"));
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(QColor(100, 50, 0)));
 }
 

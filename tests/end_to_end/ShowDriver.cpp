@@ -3,6 +3,7 @@
 #include "SettingsKeys.h"
 
 #include <QColor>
+#include <QElapsedTimer>
 #include <QPainter>
 
 namespace frameflow::e2e {
@@ -33,6 +34,27 @@ bool ShowDriver::start(const QList<QByteArray>& arguments)
         texts.append(QString::fromUtf8(argument));
     }
     return mProgram.start(texts);
+}
+
+bool ShowDriver::startAndRest()
+{
+    return startWithFolder() && showWindow() && waitUntilAtRest();
+}
+
+bool ShowDriver::waitUntilAtRest(std::chrono::milliseconds quiet) const
+{
+    qint64 last = -1;
+    QElapsedTimer unchanged;
+    return waitFor(
+        [&] {
+            const qint64 now = mProgram.contextSwitches();
+            if (now != last) {
+                last = now;
+                unchanged.restart();
+            }
+            return std::chrono::milliseconds(unchanged.elapsed()) >= quiet;
+        },
+        std::chrono::seconds(30));
 }
 
 bool ShowDriver::waitForScreen(const QImage& expected, const QString& name, const PictureTolerance& tolerance) const

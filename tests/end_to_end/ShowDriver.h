@@ -26,6 +26,11 @@ public:
     // Writes the settings and starts the program; false when it cannot be started.
     bool start(const QList<QByteArray>& arguments);
     bool startWithFolder() { return start({folder.path()}); }
+    // Starts with the folder and waits until the program has collected it, shows the first slide and rests: from then
+    // on only keys change anything.
+    bool startAndRest();
+    // Waits until no thread of the program has been woken for that long.
+    bool waitUntilAtRest(std::chrono::milliseconds quiet = std::chrono::milliseconds(400)) const;
 
     Program& program() { return mProgram; }
     const XServer& server() const { return *mServer; }

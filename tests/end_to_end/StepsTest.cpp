@@ -49,6 +49,7 @@ private:
 void StepsTest::theSamplesAreShownOneAfterAnother()
 {
     QVERIFY(mShow->start({ShowDriver::samplesFolder().toUtf8()}));
+    QVERIFY(mShow->showWindow() && mShow->waitUntilAtRest());
     const auto window = mShow->showWindow();
     QVERIFY(window.has_value());
     QVERIFY(mShow->server().isFullScreen(*window));
@@ -77,7 +78,7 @@ void StepsTest::aNestedFolderIsShownInTheChosenOrder()
     mShow->addColour("a/c/3.png", blue);
     mShow->addColour("1.png", red);
     mShow->folder.addFile(".hidden/0.png", "nothing");
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(red));
     mShow->press(QStringLiteral("Right"));
     QVERIFY(mShow->waitForColour(green));
@@ -102,7 +103,7 @@ void StepsTest::keysStepPastBothEnds()
     QFETCH(QString, mode);
     addThree();
     mShow->set(keys::endMode, mode);
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(red));
     mShow->press(QStringLiteral("Left")); // back past the first: the last
     QVERIFY(mShow->waitForColour(blue));
@@ -130,7 +131,7 @@ void StepsTest::keysStepPastBothEnds()
 void StepsTest::escapeEndsTheShowAndTheWelcomeAppears()
 {
     addThree();
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(red));
     mShow->press(QStringLiteral("Escape"));
     QVERIFY(waitFor([&] {
@@ -144,7 +145,7 @@ void StepsTest::escapeEndsTheShowAndTheWelcomeAppears()
 void StepsTest::digitsRunTheShowAndOtherKeysStopIt()
 {
     addThree();
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(red));
     mShow->press(QStringLiteral("1"));
     QVERIFY(mShow->waitForColour(green));
@@ -162,7 +163,7 @@ void StepsTest::crossFadePassesThroughMixedColours()
 {
     addThree();
     mShow->set(keys::transition, QStringLiteral("Cross Fade"));
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(red));
     mShow->press(QStringLiteral("Right"));
     const QPoint middle = mShow->server().bounds().center();
@@ -183,7 +184,7 @@ void StepsTest::brokenFilesAreSteppedOver()
     mShow->folder.addLink("1d circle.jpg", "1d circle.jpg");
     QVERIFY(mkfifo(mShow->folder.pathOf("1e pipe.jpg").constData(), 0600) == 0);
     mShow->folder.addFile("1f \xff\xfe\n;%#?.jpg", "not this either");
-    QVERIFY(mShow->startWithFolder());
+    QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(red));
     mShow->press(QStringLiteral("Right"));
     QVERIFY(mShow->waitForColour(green));

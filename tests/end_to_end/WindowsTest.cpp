@@ -14,7 +14,11 @@ class WindowsTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { mShow = std::make_unique<ShowDriver>(); }
+    void init()
+    {
+        mRunning = false;
+        mShow = std::make_unique<ShowDriver>();
+    }
     void cleanup() { mShow.reset(); }
 
     void windowModeAndBackKeepTheSlide();
@@ -31,7 +35,7 @@ private:
     {
         mShow->folder.addFile("1.png", encoded(mPicture, "png"));
         mShow->addColour("2.png", QColor(30, 160, 30));
-        const bool started = mShow->startWithFolder();
+        const bool started = mRunning ? mShow->startWithFolder() : mShow->startAndRest();
         const auto window = started ? mShow->showWindow() : std::nullopt;
         mOpened = window && mShow->waitForScreen(fullScreenSlide(), QStringLiteral("first"), {0, 0.0});
         return window.value_or(0);
@@ -50,6 +54,7 @@ private:
     }
 
     bool mOpened = false;
+    bool mRunning = false; // a show that steps by itself never rests
     const QImage mPicture = quartersPicture(QSize(300, 200));
     std::unique_ptr<ShowDriver> mShow;
 };
@@ -172,6 +177,7 @@ void WindowsTest::aMinimisedShowStaysMinimised()
 {
     mShow->set(keys::slideInterval, 1);
     mShow->set(keys::autoStart, true);
+    mRunning = true;
     const WindowId window = open();
     QVERIFY(window != 0);
     mShow->server().minimise(window);

@@ -94,6 +94,7 @@ void SerialQueueTest::jobsFromSeveralThreadsAllRun()
     SerialQueue queue("test");
     int count = 0; // no atomic: only the queue's thread touches it
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int k = 0; k < 500; ++k) {

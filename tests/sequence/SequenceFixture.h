@@ -75,7 +75,7 @@ struct FiveFiles : SequenceFixture
 // Removes the current file and leaves the cursor before the next, as the show does with what it cannot decode.
 inline FileUrl dropCurrent(FileSequence& sequence)
 {
-    const FileUrl dropped = sequence.current();
+    FileUrl dropped = sequence.current();
     sequence.remove(dropped);
     sequence.stepBackAfterRemoval();
     return dropped;
