@@ -53,6 +53,10 @@ private Q_SLOTS:
     void newFilesWithNothingOnScreenAreShown();
     void droppedFilesAreRemembered();
 
+    // The hint
+    void theHintGivesWay_data();
+    void theHintGivesWay();
+
     // Keys
     void zeroKeepsTheInterval();
     void spaceStepsAStoppedShow();
@@ -335,6 +339,40 @@ void ShowRulesTest::droppedFilesAreRemembered()
     controller.nextSlide();
     QCOMPARE(shown(), QByteArray("3.png"));
     QVERIFY(controller.fileSequence().removedURLs().contains(mFixture->folder.urlOf("2a.jpg")));
+}
+
+void ShowRulesTest::theHintGivesWay_data()
+{
+    QTest::addColumn<QByteArray>("to");
+    QTest::newRow("the timer") << QByteArray("timer");
+    QTest::newRow("the first slide") << QByteArray("first");
+    QTest::newRow("the current file, changed") << QByteArray("changed");
+}
+
+void ShowRulesTest::theHintGivesWay()
+{
+    QFETCH(QByteArray, to);
+    QImage hint(64, 36, QImage::Format_RGB32);
+    hint.fill(Qt::darkGray);
+    QVERIFY(hint.save(QString::fromUtf8(mFixture->resourceFolder.addFile("hint screen.png"))));
+    mFixture->set(keys::hintsShown, false);
+    mFixture->set(keys::autoStart, true);
+    mFixture->set(keys::slideInterval, 5);
+    auto& controller = openThree();
+    QCOMPARE(shown(), QByteArray("hint screen.png"));
+    QVERIFY(mFixture->settings().boolValue(keys::hintsShown));
+    QVERIFY(controller.timerRuns());
+    if (to == "timer") {
+        mFixture->clock.advance(5s);
+    } else if (to == "first") {
+        controller.firstSlide();
+    } else {
+        controller.currentFileChanged();
+    }
+    QCOMPARE(shown(), QByteArray("1.png"));
+    QVERIFY(!controller.hintsScreenShown());
+    mFixture->clock.advance(5s);
+    QCOMPARE(shown(), QByteArray("2.png"));
 }
 
 void ShowRulesTest::zeroKeepsTheInterval()
