@@ -44,6 +44,9 @@ void CGRectUtilsTest::fits_data()
     QTest::newRow("both fractions") << QSizeF(100.9, 50.2) << QSizeF(200, 100) << true << QRectF(0, 0, 200, 100);
     QTest::newRow("target keeps its fraction")
         << QSizeF(100, 100) << QSizeF(50.5, 80.25) << false << QRectF(0, 14.875, 50.5, 50.5);
+    QTest::newRow("lower but too wide") << QSizeF(3840, 100) << screen << false << QRectF(0, 515, 1920, 50);
+    QTest::newRow("exact but for one pixel")
+        << QSizeF(1921, 1080) << screen << false << QRectF(0, 0.28110359187923677, 1920, 1079.4377928162415);
     QTest::newRow("negative counts as zero") << QSizeF(-7, 10) << QSizeF(20, 20) << false << QRectF(10, 5, 0, 10);
     QTest::newRow("tie takes the full width") << QSizeF(10, 10) << QSizeF(70, 70) << true << QRectF(0, 0, 70, 70);
 }
@@ -68,6 +71,9 @@ void CGRectUtilsTest::fills_data()
     QTest::newRow("high") << QSizeF(1000, 4000) << screen << QRectF(0, -3300, 1920, 7680);
     QTest::newRow("small is enlarged") << QSizeF(10, 10) << screen << QRectF(0, -420, 1920, 1920);
     QTest::newRow("equal factors") << QSizeF(960, 540) << screen << QRectF(0, 0, 1920, 1080);
+    QTest::newRow("target keeps its fraction")
+        << QSizeF(100, 50) << QSizeF(50.5, 80.25) << QRectF(-55, 0, 160.5, 80.25);
+    QTest::newRow("large is reduced") << QSizeF(3840, 4320) << screen << QRectF(0, -540, 1920, 2160);
     QTest::newRow("fraction is cut off") << QSizeF(4000.9, 1000.9) << screen << QRectF(-1200, 0, 4320, 1080);
 }
 
@@ -82,6 +88,10 @@ void CGRectUtilsTest::fills()
 void CGRectUtilsTest::zeroSizeGivesNotANumber()
 {
     QVERIFY(std::isnan(CGRectUtils::rectToFitSize(QSizeF(0, 0), QSizeF(100, 100), true).height()));
+    const QRectF filled = CGRectUtils::rectToFillSize(QSizeF(0, 50), QSizeF(100, 200));
+    QCOMPARE(filled.width(), 100.0);
+    QVERIFY(std::isinf(filled.height()));
+    QVERIFY(std::isnan(CGRectUtils::rectToFillSize(QSizeF(0, 0), QSizeF(100, 100)).width()));
     const double nan = std::numeric_limits<double>::quiet_NaN();
     QCOMPARE(CGRectUtils::rectToFitSize(QSizeF(nan, 10), QSizeF(20, 20), false), QRectF(10, 5, 0, 10));
 }
