@@ -162,6 +162,10 @@ void SlideController::openMenu()
             openPanelFinished(mOpenPanel->chosenFiles(), mOpenPanel->directoryUrl());
         }
         mActivation.windowsChange();
+        // Without a window manager nobody else gives the keyboard back.
+        if (mScreenWindow) {
+            mScreenWindow->activateWindow();
+        }
         scheduleVisibilityCheck();
     });
     mOpenPanel->open();

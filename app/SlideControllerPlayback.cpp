@@ -222,6 +222,7 @@ bool SlideController::present(const FileUrl& url, bool forward)
     if (url.isEmpty()) {
         return true;
     }
+    mScreenWindow->setWindowTitle(QString::fromUtf8(url.fileName()).simplified());
     if (isMovieURL(url)) {
         return false;
     }

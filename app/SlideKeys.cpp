@@ -49,10 +49,14 @@ int leadingNumber(const QString& text)
 
 std::optional<SlideKey> slideKey(const QKeyEvent& event)
 {
-    if (isSilent(event.key())) {
+    // Keys with Alt or the desktop's own modifier belong to menus and to the desktop.
+    if (isSilent(event.key()) || event.modifiers().testAnyFlags(Qt::AltModifier | Qt::MetaModifier)) {
         return std::nullopt;
     }
     SlideKey key;
+    if (event.modifiers().testFlag(Qt::ControlModifier)) {
+        return key; // a key like any other: it stops the show
+    }
     const int number = leadingNumber(event.text());
     if (number >= 1) {
         key.seconds = number;

@@ -14,7 +14,8 @@ struct SlideKey
     bool isSpace = false;
 };
 
-// Absent for keys that say nothing: modifiers alone, media keys, dead keys and input methods.
+// Absent for keys that say nothing: modifiers alone, media keys, dead keys, input methods, and all keys pressed with
+// Alt or Meta. With Control, a digit or the space bar is a key like any other.
 std::optional<SlideKey> slideKey(const QKeyEvent& event);
 
 } // namespace frameflow

@@ -6,7 +6,7 @@ namespace frameflow {
 
 namespace {
 
-constexpr Duration shortestSlide = std::chrono::milliseconds(10);
+constexpr Duration shortestSlide = std::chrono::milliseconds(100);
 constexpr Duration timeToLook = std::chrono::seconds(5);
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QTimer>
 #include <QVariantAnimation>
 #include <QWindow>
 
@@ -17,6 +18,8 @@ namespace {
 
 // How long the menu bar takes to slide in or out, in milliseconds.
 constexpr int revealTime = 120;
+// After this long a window manager has put its decoration on a window, in milliseconds.
+constexpr int decorationTime = 200;
 
 } // namespace
 
@@ -84,6 +87,8 @@ void SlideWindow::showAsWindow(const QRect& geometry)
     if (!geometry.isEmpty()) {
         setGeometry(geometry);
         mPendingFrame = geometry;
+        // The decoration's size comes without an event that a widget sees.
+        QTimer::singleShot(decorationTime, this, &SlideWindow::keepFrameInPlace);
     }
     layOut();
 }
@@ -196,8 +201,9 @@ void SlideWindow::keepFrameInPlace()
     if (mPendingFrame.isNull() || !mWindowMode || isFullScreen() || frameGeometry() == geometry()) {
         return;
     }
+    // Only while it stands where it was put: what a person moved stays there.
     const QRect wanted = std::exchange(mPendingFrame, QRect());
-    if (geometry().size() == wanted.size()) {
+    if (geometry() == wanted || frameGeometry().topLeft() == wanted.topLeft()) {
         move(wanted.left(), wanted.top() + wanted.height() - frameGeometry().height());
     }
 }

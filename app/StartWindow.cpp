@@ -7,7 +7,10 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QVBoxLayout>
+
+#include <sys/stat.h>
 
 namespace frameflow {
 
@@ -15,6 +18,29 @@ namespace {
 
 // Long names are cut in the middle at this many pixels; the tool tip has the whole.
 constexpr int longestName = 420;
+
+// A name may hold line ends and other characters that are no letters.
+QString printable(QString name)
+{
+    for (QChar& character : name) {
+        if (!character.isPrint() && !character.isSurrogate()) {
+            character = QChar::ReplacementCharacter;
+        }
+    }
+    return name;
+}
+
+QString sentenceAbout(const FileUrl& file)
+{
+    struct stat attributes
+    {
+    };
+    if (stat(file.path().constData(), &attributes) != 0) {
+        return StartWindow::tr("“%1” was not found.");
+    }
+    return S_ISDIR(attributes.st_mode) ? StartWindow::tr("No pictures or movies were found in “%1”.")
+                                       : StartWindow::tr("“%1” cannot be shown.");
+}
 
 } // namespace
 
@@ -55,8 +81,8 @@ StartWindow::StartWindow(const MainMenu& menu) : mTitle(new QLabel(this)), mMess
     auto* bar = menu.makeMenuBar();
     outer->setMenuBar(bar);
     outer->addLayout(column);
-    setMinimumSize(420, 260);
-    resize(560, 320);
+    setMinimumSize(280, 200);
+    resize(QSize(560, 320).boundedTo(screen()->availableSize() * 9 / 10));
     setNothingFound({});
     open->setFocus();
 }
@@ -71,9 +97,9 @@ void StartWindow::setNothingFound(const QList<FileUrl>& opened)
     }
     mTitle->setText(tr("Nothing to show"));
     if (opened.size() == 1) {
-        const QString path = opened.first().displayPath();
+        const QString path = printable(opened.first().displayPath());
         const QString name = fontMetrics().elidedText(path, Qt::ElideMiddle, longestName);
-        mMessage->setText(tr("No pictures or movies were found in “%1”.").arg(name));
+        mMessage->setText(sentenceAbout(opened.first()).arg(name));
         mMessage->setToolTip(path);
     } else {
         mMessage->setText(tr("No pictures or movies were found in what was opened."));

@@ -7,7 +7,9 @@
 #include <QLoggingCategory>
 #include <QSocketNotifier>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -42,6 +44,14 @@ int main(int argc, char** argv)
     using namespace frameflow;
     const QList<FileUrl> files = filesFromArguments(argumentsFrom(argc, argv));
     const int endingSignals = blockEndingSignals();
+
+    // Qt would abort with advice about its own installation.
+    const char* const displays[] = {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};
+    if (std::none_of(std::begin(displays), std::end(displays),
+            [](const char* name) { return qEnvironmentVariableIsSet(name); })) {
+        std::fputs("frameflow: there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.\n", stderr);
+        return 1;
+    }
 
     // The toolkit sees no arguments: a file may be called -style.
     int noArguments = argc > 0 ? 1 : 0;

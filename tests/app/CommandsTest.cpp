@@ -3,8 +3,10 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QPushButton>
 #include <QTest>
 
 using namespace frameflow;
@@ -40,6 +42,10 @@ private Q_SLOTS:
     void theOpenPanelOffersFoldersAndDisplayableFiles();
     void confirmingThePanelReplacesTheShow();
     void aSelectedFolderIsOpened();
+    void whatIsTypedIntoThePanelIsOpened_data();
+    void whatIsTypedIntoThePanelIsOpened();
+    void aTypedNameThatDoesNotExistIsSaid();
+    void namesInTheFieldAreOneOrQuoted();
     void cancellingThePanelChangesNothing();
 
 private:
@@ -52,6 +58,15 @@ private:
     }
     QAction* action(const char* id) { return mFixture->controller().mainMenu().action(QString::fromLatin1(id)); }
     QByteArray shown() const { return mFixture->shown(); }
+    // Into the panel's field, which has the focus as it has for a person.
+    void typeName(const QString& text)
+    {
+        auto* panel = mFixture->controller().openPanel();
+        auto* field = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+        QApplication::setActiveWindow(panel);
+        field->setFocus();
+        QTest::keyClicks(field, text);
+    }
     // What happens before every key, and before a menu opens.
     void lookUp()
     {
@@ -287,6 +302,57 @@ void CommandsTest::aSelectedFolderIsOpened()
     QMetaObject::invokeMethod(controller.openPanel(), "accept");
     QTRY_COMPARE(controller.fileSequence().count(), size_t(2));
     QVERIFY(controller.imageURL().path().startsWith(mFixture->folder.pathOf("album")));
+}
+
+void CommandsTest::whatIsTypedIntoThePanelIsOpened_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("count");
+    QTest::newRow("nothing: the folder in view") << QString() << 4;
+    QTest::newRow("a file") << QStringLiteral("1.png") << 1;
+    QTest::newRow("two files") << QStringLiteral("\"1.png\" \"3.png\"") << 2;
+    QTest::newRow("a folder") << QStringLiteral("album") << 2;
+    QTest::newRow("a folder and a file") << QStringLiteral("\"album\" \"3.png\"") << 3;
+    QTest::newRow("the folder itself") << QStringLiteral(".") << 4;
+}
+
+void CommandsTest::whatIsTypedIntoThePanelIsOpened()
+{
+    QFETCH(QString, text);
+    QFETCH(int, count);
+    auto& controller = mFixture->start();
+    mFixture->addPictures({"1.png", "3.png", "album/4.png", "album/5.png"});
+    controller.openMenu();
+    controller.openPanel()->setDirectory(QString::fromUtf8(mFixture->folder.path()));
+    typeName(text);
+    auto* open = controller.openPanel()->findChild<QPushButton*>(QStringLiteral("openButton"));
+    QVERIFY(open->isEnabled());
+    open->click();
+    QTRY_VERIFY(!controller.fileSequence().isCollecting() && controller.fileSequence().count() > 0);
+    QCOMPARE(controller.fileSequence().count(), size_t(count));
+}
+
+void CommandsTest::aTypedNameThatDoesNotExistIsSaid()
+{
+    auto& controller = openThree();
+    controller.openMenu();
+    controller.openPanel()->setDirectory(QString::fromUtf8(mFixture->folder.path()));
+    typeName(QStringLiteral("no such.png"));
+    controller.openPanel()->findChild<QPushButton*>(QStringLiteral("openButton"))->click();
+    QVERIFY(controller.openPanel() != nullptr && controller.openPanel()->isVisible());
+    QCOMPARE(controller.openPanel()->findChild<QLabel*>(QStringLiteral("message"))->text(),
+        QStringLiteral("“no such.png” was not found."));
+    QCOMPARE(controller.fileSequence().count(), size_t(3));
+}
+
+void CommandsTest::namesInTheFieldAreOneOrQuoted()
+{
+    QCOMPARE(OpenPanel::namesIn(QStringLiteral("  a b.png ")), QStringList{QStringLiteral("a b.png")});
+    QCOMPARE(OpenPanel::namesIn(QStringLiteral("\"a b.png\" \"c.png\"")),
+        (QStringList{QStringLiteral("a b.png"), QStringLiteral("c.png")}));
+    QCOMPARE(OpenPanel::namesIn(QStringLiteral("\"open end")), QStringList{QStringLiteral("open end")});
+    QCOMPARE(OpenPanel::namesIn(QStringLiteral("\"\"")), QStringList());
+    QCOMPARE(OpenPanel::namesIn(QString()), QStringList());
 }
 
 void CommandsTest::cancellingThePanelChangesNothing()

@@ -141,22 +141,28 @@ void LifecycleTest::filesAtLaunchTakeThePlaceOfTheWelcome()
 void LifecycleTest::nothingDisplayableIsSaidInAWindow_data()
 {
     QTest::addColumn<QByteArray>("what");
-    QTest::newRow("empty folder") << QByteArray("empty");
-    QTest::newRow("a text") << QByteArray("notes.txt");
-    QTest::newRow("nothing there") << QByteArray("gone");
-    QTest::newRow("an odd name") << QByteArray("a\n%;#?\xff");
+    QTest::addColumn<QString>("sentence");
+    QTest::newRow("empty folder") << QByteArray("empty") << QStringLiteral("No pictures or movies were found in “");
+    QTest::newRow("a text") << QByteArray("notes.txt") << QStringLiteral("” cannot be shown.");
+    QTest::newRow("a broken picture") << QByteArray("broken.jpg") << QStringLiteral("” cannot be shown.");
+    QTest::newRow("nothing there") << QByteArray("gone") << QStringLiteral("” was not found.");
+    QTest::newRow("an odd name") << QByteArray("a\n%1;#?\xff") << QStringLiteral("” was not found.");
 }
 
 void LifecycleTest::nothingDisplayableIsSaidInAWindow()
 {
     QFETCH(QByteArray, what);
+    QFETCH(QString, sentence);
     mFixture->folder.addFolder("empty");
+    mFixture->folder.addFile("broken.jpg", "no picture");
     mFixture->folder.addFile("notes.txt", "hello");
     mFixture->start();
     QVERIFY(mFixture->open({mFixture->folder.urlOf(what)}));
     QTRY_COMPARE(windows(), mStartOnly);
     const auto labels = mFixture->controller().startWindow()->findChildren<QLabel*>();
     QCOMPARE(labels.at(0)->text(), QStringLiteral("Nothing to show"));
+    QVERIFY2(labels.at(1)->text().contains(sentence), qPrintable(labels.at(1)->text()));
+    QVERIFY(!labels.at(1)->text().contains(QLatin1Char('\n')));
     QVERIFY(labels.at(1)->toolTip().startsWith(QString::fromUtf8(mFixture->folder.path())));
     QVERIFY(mFixture->controller().startWindow()->findChild<QPushButton*>(QStringLiteral("openButton"))->isEnabled());
 }
