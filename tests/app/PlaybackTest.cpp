@@ -42,7 +42,6 @@ private Q_SLOTS:
     void waitingAtTheEndTheTimerKeepsFiring();
     void filesThatArriveLaterContinueAWaitingShow();
     void navigationWhileATransitionRunsIsDropped();
-    void reloadingTheCurrentFileShowsItAgain();
 
     // Files that cannot be shown
     void anUndecodableFileDisappearsAndTheShowMovesOn_data();
@@ -329,15 +328,6 @@ void PlaybackTest::navigationWhileATransitionRunsIsDropped()
     QVERIFY(!controller.slideView()->isBusy());
     controller.next();
     QCOMPARE(shown(), QByteArray("2.png"));
-}
-
-void PlaybackTest::reloadingTheCurrentFileShowsItAgain()
-{
-    auto& controller = openThree();
-    controller.nextSlide();
-    controller.currentFileChanged();
-    QCOMPARE(shown(), QByteArray("2.png"));
-    QCOMPARE(controller.fileSequence().currentIndex(), size_t(1));
 }
 
 void PlaybackTest::anUndecodableFileDisappearsAndTheShowMovesOn_data()

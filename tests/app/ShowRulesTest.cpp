@@ -37,6 +37,8 @@ private Q_SLOTS:
     void goingFullScreenKeepsTheWindow();
     void aMissingDisplayIsNoError();
     void aShowAfterOneInAWindowIsFullScreen();
+    void activationRebuildsAWindowThatDoesNotCoverTheDisplay();
+    void resizingReadsAChangedFileAgain();
     void fullScreenOnTheSameDisplayStoresNothing();
     void theChosenDisplayIsStoredAfterwards();
 
@@ -185,6 +187,29 @@ void ShowRulesTest::aShowAfterOneInAWindowIsFullScreen()
     QVERIFY(mFixture->openFolder());
     QVERIFY(!controller.isWindowMode());
     QVERIFY(controller.screenWindow()->isFullScreen());
+}
+
+void ShowRulesTest::activationRebuildsAWindowThatDoesNotCoverTheDisplay()
+{
+    auto& controller = openThree();
+    controller.nextSlide();
+    controller.goFullScreen(nullptr); // as if the display had had another frame then
+    const QPointer<SlideWindow> before = controller.screenWindow();
+    controller.applicationWillBecomeActive();
+    QVERIFY(controller.screenWindow() != before);
+    QCOMPARE(controller.screenWindow()->geometry(), controller.currentScreen()->geometry());
+    QCOMPARE(shown(), QByteArray("2.png"));
+    QVERIFY(controller.slideView()->currentImage() != nullptr);
+}
+
+void ShowRulesTest::resizingReadsAChangedFileAgain()
+{
+    auto& controller = openThree();
+    controller.WindowMode();
+    mFixture->addPicture("1.png", Qt::blue, {60, 20});
+    mFixture->folder.setModified("1.png", 1000);
+    controller.screenWindow()->resize(300, 200);
+    QTRY_COMPARE(controller.slideView()->currentImage()->width(), 60U);
 }
 
 void ShowRulesTest::fullScreenOnTheSameDisplayStoresNothing()

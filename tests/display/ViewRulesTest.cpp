@@ -5,7 +5,6 @@
 #include <cstdio>
 
 using namespace frameflow;
-using namespace std::chrono_literals;
 
 // What the view does to the layers and pictures that a slide leaves behind.
 class ViewRulesTest : public QObject
@@ -121,19 +120,6 @@ private Q_SLOTS:
         fixture.show(solid({200, 100}, Qt::red));
         fixture.view->clearImage();
         QVERIFY(fixture.view->ImageOK());
-    }
-
-    void clearingDuringATransitionStaysClear()
-    {
-        ViewFixture fixture;
-        fixture.setTransition(QStringLiteral("Cross Fade"));
-        fixture.show(solid({200, 100}, Qt::red));
-        fixture.show(solid({200, 100}, Qt::green));
-        fixture.clock.advance(500ms);
-        fixture.view->clearImage();
-        fixture.clock.advance(1s);
-        QVERIFY(!fixture.view->isBusy());
-        QCOMPARE(fixture.grab(), solid({200, 100}, Qt::black));
     }
 
     void missingPictureWithoutASlideLeavesTheViewBlack()

@@ -131,6 +131,9 @@ void NavigationTest::atOffset_data()
     };
     row(4, 1, "a.jpg");
     row(4, -5, "e.jpg");
+    row(4, -6, "d.jpg");
+    row(4, -9, "a.jpg");
+    row(4, -10, "");
     row(4, 6, "");
     row(4, 5, "e.jpg");
     row(4, 0, "e.jpg");
