@@ -101,15 +101,16 @@ void OpenPanel::useOwnOpenButton()
     if (buttons == nullptr) {
         return;
     }
+    auto* open = buttons->addButton(tr("&Open"), QDialogButtonBox::ActionRole);
+    open->setObjectName(QStringLiteral("openButton"));
+    open->setDefault(true);
+    connect(open, &QPushButton::clicked, this, &OpenPanel::accept);
+    // Last, because a button that is added shows all the others.
     if (auto* own = buttons->button(QDialogButtonBox::Open)) {
         own->hide();
         own->setDefault(false);
         own->setAutoDefault(false);
     }
-    auto* open = buttons->addButton(tr("&Open"), QDialogButtonBox::ActionRole);
-    open->setObjectName(QStringLiteral("openButton"));
-    open->setDefault(true);
-    connect(open, &QPushButton::clicked, this, &OpenPanel::accept);
 }
 
 QStringList OpenPanel::namesIn(const QString& text)

@@ -142,6 +142,7 @@ void benchLarge(UserDefaults& defaults, SerialQueue& queue, const QByteArray& ro
 {
     medianCollection(defaults, queue, root, 750000);
     std::vector<double> own;
+    own.reserve(3);
     for (int i = 0; i < 3; ++i) {
         own.push_back(medianCollection(defaults, queue, root, 750000));
     }

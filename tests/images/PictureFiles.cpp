@@ -137,7 +137,7 @@ QByteArray quarters(const QImage& image, int tolerance)
     return result;
 }
 
-QImage quartersOf(const QByteArray& names, QSize size)
+QImage quartersOf(const QByteArray& colours, QSize size)
 {
     QImage image(size, QImage::Format_RGB32);
     const int x = size.width() / 2;
@@ -147,7 +147,7 @@ QImage quartersOf(const QByteArray& names, QSize size)
     QPainter painter(&image);
     for (int i = 0; i < 4; ++i) {
         for (const auto& letter : letters) {
-            if (letter.letter == names.at(i)) {
+            if (letter.letter == colours.at(i)) {
                 painter.fillRect(places[i], QColor(letter.colour));
             }
         }

@@ -19,7 +19,7 @@ constexpr QSize quartersSize(80, 48);
 // Red, green, blue and yellow quarters: as stored, "RGBY".
 QImage quartersPicture(QSize size = quartersSize);
 // Quarters of the colours that the letters name, in the order of quarters().
-QImage quartersOf(const QByteArray& letters, QSize size);
+QImage quartersOf(const QByteArray& colours, QSize size);
 // What a picture stored as "RGBY" looks like when it is turned as an EXIF orientation asks.
 QByteArray uprightQuarters(int orientation);
 
