@@ -28,6 +28,7 @@ private:
     static void onManyThreads(Work work)
     {
         std::vector<std::thread> threads;
+        threads.reserve(threadCount);
         for (int i = 0; i < threadCount; ++i) {
             threads.emplace_back([work, i] { work(i); });
         }
