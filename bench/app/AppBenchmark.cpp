@@ -204,13 +204,11 @@ private:
     // figure itself.
     void report(const char* name, double figure, double reference, std::optional<double> limit = {})
     {
-        const double ratio = reference > 0 ? figure / reference : 0;
-        const QByteArray shownRatio = reference > 0 ? QByteArray::number(ratio, 'f', 2) : QByteArray("-");
-        const QByteArray shownLimit = limit ? QByteArray::number(*limit) : QByteArray("-");
-        const bool isWithin
-            = figure < never && reference < never && (!limit || (reference > 0 ? ratio : figure) <= *limit);
+        const double ratio = reference > 0 ? figure / reference : figure;
+        const QByteArray shownLimit = limit ? QByteArray::number(*limit) : QByteArray();
+        const bool isWithin = figure < never && reference < never && (!limit || ratio <= *limit);
         mAllWithinLimits = mAllWithinLimits && isWithin;
-        std::printf("%s|%.1f|%.1f|%s|%s\n", name, figure, reference, shownRatio.constData(), shownLimit.constData());
+        std::printf("%s|%.1f|%.1f|%.2f|%s\n", name, figure, reference, ratio, shownLimit.constData());
         std::fflush(stdout);
     }
 
