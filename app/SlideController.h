@@ -161,6 +161,7 @@ private:
 
     FileUrl mImageURL;
     bool mHintsScreenShown = false;
+    bool mAutoPlayPending = false; // the first file was found, and is shown in the next turn of the event loop
     int mOpening = 0; // counts what was opened, so that a later one takes the place of an earlier
     bool mSteppingOver = false; // files that cannot be shown, with a part of them still to come
     OneShotTimer mTimer;

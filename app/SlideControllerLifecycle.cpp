@@ -116,7 +116,8 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
     const bool showFirst = adder == CollectionRequest::Adder::Files;
     mFileSequence.collect(mDispatchQueue, request, [this, showFirst] {
         // The hint stands for the slide that it covers: it stays, and the show will begin with the first of the order.
-        if (mHintsScreenShown) {
+        // So does a show that is about to begin.
+        if (mHintsScreenShown || mAutoPlayPending) {
             mFileSequence.first();
         } else if (showFirst) {
             firstSlide();

@@ -7,6 +7,8 @@
 #include "SlideTiming.h"
 #include "StartWindow.h"
 
+#include <utility>
+
 namespace frameflow {
 
 namespace {
@@ -254,6 +256,7 @@ void SlideController::endSlideShow()
     mHintsScreenShown = false;
     ++mOpening;
     mSteppingOver = false;
+    mAutoPlayPending = false;
     mFileSequence.abandonCollections();
     exitFullScreen();
     ++mPendingClears;
@@ -269,11 +272,18 @@ void SlideController::endSlideShow()
 
 void SlideController::firstFileFound()
 {
-    // The walk through the folder rests while the first picture is decoded, and until its window is likely to be on the
-    // screen: on a machine with few cores it would take them from both.
-    mFileSequence.giveWay(std::chrono::milliseconds(250));
-    autoPlay();
-    mFileSequence.giveWay(std::chrono::milliseconds(50));
+    // From the event loop: a small folder is in order by then, and its first picture is the only one to be decoded.
+    mAutoPlayPending = true;
+    postToMainThread([this, alive = std::weak_ptr(mAlive)] {
+        if (!alive.lock() || !std::exchange(mAutoPlayPending, false)) {
+            return;
+        }
+        // The walk through the folder rests while the picture is decoded, and until its window is likely to be on the
+        // screen: on a machine with few cores it would take them from both.
+        mFileSequence.giveWay(std::chrono::milliseconds(250));
+        autoPlay();
+        mFileSequence.giveWay(std::chrono::milliseconds(50));
+    });
 }
 
 void SlideController::newFilesFound()

@@ -57,7 +57,9 @@ bool ControllerFixture::openFolder()
 bool ControllerFixture::open(const QList<FileUrl>& files)
 {
     mController->applicationOpenFiles(files);
-    return QTest::qWaitFor([this] { return !mController->fileSequence().isCollecting(); }, 10000);
+    const bool collected = QTest::qWaitFor([this] { return !mController->fileSequence().isCollecting(); }, 10000);
+    QCoreApplication::processEvents(); // the show begins in the turn after
+    return collected;
 }
 
 void ControllerFixture::letTransitionEnd()
