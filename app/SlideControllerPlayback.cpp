@@ -200,10 +200,12 @@ void SlideController::showFirstOf(Candidate candidate)
     endEmptyShow();
 }
 
-// A show in which nothing can be shown ends, unless a running collection may still bring something.
+// A show in which nothing can be shown ends, unless something may still come: from a running collection, or from the
+// files that have not been tried yet.
 void SlideController::endEmptyShow()
 {
-    if (mFullScreenView != nullptr && !mFullScreenView->currentImage() && !mFileSequence.isCollecting()) {
+    const bool moreToCome = mFileSequence.isCollecting() || mSteppingOver || mAutoPlayPending;
+    if (mFullScreenView != nullptr && !mFullScreenView->currentImage() && !moreToCome) {
         mNothingFound = true;
         endSlideShow();
     }

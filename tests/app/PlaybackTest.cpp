@@ -50,6 +50,7 @@ private Q_SLOTS:
     void anUndecodableFirstFileDoesNotEndTheShow();
     void aFolderOfBrokenFilesEndsTheShow();
     void manyBrokenFilesLeaveTheWindowItsTurns();
+    void aCollectionThatEndsWhileBrokenFilesAreSteppedOverLeavesTheShow();
     void aFileThatVanishedIsSteppedOver();
     void moviesAreSteppedOverAndStayInTheSequence();
     void aFolderOfMoviesAloneEndsTheShow();
@@ -405,6 +406,24 @@ void PlaybackTest::manyBrokenFilesLeaveTheWindowItsTurns()
     controller.nextSlide();
     QTRY_COMPARE(shown(), QByteArray("2.png"));
     QCOMPARE(controller.fileSequence().count(), size_t(3));
+}
+
+void PlaybackTest::aCollectionThatEndsWhileBrokenFilesAreSteppedOverLeavesTheShow()
+{
+    mFixture->addPictures({"z.png"});
+    auto& controller = mFixture->start();
+    QVERIFY(mFixture->openFolder());
+    QTRY_COMPARE(shown(), QByteArray("z.png"));
+    for (int i = 0; i < 40; ++i) {
+        mFixture->folder.addFile("y" + QByteArray::number(100 + i) + ".jpg", "no picture");
+    }
+    // A window without a picture, as after a first file that turned out to be broken.
+    controller.slideView()->clearImage();
+    mFixture->clock.setStep(10ms);
+    QVERIFY(mFixture->openFolder());
+    QTRY_COMPARE(controller.fileSequence().count(), size_t(2)); // handed over twice
+    QTRY_COMPARE(shown(), QByteArray("z.png"));
+    QCOMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("SlideWindow")});
 }
 
 void PlaybackTest::aFileThatVanishedIsSteppedOver()
