@@ -1,5 +1,5 @@
 #include "ContentType.h"
-#include "DecoderModule.h"
+#include "ExtraDecoders.h"
 #include "KLImage.h"
 #include "PictureFiles.h"
 #include "TypeSamples.h"
@@ -106,9 +106,9 @@ void TypesTest::commonTypesDoNotLoadTheModule()
         QVERIFY2(KLImage::imageWithURL(mFolder.urlOf(name)), name);
         QVERIFY2(!KLImage::thumbNailFromURL(mFolder.urlOf(name)).isNull(), name);
     }
-    QVERIFY(!isDecoderModuleLoaded());
+    QVERIFY(!areExtraDecodersLoaded());
     QVERIFY(KLImage::imageWithURL(mFolder.urlOf("a.heic")));
-    QVERIFY(isDecoderModuleLoaded());
+    QVERIFY(areExtraDecodersLoaded());
 }
 
 void TypesTest::addTypeRows() const

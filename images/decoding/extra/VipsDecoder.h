@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DecoderModule.h"
+#include "ExtraDecoders.h"
 
 namespace frameflow {
 

@@ -14,7 +14,7 @@ struct RawHeader
 
 // The decoders whose libraries take long to load. They stand in a module of their own, so that a show of the common
 // types never pays for them. Each function may be called from any thread and gives pixels that are not turned.
-struct DecoderModule
+struct ExtraDecoders
 {
     DecodedPicture (*decodeWithVips)(const QByteArray& contents, ContentType type, int longestSide);
     // False when it is no camera raw file.
@@ -23,7 +23,7 @@ struct DecoderModule
 };
 
 // Loads the module on the first call; null when it is not installed. Any thread.
-const DecoderModule* decoderModule();
-bool isDecoderModuleLoaded();
+const ExtraDecoders* extraDecoders();
+bool areExtraDecodersLoaded();
 
 } // namespace frameflow

@@ -1,10 +1,10 @@
-#include "DecoderModule.h"
+#include "ExtraDecoders.h"
 #include "RawDecoder.h"
 #include "VipsDecoder.h"
 
-extern "C" Q_DECL_EXPORT const frameflow::DecoderModule* frameflowDecoders()
+extern "C" Q_DECL_EXPORT const frameflow::ExtraDecoders* frameflowDecoders()
 {
-    static constexpr frameflow::DecoderModule module{
+    static constexpr frameflow::ExtraDecoders module{
         &frameflow::decodeWithVips, &frameflow::readRawHeader, &frameflow::developRaw};
     return &module;
 }

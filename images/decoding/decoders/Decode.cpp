@@ -2,7 +2,7 @@
 
 #include "Colour.h"
 #include "ContentType.h"
-#include "DecoderModule.h"
+#include "ExtraDecoders.h"
 #include "FileContents.h"
 #include "FileTypes.h"
 #include "Limits.h"
@@ -25,7 +25,7 @@ constexpr double previewShare = 0.9;
 
 DecodedPicture decodeWithModule(const QByteArray& contents, ContentType type, int longestSide)
 {
-    const DecoderModule* const module = decoderModule();
+    const ExtraDecoders* const module = extraDecoders();
     return module != nullptr ? module->decodeWithVips(contents, type, longestSide)
                              : DecodedPicture::failed(DecodeError::NotAPicture);
 }
@@ -59,7 +59,7 @@ bool isLargeEnough(QSize preview, QSize raw, int longestSide)
 // Nothing when it is no camera raw file after all.
 std::optional<DecodedPicture> decodeRaw(const QByteArray& contents, int longestSide)
 {
-    const DecoderModule* const module = decoderModule();
+    const ExtraDecoders* const module = extraDecoders();
     RawHeader header;
     if (module == nullptr || !module->readRawHeader(contents, &header)) {
         return std::nullopt;

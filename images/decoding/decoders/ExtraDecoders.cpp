@@ -1,4 +1,4 @@
-#include "DecoderModule.h"
+#include "ExtraDecoders.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -12,7 +12,7 @@ namespace {
 
 std::atomic<bool> loaded = false;
 
-const DecoderModule* load()
+const ExtraDecoders* load()
 {
     // Beside the program as it is built, then where it is installed: only ever relative to the program.
     const QString folder = QCoreApplication::applicationDirPath();
@@ -26,7 +26,7 @@ const DecoderModule* load()
         }
         QLibrary library(path);
         library.setLoadHints(QLibrary::PreventUnloadHint);
-        const auto functions = reinterpret_cast<const DecoderModule* (*)()>(library.resolve("frameflowDecoders"));
+        const auto functions = reinterpret_cast<const ExtraDecoders* (*)()>(library.resolve("frameflowDecoders"));
         if (functions) {
             loaded = true;
             return functions();
@@ -37,13 +37,13 @@ const DecoderModule* load()
 
 } // namespace
 
-const DecoderModule* decoderModule()
+const ExtraDecoders* extraDecoders()
 {
-    static const DecoderModule* const module = load();
+    static const ExtraDecoders* const module = load();
     return module;
 }
 
-bool isDecoderModuleLoaded()
+bool areExtraDecodersLoaded()
 {
     return loaded;
 }

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "DecodedPicture.h"
+
+namespace frameflow {
+
+// Reads a movie through the descriptor, which must be a regular file, and leaves it open; opens nothing that the movie
+// names. Frames come upright in sRGB, reduced to the longest side that is wanted.
+
+// The frame at half the movie's length.
+DecodedPicture decodeMovieFrame(int descriptor, const DecodeRequest& request);
+
+// What the movie is, with its first frame; for sound alone its cover or no pixels. Fails for what cannot be played.
+DecodedPicture probeMovie(int descriptor, const DecodeRequest& request);
+
+} // namespace frameflow
