@@ -12,10 +12,11 @@ const std::vector<ActionRow>& actionTable()
 {
     using C = SlideController;
     static const std::vector<ActionRow> rows{
-        {"AboutFrameflow", {}, Needs::Nothing, &C::showAbout},
-        {"quit", {Qt::CTRL | Qt::Key_Q}, Needs::Nothing, &C::quit},
-        {"openMenu", {Qt::CTRL | Qt::Key_O}, Needs::Nothing, &C::openMenu},
-        {"cancel", {Qt::Key_Escape}, Needs::Nothing, &C::cancel},
+        {"AboutFrameflow", {}, Needs::Nothing, &C::showAbout, WhileWaiting::AtOnce},
+        {"quit", {Qt::CTRL | Qt::Key_Q}, Needs::Nothing, &C::quit, WhileWaiting::AtOnce},
+        {"openMenu", {Qt::CTRL | Qt::Key_O}, Needs::Nothing, &C::openMenu, WhileWaiting::AtOnce},
+        {"trashSlide", {Qt::Key_Delete}, Needs::Nothing, &C::trashSlide, WhileWaiting::Refused},
+        {"cancel", {Qt::Key_Escape}, Needs::Nothing, &C::cancel, WhileWaiting::AtOnce},
         {"Play", {Qt::CTRL | Qt::Key_P}, Needs::Slides, &C::Play},
         {"nextSlide", {Qt::Key_Right, Qt::Key_PageDown}, Needs::Slides, &C::nextSlide},
         {"previousSlide", {Qt::Key_Left, Qt::Key_PageUp}, Needs::Slides, &C::previousSlide},
@@ -25,9 +26,9 @@ const std::vector<ActionRow>& actionTable()
         {"ZoomToFit", {Qt::CTRL | Qt::Key_2}, Needs::Nothing, &C::ZoomToFit},
         {"FillScreen", {Qt::CTRL | Qt::Key_3}, Needs::Nothing, &C::FillScreen},
         {"Stretch", {Qt::CTRL | Qt::Key_4}, Needs::Nothing, &C::Stretch},
-        {"ShowChooseScreen", {}, Needs::Nothing, &C::ShowChooseScreen},
-        {"WindowMode", {Qt::CTRL | Qt::SHIFT | Qt::Key_W}, Needs::Nothing, &C::WindowMode},
-        {"FullScreen", {Qt::Key_F11}, Needs::WindowMode, &C::FullScreen},
+        {"ShowChooseScreen", {}, Needs::Nothing, &C::ShowChooseScreen, WhileWaiting::AtOnce},
+        {"WindowMode", {Qt::CTRL | Qt::SHIFT | Qt::Key_W}, Needs::Nothing, &C::WindowMode, WhileWaiting::AtOnce},
+        {"FullScreen", {Qt::Key_F11}, Needs::WindowMode, &C::FullScreen, WhileWaiting::AtOnce},
     };
     return rows;
 }

@@ -18,6 +18,14 @@ enum class Needs
     WindowMode, // the show runs in a window
 };
 
+// What becomes of a command that is given while a slide is being waited for.
+enum class WhileWaiting
+{
+    Waits, // until the slide is there, in its turn
+    AtOnce,
+    Refused,
+};
+
 // One command: its id is the object name of its action in the main menu.
 struct ActionRow
 {
@@ -25,6 +33,7 @@ struct ActionRow
     QList<QKeySequence> keys;
     Needs needs;
     void (SlideController::*handler)();
+    WhileWaiting whileWaiting = WhileWaiting::Waits;
 };
 
 const std::vector<ActionRow>& actionTable();

@@ -8,8 +8,10 @@
 #include "MainMenu.h"
 #include "OpenPanel.h"
 #include "SerialQueue.h"
+#include "SlideKeys.h"
 #include "SlideWindow.h"
 #include "UserDefaults.h"
+#include "WaitingLine.h"
 
 #include <QPointer>
 #include <QScreen>
@@ -82,6 +84,7 @@ public:
     void ZoomToFit();
     void FillScreen();
     void Stretch();
+    void trashSlide();
     void shuffle();
     void sortOrderChanged();
     void keyDown(QKeyEvent* event);
@@ -104,6 +107,7 @@ public:
     bool isWindowMode() const { return mWindowMode; }
     bool hintsScreenShown() const { return mHintsScreenShown; }
     double lastSlideTime() const { return mLastSlideTime; }
+    bool isWaitingForSlide() const { return isWaiting(); }
 
 private:
     void startTimer();
@@ -111,17 +115,38 @@ private:
     void myTimerFireMethod();
     void slideIntervalChanged();
     std::optional<FileUrl> nextURL();
-    void dropUnloadable(const FileUrl& url);
-    void endEmptyShow();
+    void stepForward();
+    void stepBack();
+    void beginShow();
+
     // A file to be put on screen; when it cannot be shown, those after it.
     struct Candidate
     {
         FileUrl url;
         bool forward = true;
-        FileUrl firstSkipped; // the first that was stepped over and kept
+        bool isHint = false;
+        bool wasWaitedFor = false;
+        FileUrl firstSkipped = {}; // the first that was stepped over and kept
     };
-    void showFirstOf(Candidate candidate);
-    bool present(const FileUrl& url, bool forward);
+    void show(Candidate candidate);
+    void prepareWindow(const FileUrl& url);
+    void proceed();
+    bool stepOver();
+    bool present(const Candidate& candidate);
+    void slideAppeared(const Candidate& candidate);
+    void dropUnloadable(const FileUrl& url);
+    void endEmptyShow();
+
+    // While a slide is being decoded for the screen the old one stays, and whatever else would read or change sequence,
+    // cursor or view waits.
+    bool isWaiting() const { return mAwaited.has_value(); }
+    // Runs the job now, or when no slide is being waited for any more.
+    void inTurn(WaitingLine::Job job, WaitingLine::From from = WaitingLine::From::Person);
+    void serveWaitingLine();
+    void cancelWait();
+    void updateReadAhead();
+    void viewResized();
+    void reloadIfChanged(const KLImagePtr& image);
 
     void collect(CollectionRequest::Adder adder, const QList<FileUrl>& entries);
     void collectionFinished();
@@ -129,6 +154,7 @@ private:
 
     void makeScreenWindow();
     void closeScreenWindow();
+    void showOnChosenScreen();
     void screenRemoved(QScreen* screen);
     FileUrl hintPicture() const;
     void scheduleVisibilityCheck();
@@ -137,6 +163,8 @@ private:
 
     CommandState commandState() const;
     void connectActions();
+    void perform(const ActionRow& row);
+    void slideKeyPressed(const SlideKey& key);
     void validateMenuItems();
     void setFitMode(const QString& mode);
     void openPanelFinished(const QList<FileUrl>& chosen, const QUrl& folder);
@@ -162,8 +190,9 @@ private:
     FileUrl mImageURL;
     bool mHintsScreenShown = false;
     bool mAutoPlayPending = false; // the first file was found, and is shown in the next turn of the event loop
-    int mOpening = 0; // counts what was opened, so that a later one takes the place of an earlier
-    bool mSteppingOver = false; // files that cannot be shown, with a part of them still to come
+    std::optional<Candidate> mAwaited; // absent while no slide is being waited for
+    WaitingLine mWaitingLine;
+    FileUrl mJustPresented; // in this turn of the event loop
     OneShotTimer mTimer;
     bool mTimerExists = false;
     double mSlideTime = 0;

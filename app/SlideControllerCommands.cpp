@@ -17,10 +17,19 @@ void SlideController::connectActions()
     for (const ActionRow& row : actionTable()) {
         QAction* action = mMainMenu.action(QString::fromLatin1(row.id));
         action->setShortcuts(row.keys);
-        connect(action, &QAction::triggered, this, [this, handler = row.handler] { (this->*handler)(); });
+        connect(action, &QAction::triggered, this, [this, row] { perform(row); });
     }
     mMainMenu.setRefresher([this] { validateMenuItems(); });
     validateMenuItems();
+}
+
+void SlideController::perform(const ActionRow& row)
+{
+    if (row.whileWaiting == WhileWaiting::Waits) {
+        inTurn([this, handler = row.handler] { (this->*handler)(); });
+    } else if (row.whileWaiting == WhileWaiting::AtOnce || !isWaiting()) {
+        (this->*row.handler)();
+    }
 }
 
 CommandState SlideController::commandState() const
@@ -52,11 +61,14 @@ void SlideController::validateMenuItems()
 
 void SlideController::setFitMode(const QString& mode)
 {
-    delayNextImage();
-    mSharedUserDefaults.setValue(keys::imageFitMode, mode);
-    if (mFullScreenView != nullptr) {
-        mFullScreenView->updateFitMode();
-    }
+    inTurn([this, mode] {
+        delayNextImage();
+        mSharedUserDefaults.setValue(keys::imageFitMode, mode);
+        if (mFullScreenView != nullptr) {
+            mFullScreenView->updateFitMode();
+            updateReadAhead();
+        }
+    });
 }
 
 void SlideController::ShrinkToFit()
@@ -79,16 +91,32 @@ void SlideController::Stretch()
     setFitMode(keys::fitModeStretch);
 }
 
+// Refused while a slide is being waited for: what a person means is what is on screen.
+void SlideController::trashSlide()
+{
+    if (isWaiting()) {
+        return;
+    }
+    const FileUrl url = mFileSequence.trash();
+    if (!url.isEmpty()) {
+        openImageURL(url, true);
+    }
+}
+
 void SlideController::shuffle()
 {
-    mFileSequence.shuffle();
-    firstSlide();
+    inTurn([this] {
+        mFileSequence.shuffle();
+        firstSlide();
+    });
 }
 
 void SlideController::sortOrderChanged()
 {
-    mFileSequence.sort();
-    firstSlide();
+    inTurn([this] {
+        mFileSequence.sort();
+        firstSlide();
+    });
 }
 
 void SlideController::showAbout()
@@ -127,19 +155,24 @@ void SlideController::keyDown(QKeyEvent* event)
             return;
         }
     }
-    const auto key = slideKey(*event);
-    if (!key) {
-        return;
+    if (const auto key = slideKey(*event)) {
+        if (key->isSpace) {
+            event->accept();
+        }
+        inTurn([this, key = *key] { slideKeyPressed(key); });
     }
-    if (key->seconds) {
-        mSharedUserDefaults.setValue(keys::slideInterval, static_cast<float>(*key->seconds));
+}
+
+void SlideController::slideKeyPressed(const SlideKey& key)
+{
+    if (key.seconds) {
+        mSharedUserDefaults.setValue(keys::slideInterval, static_cast<float>(*key.seconds));
         Start();
     } else {
         Stop();
     }
-    if (key->isSpace) {
+    if (key.isSpace) {
         nextSlide();
-        event->accept();
     }
 }
 

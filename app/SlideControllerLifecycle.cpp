@@ -4,6 +4,7 @@
 #include "MainThread.h"
 #include "OpenPanel.h"
 #include "PropertyList.h"
+#include "ReadAhead.h"
 #include "RectText.h"
 #include "ScreenChoice.h"
 #include "SettingsKeys.h"
@@ -34,20 +35,23 @@ QVariantMap defaultsFromResources()
 
 SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder)
     : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
-      mActivation(clock, [this] { applicationWillBecomeActive(); }), mCurrentScreen(QGuiApplication::primaryScreen()),
+      mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }), mCurrentScreen(QGuiApplication::primaryScreen()),
       mTimer(clock), mDispatchQueue("com.quillory.filesequence"), mFileSequence(defaults)
 {
     mFileSequence.setDelegate(this);
+    mFileSequence.setGate([this](WaitingLine::Job job) { inTurn(std::move(job), WaitingLine::From::Sequence); });
 }
 
 SlideController::~SlideController()
 {
     mFileSequence.setDelegate(nullptr);
     mFileSequence.abandonCollections();
+    cancelWait();
     delete mOpenPanel;
     delete mAbout;
     closeScreenWindow();
     KLImageCache::purge();
+    ReadAhead::instance().purge();
     KLThumbnailCache::purge();
 }
 
@@ -81,7 +85,7 @@ void SlideController::applicationOpenFiles(const QList<FileUrl>& files)
 
 void SlideController::applicationWillBecomeActive()
 {
-    if (mFileSequence.isCollecting() || mSteppingOver) {
+    if (mFileSequence.isCollecting()) {
         return;
     }
     if (!hasCurrentFile()) {
@@ -133,6 +137,7 @@ void SlideController::collectionFinished()
         mStartWindow->setNothingFound(mLastOpened);
     }
     endEmptyShow();
+    updateReadAhead();
     scheduleVisibilityCheck();
 }
 
@@ -157,6 +162,11 @@ void SlideController::ShowChooseScreen()
 }
 
 void SlideController::ChangeScreen()
+{
+    inTurn([this] { showOnChosenScreen(); });
+}
+
+void SlideController::showOnChosenScreen()
 {
     if (!mChooseScreenWindow) {
         return;
@@ -203,10 +213,12 @@ FileUrl SlideController::hintPicture() const
 
 void SlideController::ShowHintScreen()
 {
-    const FileUrl hint = hintPicture();
-    openImageURL(hint, true);
-    mHintsScreenShown = mImageURL == hint; // unless its file is damaged, and the show has moved on
-    mSharedUserDefaults.setValue(keys::hintsShown, true);
+    inTurn([this] {
+        mSharedUserDefaults.setValue(keys::hintsShown, true);
+        Candidate hint{hintPicture(), true};
+        hint.isHint = true;
+        show(hint);
+    });
 }
 
 void SlideController::goFullScreen(QScreen* screen)
@@ -230,7 +242,7 @@ void SlideController::makeScreenWindow()
     mMainMenu.addSlideKeysTo(mFullScreenView);
     connect(mScreenWindow.get(), &SlideWindow::keyUnhandled, this, &SlideController::keyDown);
     connect(mScreenWindow.get(), &SlideWindow::closeRequested, this, &SlideController::cancel);
-    connect(mScreenWindow.get(), &SlideWindow::resized, mFullScreenView, &KLLayerView::refresh);
+    connect(mScreenWindow.get(), &SlideWindow::resized, this, &SlideController::viewResized);
 }
 
 void SlideController::closeScreenWindow()

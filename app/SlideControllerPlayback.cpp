@@ -2,6 +2,7 @@
 #include "KLImageCache.h"
 #include "KLThumbnailCache.h"
 #include "MainThread.h"
+#include "ReadAhead.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "SlideTiming.h"
@@ -10,13 +11,6 @@
 #include <utility>
 
 namespace frameflow {
-
-namespace {
-
-// How long the window may be without an answer while files that cannot be shown are stepped over.
-constexpr Duration longestStepping = std::chrono::milliseconds(30);
-
-} // namespace
 
 // ---- The timer
 
@@ -36,7 +30,10 @@ void SlideController::resetTimer()
 void SlideController::myTimerFireMethod()
 {
     resetTimer();
-    next();
+    // A slide that is being waited for gets its full time: the timer begins anew when it appears.
+    if (!isWaiting()) {
+        next();
+    }
 }
 
 void SlideController::Start()
@@ -88,26 +85,37 @@ void SlideController::delayNextImage()
 
 void SlideController::firstSlide()
 {
-    const FileUrl url = mFileSequence.first();
-    if (!url.isEmpty()) {
-        resetTimer();
-        openImageURL(url, false);
-    }
+    inTurn([this] {
+        const FileUrl url = mFileSequence.first();
+        if (!url.isEmpty()) {
+            resetTimer();
+            openImageURL(url, false);
+        }
+    });
 }
 
 void SlideController::nextSlide()
 {
-    resetTimer();
-    next();
+    inTurn([this] {
+        resetTimer();
+        next();
+    });
 }
 
 void SlideController::previousSlide()
 {
-    resetTimer();
-    previous();
+    inTurn([this] {
+        resetTimer();
+        previous();
+    });
 }
 
 void SlideController::next()
+{
+    inTurn([this] { stepForward(); });
+}
+
+void SlideController::stepForward()
 {
     if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
         return;
@@ -133,6 +141,11 @@ std::optional<FileUrl> SlideController::nextURL()
 
 void SlideController::previous()
 {
+    inTurn([this] { stepBack(); });
+}
+
+void SlideController::stepBack()
+{
     if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
         return;
     }
@@ -144,106 +157,18 @@ void SlideController::previous()
 
 void SlideController::reloadCurrent()
 {
-    if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
-        return;
-    }
-    const FileUrl url = mFileSequence.current();
-    if (!url.isEmpty()) {
-        openImageURL(url, true);
-    }
+    inTurn([this] {
+        const bool isBusy = mFullScreenView != nullptr && mFullScreenView->isBusy();
+        const FileUrl url = mFileSequence.current();
+        if (!isBusy && !url.isEmpty()) {
+            show({url, true});
+        }
+    });
 }
 
 bool SlideController::isMovieURL(const FileUrl& url)
 {
     return KLImage::isMovieURL(url);
-}
-
-// ---- Putting a file on screen
-
-void SlideController::openImageURL(const FileUrl& url, bool forward)
-{
-    showFirstOf({url, forward, {}});
-}
-
-// Files that cannot be shown are stepped over, one after another. A folder may hold a hundred thousand of them: after a
-// while the rest waits for the next turn of the event loop, and whatever is opened meanwhile takes its place.
-void SlideController::showFirstOf(Candidate candidate)
-{
-    const int opening = ++mOpening;
-    mSteppingOver = false;
-    const TimePoint begun = mClock.now();
-    while (!present(candidate.url, candidate.forward)) {
-        if (!isMovieURL(candidate.url)) {
-            dropUnloadable(candidate.url);
-        } else if (candidate.firstSkipped.isEmpty()) {
-            // Stepped over but kept: without a player nothing is known against the file.
-            candidate.firstSkipped = candidate.url;
-        } else if (candidate.firstSkipped == candidate.url) {
-            break; // a whole round without a slide
-        }
-        const auto next = nextURL();
-        if (!next) {
-            break;
-        }
-        candidate.url = *next;
-        candidate.forward = true;
-        if (mClock.now() - begun > longestStepping) {
-            mSteppingOver = true;
-            postToMainThread([this, candidate, opening, alive = std::weak_ptr(mAlive)] {
-                if (alive.lock() && mOpening == opening) {
-                    showFirstOf(candidate);
-                }
-            });
-            return;
-        }
-    }
-    endEmptyShow();
-}
-
-// A show in which nothing can be shown ends, unless something may still come: from a running collection, or from the
-// files that have not been tried yet.
-void SlideController::endEmptyShow()
-{
-    const bool moreToCome = mFileSequence.isCollecting() || mSteppingOver || mAutoPlayPending;
-    if (mFullScreenView != nullptr && !mFullScreenView->currentImage() && !moreToCome) {
-        mNothingFound = true;
-        endSlideShow();
-    }
-}
-
-// False when the file cannot be shown.
-bool SlideController::present(const FileUrl& url, bool forward)
-{
-    mHintsScreenShown = false;
-    mImageURL = url;
-    if (mScreenWindow) {
-        mScreenWindow->hidePointerUntilMouseMoves();
-    }
-    if (mFullScreenView == nullptr || !mScreenWindow->isVisible()) {
-        goFullScreen(mCurrentScreen);
-        mScreenWindow->hidePointerUntilMouseMoves();
-    }
-    if (url.isEmpty()) {
-        return true;
-    }
-    mScreenWindow->setWindowTitle(QString::fromUtf8(url.fileName()).simplified());
-    if (isMovieURL(url)) {
-        return false;
-    }
-    mFullScreenView->setImageWithURL(url, forward);
-    const TimePoint now = mClock.now();
-    if (mLastSlideChange) {
-        mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);
-    }
-    mLastSlideChange = now;
-    return mFullScreenView->ImageOK();
-}
-
-void SlideController::dropUnloadable(const FileUrl& url)
-{
-    mFileSequence.remove(url);
-    mImageURL = {};
-    mFileSequence.stepBackAfterRemoval();
 }
 
 // ---- The end of a show
@@ -256,10 +181,9 @@ void SlideController::endSlideShow()
     }
     mImageURL = {};
     mHintsScreenShown = false;
-    ++mOpening;
-    mSteppingOver = false;
     mAutoPlayPending = false;
     mFileSequence.abandonCollections();
+    cancelWait();
     exitFullScreen();
     ++mPendingClears;
     mFileSequence.clearOn(mDispatchQueue, [this] {
@@ -267,6 +191,7 @@ void SlideController::endSlideShow()
         scheduleVisibilityCheck();
     });
     KLImageCache::purge();
+    ReadAhead::instance().purge();
     KLThumbnailCache::purge();
 }
 
@@ -277,25 +202,32 @@ void SlideController::firstFileFound()
     // From the event loop: a small folder is in order by then, and its first picture is the only one to be decoded.
     mAutoPlayPending = true;
     postToMainThread([this, alive = std::weak_ptr(mAlive)] {
-        if (!alive.lock() || !std::exchange(mAutoPlayPending, false)) {
-            return;
+        if (alive.lock() && mAutoPlayPending) {
+            inTurn([this] { beginShow(); });
         }
+    });
+}
+
+void SlideController::beginShow()
+{
+    if (std::exchange(mAutoPlayPending, false)) {
         // The walk through the folder rests while the picture is decoded, and until its window is likely to be on the
         // screen: on a machine with few cores it would take them from both.
         mFileSequence.giveWay(std::chrono::milliseconds(250));
         autoPlay();
-        mFileSequence.giveWay(std::chrono::milliseconds(50));
-    });
+    }
 }
 
 void SlideController::newFilesFound()
 {
-    const bool nothingOnScreen = mImageURL.isEmpty();
-    const bool asSoonAsPossible = !mTimerExists && mSharedUserDefaults.boolValue(keys::showNewItemsASAP);
-    if (nothingOnScreen || asSoonAsPossible) {
-        next();
-        autoPlay();
-    }
+    inTurn([this] {
+        const bool nothingOnScreen = mImageURL.isEmpty();
+        const bool asSoonAsPossible = !mTimerExists && mSharedUserDefaults.boolValue(keys::showNewItemsASAP);
+        if (nothingOnScreen || asSoonAsPossible) {
+            next();
+            autoPlay();
+        }
+    });
 }
 
 void SlideController::currentFileChanged()

@@ -1,6 +1,7 @@
 #include "KLLayerView.h"
 
 #include "AssertionFailure.h"
+#include "CGRectUtils.h"
 #include "Clock.h"
 #include "Coordinates.h"
 #include "KLImageCache.h"
@@ -14,6 +15,25 @@
 #include <unistd.h>
 
 namespace frameflow {
+
+namespace {
+
+bool isFittedByShape(const QString& mode)
+{
+    return mode == keys::fitModeFit || mode == keys::fitModeZoom || mode == keys::fitModeFill;
+}
+
+// Where a picture stands in a view. Words that name no mode stretch it.
+QRectF frameOf(QSizeF picture, QSizeF view, const QString& mode)
+{
+    if (mode == keys::fitModeFill) {
+        return CGRectUtils::rectToFillSize(picture, view);
+    }
+    return isFittedByShape(mode) ? KLImage::rectToFitSize(picture, view, mode == keys::fitModeZoom)
+                                 : QRectF(QPointF(), view);
+}
+
+} // namespace
 
 KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent)
     : QWidget(parent), mDefaults(defaults), mCompositor(Compositor::create(clock, [this] { update(); })),
@@ -114,16 +134,25 @@ QRectF KLLayerView::rectForLayer(const LayerPtr& layer) const
 
 QRectF KLLayerView::rectForImage(const KLImagePtr& image) const
 {
-    const QSizeF viewSize = size();
+    const QString mode = fitMode();
+    if (!image && isFittedByShape(mode)) {
+        return {};
+    }
+    return frameOf(image ? image->uprightSize() : QSizeF(), size(), mode);
+}
+
+FrameRule KLLayerView::frameRule() const
+{
+    return [area = area(), mode = fitMode()](QSize picture) {
+        const auto pixels = pixelRect(frameOf(picture, area.size, mode), area);
+        return pixels ? pixels->size() : QSize();
+    };
+}
+
+QString KLLayerView::fitMode() const
+{
     const QVariant stored = mDefaults.value(keys::imageFitMode);
-    const QString mode = stored.isValid() ? stored.toString() : keys::fitModeFit;
-    if (mode == keys::fitModeFit || mode == keys::fitModeZoom) {
-        return image ? image->rectToFitScreen(viewSize, mode == keys::fitModeZoom) : QRectF();
-    }
-    if (mode == keys::fitModeFill) {
-        return image ? image->rectToFillScreen(viewSize) : QRectF();
-    }
-    return {QPointF(), viewSize};
+    return stored.isValid() ? stored.toString() : keys::fitModeFit;
 }
 
 void KLLayerView::resetLayer(const LayerPtr& layer)
@@ -183,7 +212,9 @@ void KLLayerView::prepareCopies()
     std::vector<ReducedCopies::Wanted> wanted;
     for (const LayerPtr& layer : {mCurrentLayer, mPreviousLayer}) {
         const auto pixels = pixelRect(layer->frame(), viewArea);
-        wanted.push_back({layer->contents(), pixels ? pixels->size() : QSize()});
+        const KLImagePtr image = imageOfLayer(layer);
+        wanted.push_back(
+            {layer->contents(), pixels ? pixels->size() : QSize(), image ? image->reduced() : QImage()});
     }
     mCopies.setWanted(wanted, picturesIn(presentation(*mBackgroundLayer, mCompositor->now())));
 }

@@ -36,7 +36,7 @@ public:
     // Not owned; null for none.
     void setDelegate(KLImageDisplayDelegate* delegate) { mDelegate = delegate; }
 
-    // Loads through the image cache, waiting for it, and presents. Dropped while the view is busy; a file without a
+    // Loads through the image cache, waiting for it, and presents. What was decoded ahead is there at once. Dropped while the view is busy; a file without a
     // picture makes ImageOK() false and changes nothing else.
     void setImageWithURL(const FileUrl& url, bool forward);
     // Presents a picture, with a transition where there is a slide before it and no animation runs. Not null.
@@ -53,6 +53,9 @@ public:
     QRectF rectForLayer(const LayerPtr& layer) const;
     // By the fit mode; for no image the zero rectangle, or the view's bounds where the mode stretches.
     QRectF rectForImage(const KLImagePtr& image) const;
+
+    // On which device pixels a picture would be shown now. The rule stays as it is when view or settings change.
+    FrameRule frameRule() const;
 
     void resetLayer(const LayerPtr& layer);
     void currentOnTop() { put(mCurrentLayer, mPreviousLayer); }
@@ -91,6 +94,7 @@ private:
     LayerPtr addLayer();
     KLImagePtr imageOfLayer(const LayerPtr& layer) const;
     ViewArea area() const;
+    QString fitMode() const;
     // Gives the root layer the view's bounds. A view that is not shown yet is told late of its size.
     void fitRootLayer();
     // Has the pictures of both image layers ready in the size of their frames.

@@ -1,10 +1,11 @@
 #include "KLImage.h"
 
 #include "CGRectUtils.h"
-#include "Decode.h"
+#include "DecoderPool.h"
 #include "FileContents.h"
 #include "FileTypes.h"
 #include "Orientation.h"
+#include "ReadAhead.h"
 
 #include <utility>
 
@@ -25,14 +26,6 @@ QImage in32Bits(const QImage& image)
     return image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
 }
 
-DecodedPicture decode(const FileDescriptor& file, const FileUrl& url, int longestSide)
-{
-    DecodeRequest request;
-    request.fileName = url.fileName().toByteArray();
-    request.longestSide = longestSide;
-    return decodePicture(file.number(), request);
-}
-
 // Whether the file was no picture to begin with, rather than one that could not be decoded.
 bool cannotBeOpened(DecodeError error)
 {
@@ -40,11 +33,6 @@ bool cannotBeOpened(DecodeError error)
 }
 
 } // namespace
-
-struct KLImage::LoadedFile
-{
-    FileStamp stamp;
-};
 
 KLImage::KLImage(const FileUrl& url, const QImage& bitmap, int orientation)
     : mCGImage(in32Bits(bitmap)), mOrientation(validOrientation(orientation)), mUrl(url), mSize(bitmap.size())
@@ -54,8 +42,13 @@ KLImage::KLImage(const FileUrl& url, const QImage& bitmap, int orientation)
 
 KLImagePtr KLImage::imageWithURL(const FileUrl& url)
 {
+    return ReadAhead::instance().take(url);
+}
+
+KLImagePtr KLImage::imageWithDecoded(const FileUrl& url, DecodedFile&& file)
+{
     auto image = std::make_shared<KLImage>();
-    image->loadFromURL(url);
+    image->take(url, std::move(file));
     return image->mCGImage.isNull() ? nullptr : image;
 }
 
@@ -84,13 +77,32 @@ bool KLImage::isMovieURL(const FileUrl& url)
 
 QImage KLImage::thumbNailFromURL(const FileUrl& url)
 {
-    return isMovieURL(url) ? QImage() : imageThumbFromURL(url);
+    return isMovieURL(url) ? videoThumbFromURL(url) : imageThumbFromURL(url);
 }
 
 QImage KLImage::imageThumbFromURL(const FileUrl& url)
 {
-    const FileDescriptor file = openForDecoding(url);
-    return file.isOpen() ? decode(file, url, thumbnailSide).pixels : QImage();
+    DecodeJob job = thumbnailJob(url);
+    job.request.wanted = Wanted::Picture;
+    return DecoderPool::instance().decodeAndWait(job).picture.pixels;
+}
+
+QImage KLImage::videoThumbFromURL(const FileUrl& url)
+{
+    DecodeJob job = thumbnailJob(url);
+    job.request.wanted = Wanted::MovieFrame;
+    return DecoderPool::instance().decodeAndWait(job).picture.pixels;
+}
+
+DecodeJob KLImage::thumbnailJob(const FileUrl& url)
+{
+    DecodeJob job;
+    job.url = url;
+    job.request.wanted = isMovieURL(url) ? Wanted::MovieFrame : Wanted::Picture;
+    job.request.fileName = url.fileName().toByteArray();
+    job.request.longestSide = thumbnailSide;
+    job.urgency = Urgency::Thumbnail;
+    return job;
 }
 
 int KLImage::orientation(const QVariantMap& properties)
@@ -117,32 +129,49 @@ void KLImage::loadFromURL(const FileUrl& url)
 {
     mTransform = QTransform();
     mOrientation = 1;
-    const FileDescriptor file = openForDecoding(url);
-    const auto stamp = file.isOpen() ? stampOf(file) : std::nullopt;
-    if (!stamp) {
-        return;
-    }
-    DecodedPicture picture = decode(file, url, 0);
-    if (cannotBeOpened(picture.error)) {
+    DecodeJob job;
+    job.url = url;
+    job.request.fileName = url.fileName().toByteArray();
+    take(url, DecoderPool::instance().decodeAndWait(job));
+}
+
+void KLImage::take(const FileUrl& url, DecodedFile&& file)
+{
+    mTransform = QTransform();
+    mOrientation = 1;
+    DecodedPicture& picture = file.picture;
+    if (!file.stamp || cannotBeOpened(picture.error)) {
         return;
     }
     mUrl = url;
-    mLoadedFile = std::make_shared<LoadedFile>(LoadedFile{*stamp});
+    mStamp = file.stamp;
     mCGImage = std::move(picture.pixels);
+    mReduced = QImage();
     mSize = picture.size;
     mOrientation = picture.orientation;
     mTransform = orientationTransform(mCGImage.size(), mOrientation);
     loadImageWithTransform();
 }
 
+QSize KLImage::reductionFor(const FrameRule& frame) const
+{
+    const QSize pixels = frame ? frame(uprightSize().toSize()) : QSize();
+    return !pixels.isEmpty() && needsReduction(mCGImage.size(), pixels) ? pixels : QSize();
+}
+
+bool KLImage::isPreparedFor(const FrameRule& frame) const
+{
+    const QSize pixels = reductionFor(frame);
+    return pixels.isEmpty() || mReduced.size() == pixels;
+}
+
 void KLImage::refresh()
 {
-    const auto stamp = stampOf(mUrl);
-    if (!mCGImage.isNull() && mLoadedFile && stamp && *stamp == mLoadedFile->stamp) {
-        return;
+    if (mCGImage.isNull() || !mStamp || stampOf(mUrl) != mStamp) {
+        mCGImage = QImage();
+        mReduced = QImage();
+        loadFromURL(mUrl);
     }
-    mCGImage = QImage();
-    loadFromURL(mUrl);
 }
 
 void KLImage::loadImageWithTransform()
@@ -155,6 +184,7 @@ void KLImage::loadImageWithTransform()
         return;
     }
     mCGImage = std::move(upright);
+    mReduced = QImage();
     mSize = turnedSize(mSize, mOrientation);
     mTransform = QTransform();
     mOrientation = 1;

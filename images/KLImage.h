@@ -1,6 +1,8 @@
 #pragma once
 
+#include "FileContents.h"
 #include "FileUrl.h"
+#include "Reduction.h"
 
 #include <QImage>
 #include <QRectF>
@@ -13,6 +15,8 @@
 namespace frameflow {
 
 class KLImage;
+struct DecodedFile;
+struct DecodeJob;
 using KLImagePtr = std::shared_ptr<KLImage>;
 
 // A decoded still picture, upright, in sRGB with 8 bits a channel. Shared between the cache and the view; not to be
@@ -25,8 +29,10 @@ public:
     // Around a bitmap that was decoded elsewhere and still has that EXIF orientation.
     KLImage(const FileUrl& url, const QImage& bitmap, int orientation);
 
-    // Null when the file cannot be decoded. Blocks while the file is read and decoded.
+    // Null when the file cannot be decoded. Takes what has been decoded ahead, else blocks while that is done.
     static KLImagePtr imageWithURL(const FileUrl& url);
+    // Around what a decoder answered; null when that is no picture.
+    static KLImagePtr imageWithDecoded(const FileUrl& url, DecodedFile&& file);
     // Around a picture that is in memory already; its URL is absent. Null for a null picture.
     static KLImagePtr imageWithImage(const QImage& image);
 
@@ -34,6 +40,9 @@ public:
     // A picture of at most 300 pixels on its longer side, upright; null when none can be made. Any thread; blocks.
     static QImage thumbNailFromURL(const FileUrl& url);
     static QImage imageThumbFromURL(const FileUrl& url);
+    static QImage videoThumbFromURL(const FileUrl& url);
+    // What a decoder is to be asked for a thumbnail of that file, as a movie or as a still picture.
+    static DecodeJob thumbnailJob(const FileUrl& url);
 
     // The EXIF orientation, 1 to 8, that stands under "Orientation" in a picture's properties.
     static int orientation(const QVariantMap& properties);
@@ -44,10 +53,21 @@ public:
     // without a bitmap. Of a bitmap that is not upright yet, the size as it lies.
     quint32 width() const;
     quint32 height() const;
+    // The two as the picture is to be looked at, turned where its bitmap is not yet.
+    QSizeF uprightSize() const;
     bool turnedImage() const { return mOrientation >= 5; }
     QTransform getTransform() const { return mTransform; }
     // The bitmap, RGB32 or ARGB32_Premultiplied; null when loading failed.
     QImage getCGImage() const { return mCGImage; }
+    // The bitmap as it was last prepared for being shown; null where it was not.
+    const QImage& reduced() const { return mReduced; }
+    void setReduced(const QImage& reduced) { mReduced = reduced; }
+    // Whether it can be drawn on the pixels of that rule without being reduced first.
+    bool isPreparedFor(const FrameRule& frame) const;
+    // The size of the reduced copy that the rule asks for; empty when the bitmap itself is to be drawn.
+    QSize reductionFor(const FrameRule& frame) const;
+    // Of the file at the time when it was decoded; absent for what was not read from a file.
+    std::optional<FileStamp> stamp() const { return mStamp; }
     const FileUrl& mURL() const { return mUrl; }
     void setMURL(const FileUrl& url) { mUrl = url; }
 
@@ -62,17 +82,15 @@ public:
     static QRectF rectToFitSize(QSizeF size, QSizeF inSize, bool expand);
 
 private:
-    struct LoadedFile;
-
-    QSizeF uprightSize() const;
-
+    void take(const FileUrl& url, DecodedFile&& file);
     QImage mCGImage;
+    QImage mReduced;
     QTransform mTransform{0, 0, 0, 0, 0, 0};
     int mOrientation = 0;
     FileUrl mUrl;
     QVariantMap mMetaData;
     QSize mSize;
-    std::shared_ptr<const LoadedFile> mLoadedFile;
+    std::optional<FileStamp> mStamp;
 };
 
 } // namespace frameflow

@@ -60,6 +60,11 @@ public:
     FileSequence(const FileSequence&) = delete;
     FileSequence& operator=(const FileSequence&) = delete;
 
+    // Through which everything that queued work brings reaches this sequence, on the main thread and in order. A gate may
+    // keep a job and run it later, or drop it. None: jobs run as they come.
+    using Gate = std::function<void(std::function<void()> job)>;
+    void setGate(Gate gate) { mGate = std::move(gate); }
+
     // Not owned; null for none.
     void setDelegate(FileSequenceDelegate* delegate) { myDelegate = delegate; }
 
@@ -154,6 +159,7 @@ private:
     void beginCollection(const CollectionRequest& request, bool mayHoldEquals);
     void applyResult(SlideItems&& items, const QList<FileUrl>& removed, std::optional<SortOrder> order);
     void reconcile(SlideItems& items) const;
+    static void deliver(const std::shared_ptr<FileSequence*>& self, std::function<void(FileSequence&)> job);
     void endPending();
     void dropPending();
     void reset();
@@ -165,6 +171,7 @@ private:
     quint64 mCurrentFileIndex = 0;
     FileUrl mHotFolder;
     FileSequenceDelegate* myDelegate = nullptr;
+    Gate mGate;
     ScanTime mLastHotfolderScan;
     bool mAllowHotFolder = true;
     bool mAddDirectories = true;

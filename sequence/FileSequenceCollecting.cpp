@@ -62,9 +62,9 @@ CollectionReports FileSequence::reports(
 {
     // What is posted reaches the sequence only if it lives and the collection has not been given up.
     const auto post = [self = mSelf, generation = mGeneration](std::function<void(FileSequence&)> job) {
-        postToMainThread([self, generation, job = std::move(job)] {
-            if (*self != nullptr && (*self)->mGeneration == generation) {
-                job(**self);
+        deliver(self, [generation, job = std::move(job)](FileSequence& sequence) {
+            if (sequence.mGeneration == generation) {
+                job(sequence);
             }
         });
     };
@@ -95,6 +95,26 @@ CollectionReports FileSequence::reports(
               });
           };
     return reports;
+}
+
+// Any thread.
+void FileSequence::deliver(const std::shared_ptr<FileSequence*>& self, std::function<void(FileSequence&)> job)
+{
+    const auto run = [self, job = std::move(job)] {
+        if (*self != nullptr) {
+            job(**self);
+        }
+    };
+    postToMainThread([self, run] {
+        if (*self == nullptr) {
+            return;
+        }
+        if (const Gate gate = (*self)->mGate) {
+            gate(run);
+        } else {
+            run();
+        }
+    });
 }
 
 void FileSequence::beginCollection(const CollectionRequest& request, bool mayHoldEquals)
@@ -186,11 +206,7 @@ void FileSequence::clearOn(SerialQueue& queue, std::function<void()> finished)
             if (collected && !cancel.isCancelled()) {
                 collected->items = {};
             }
-            postToMainThread([self, finished] {
-                if (*self == nullptr) {
-                    return;
-                }
-                auto& sequence = **self;
+            deliver(self, [finished](FileSequence& sequence) {
                 --sequence.mCollecting.pendingClears;
                 sequence.mCollecting.removed.clear();
                 sequence.mCollecting.added.clear();

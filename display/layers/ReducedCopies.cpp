@@ -6,29 +6,6 @@
 
 namespace frameflow {
 
-namespace {
-
-QImage inDrawableFormat(const QImage& picture)
-{
-    if (picture.format() == QImage::Format_RGB32 || picture.format() == QImage::Format_ARGB32_Premultiplied) {
-        return picture;
-    }
-    return picture.convertToFormat(
-        picture.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
-}
-
-QImage reducedTo(const QImage& picture, QSize pixels)
-{
-    return inDrawableFormat(picture.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-}
-
-} // namespace
-
-bool needsReduction(QSize picture, QSize pixels)
-{
-    return pixels.width() < picture.width() && pixels.height() < picture.height();
-}
-
 ReducedCopies::ReducedCopies(std::function<void()> improved) : mImproved(std::move(improved)), mQueue("reduced copies")
 {
 }
@@ -53,6 +30,8 @@ void ReducedCopies::setWanted(const std::vector<Wanted>& wanted, const QSet<qint
         entry.wanted = want.pixels;
         if (!needsReduction(want.picture.size(), want.pixels)) {
             entry.full = inDrawableFormat(entry.full);
+        } else if (want.prepared.size() == want.pixels) {
+            entry.reduced = want.prepared;
         } else if (isNew) {
             entry.reduced = reducedTo(entry.full, want.pixels);
         } else if (entry.reduced.size() != want.pixels && entry.inProgress.isEmpty()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Reduction.h"
 #include "SerialQueue.h"
 
 #include <QHash>
@@ -22,6 +23,7 @@ public:
     {
         QImage picture;
         QSize pixels; // that the picture is to be drawn on; empty where that does not matter
+        QImage prepared = {}; // a reduced copy that somebody has made already; null for none
     };
 
     // "Improved" is called on the main thread when a better copy has come.
@@ -53,8 +55,5 @@ private:
     std::shared_ptr<char> mLife = std::make_shared<char>();
     SerialQueue mQueue;
 };
-
-// Whether a picture drawn on so many pixels is to be reduced first: only where both its sides shrink.
-bool needsReduction(QSize picture, QSize pixels);
 
 } // namespace frameflow

@@ -1,0 +1,231 @@
+#include "KLImageCache.h"
+#include "MainThread.h"
+#include "ReadAhead.h"
+#include "SettingsKeys.h"
+#include "SlideController.h"
+
+#include <utility>
+
+namespace frameflow {
+
+// ---- Putting a file on screen
+
+void SlideController::openImageURL(const FileUrl& url, bool forward)
+{
+    // What is on its way to the screen, or came there in this turn, is not presented twice.
+    const bool isOnItsWay = mAwaited && mWaitingLine.isEmpty() && mAwaited->url == url;
+    if (isOnItsWay || (!url.isEmpty() && url == mJustPresented)) {
+        return;
+    }
+    inTurn([this, url, forward] { show({url, forward}); });
+}
+
+void SlideController::show(Candidate candidate)
+{
+    prepareWindow(candidate.url);
+    if (!candidate.url.isEmpty()) {
+        mAwaited = std::move(candidate);
+        proceed();
+    }
+}
+
+void SlideController::prepareWindow(const FileUrl& url)
+{
+    mHintsScreenShown = false;
+    mImageURL = url;
+    if (mScreenWindow) {
+        mScreenWindow->hidePointerUntilMouseMoves();
+    }
+    if (mFullScreenView == nullptr || !mScreenWindow->isVisible()) {
+        goFullScreen(mCurrentScreen);
+        mScreenWindow->hidePointerUntilMouseMoves();
+    }
+}
+
+// Puts the awaited file on screen when its picture is there; steps over those that have none.
+void SlideController::proceed()
+{
+    while (mAwaited) {
+        if (!isMovieURL(mAwaited->url)) {
+            const AheadFile file{mAwaited->url, mFullScreenView->frameRule()};
+            ReadAhead& readAhead = ReadAhead::instance();
+            if (!readAhead.isReady(file)) {
+                mAwaited->wasWaitedFor = true;
+                readAhead.ask(file, [this, alive = std::weak_ptr(mAlive)] {
+                    if (alive.lock()) {
+                        proceed();
+                    }
+                });
+                if (mFullScreenView->currentImage()) {
+                    updateReadAhead(); // nothing comes before the first picture of a show
+                }
+                return;
+            }
+            if (present(*mAwaited)) {
+                slideAppeared(*std::exchange(mAwaited, std::nullopt));
+                break;
+            }
+        }
+        if (!stepOver()) {
+            break;
+        }
+    }
+    endEmptyShow();
+    serveWaitingLine();
+}
+
+// On to the file after one that cannot be shown; false when there is none.
+bool SlideController::stepOver()
+{
+    Candidate candidate = *mAwaited;
+    if (!isMovieURL(candidate.url)) {
+        dropUnloadable(candidate.url);
+    } else if (candidate.firstSkipped.isEmpty()) {
+        // Stepped over but kept: without a player nothing is known against the file.
+        candidate.firstSkipped = candidate.url;
+    } else if (candidate.firstSkipped == candidate.url) {
+        mAwaited.reset(); // a whole round without a slide
+        return false;
+    }
+    const auto next = nextURL();
+    if (!next) {
+        mAwaited.reset();
+        return false;
+    }
+    candidate.url = *next;
+    candidate.forward = true;
+    candidate.isHint = false;
+    prepareWindow(candidate.url);
+    mAwaited = std::move(candidate);
+    return true;
+}
+
+// A show in which nothing can be shown ends, unless something may still come: from a running collection, or from the
+// files that have not been tried yet.
+void SlideController::endEmptyShow()
+{
+    const bool moreToCome = mFileSequence.isCollecting() || isWaiting() || mAutoPlayPending;
+    if (mFullScreenView != nullptr && !mFullScreenView->currentImage() && !moreToCome) {
+        mNothingFound = true;
+        endSlideShow();
+    }
+}
+
+// False when the file cannot be shown.
+bool SlideController::present(const Candidate& candidate)
+{
+    mScreenWindow->setWindowTitle(QString::fromUtf8(candidate.url.fileName()).simplified());
+    mFullScreenView->setImageWithURL(candidate.url, candidate.forward);
+    const TimePoint now = mClock.now();
+    if (mLastSlideChange) {
+        mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);
+    }
+    mLastSlideChange = now;
+    return mFullScreenView->ImageOK();
+}
+
+void SlideController::slideAppeared(const Candidate& candidate)
+{
+    mHintsScreenShown = candidate.isHint;
+    mJustPresented = candidate.url;
+    postToMainThread([this, alive = std::weak_ptr(mAlive)] {
+        if (alive.lock()) {
+            mJustPresented = {};
+        }
+    });
+    if (candidate.wasWaitedFor) {
+        resetTimer(); // it is seen for its full time
+        mFileSequence.giveWay(std::chrono::milliseconds(50));
+    }
+    updateReadAhead();
+}
+
+void SlideController::dropUnloadable(const FileUrl& url)
+{
+    mFileSequence.remove(url);
+    mImageURL = {};
+    mFileSequence.stepBackAfterRemoval();
+}
+
+// ---- Waiting for it
+
+void SlideController::inTurn(WaitingLine::Job job, WaitingLine::From from)
+{
+    if (isWaiting()) {
+        mWaitingLine.add(from, std::move(job));
+    } else {
+        job();
+    }
+}
+
+void SlideController::serveWaitingLine()
+{
+    const std::weak_ptr alive(mAlive);
+    while (!isWaiting() && !mWaitingLine.isEmpty()) {
+        mWaitingLine.takeFirst()();
+        if (alive.expired()) {
+            return;
+        }
+    }
+}
+
+void SlideController::cancelWait()
+{
+    mAwaited.reset();
+    ReadAhead::instance().cancelAsked();
+    for (const auto& job : mWaitingLine.clear()) {
+        job();
+    }
+}
+
+// ---- What comes next
+
+void SlideController::updateReadAhead()
+{
+    std::vector<AheadFile> files;
+    if (mFullScreenView != nullptr) {
+        const FrameRule frame = mFullScreenView->frameRule();
+        const size_t count = mFileSequence.count();
+        const size_t index = mFileSequence.currentIndex();
+        const bool goesRound = mSharedUserDefaults.stringValue(keys::endMode) == keys::endModeRewind;
+        // In the order in which they are likely to be wanted. The hint stands for the slide that it covers.
+        const QList<int> offsets = mHintsScreenShown ? QList{0, 1, 2} : QList{1, 2, -1};
+        for (const int offset : offsets) {
+            const bool isPastTheEnd = offset > 0 && index + size_t(offset) >= count;
+            const FileUrl url = isPastTheEnd && !goesRound ? FileUrl() : mFileSequence.atOffset(offset);
+            if (!url.isEmpty() && !isMovieURL(url)) {
+                files.push_back({url, frame});
+            }
+        }
+    }
+    ReadAhead::instance().setWanted(files);
+}
+
+// ---- The size of the view
+
+// Never waits: the slide is placed anew at once, and what else there is to do is done meanwhile.
+void SlideController::viewResized()
+{
+    if (mFullScreenView == nullptr) {
+        return;
+    }
+    mFullScreenView->updateFitMode();
+    if (const KLImagePtr image = mFullScreenView->currentImage()) {
+        ReadAhead::instance().lookAt(image, [this, image, alive = std::weak_ptr(mAlive)] {
+            if (alive.lock()) {
+                inTurn([this, image] { reloadIfChanged(image); });
+            }
+        });
+    }
+}
+
+// The file of a slide has changed since it was decoded.
+void SlideController::reloadIfChanged(const KLImagePtr& image)
+{
+    if (mFullScreenView != nullptr && mFullScreenView->currentImage() == image) {
+        KLImageCache::removeImageWithURL(image->mURL());
+        show({image->mURL(), true});
+    }
+}
+
+} // namespace frameflow
