@@ -1,5 +1,7 @@
 #include "ControllerFixture.h"
 
+#include "ReadAhead.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QImage>
@@ -60,6 +62,21 @@ bool ControllerFixture::open(const QList<FileUrl>& files)
     const bool collected = QTest::qWaitFor([this] { return !mController->fileSequence().isCollecting(); }, 10000);
     QCoreApplication::processEvents(); // the show begins in the turn after
     return collected;
+}
+
+QList<QByteArray> ControllerFixture::filesAhead() const
+{
+    QList<QByteArray> names;
+    for (const FileUrl& url : ReadAhead::instance().files()) {
+        names.append(url.fileName().toByteArray());
+    }
+    return names;
+}
+
+bool ControllerFixture::waitUntilAhead(const QByteArray& name) const
+{
+    const AheadFile file{folder.urlOf(name), mController->slideView()->frameRule()};
+    return QTest::qWaitFor([&] { return ReadAhead::instance().isReady(file); }, 20000);
 }
 
 void ControllerFixture::letTransitionEnd()

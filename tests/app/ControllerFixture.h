@@ -36,6 +36,10 @@ public:
 
     // The name of the file on screen.
     QByteArray shown() const { return mController->imageURL().fileName().toByteArray(); }
+    // The names of the files that are decoded ahead, or being decoded.
+    QList<QByteArray> filesAhead() const;
+    // Waits until the file of that name could be shown at once.
+    bool waitUntilAhead(const QByteArray& name) const;
     // Lets a transition, if one runs, come to its end.
     void letTransitionEnd();
     void press(int key, const QString& text = {}, Qt::KeyboardModifiers modifiers = Qt::NoModifier);

@@ -1,0 +1,272 @@
+// bench_steps [PROGRAM] [STEPS]
+// Measures what a person feels who steps through photographs of 24 megapixels: from the event of the key to the pixels
+// on an X server of its own, after a rest on each slide and as fast as slides appear. The reference of the hurried steps
+// is two djpeg side by side. Prints lines "name|figure|reference|ratio|limit" and fails when a limit is exceeded.
+
+#include "Program.h"
+#include "SettingsKeys.h"
+#include "XServer.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QImage>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+
+using namespace frameflow;
+using namespace frameflow::e2e;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr double never = 1e9; // milliseconds
+constexpr QSize photograph(6000, 4000);
+constexpr std::array colours{0xFFE614C8U, 0xFF14B43CU, 0xFF1E28DCU, 0xFFE6D214U};
+constexpr xcb_keycode_t rightArrow = 114; // of the usual keyboard of an X server on Linux
+
+bool isColour(QRgb pixel, QRgb colour)
+{
+    constexpr int tolerance = 12; // JPEG
+    return std::abs(qRed(pixel) - qRed(colour)) <= tolerance && std::abs(qGreen(pixel) - qGreen(colour)) <= tolerance
+        && std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
+}
+
+// As hard to decode as a photograph, with fine lines beside a plain square in the middle, by which it is known.
+QImage picture(QRgb colour)
+{
+    QImage image(photograph, QImage::Format_RGB32);
+    QRandomGenerator random(7);
+    for (int y = 0; y < image.height(); ++y) {
+        auto* const line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            const int noise = static_cast<int>(random.generate() & 15);
+            line[x] = qRgb(x / 30 + noise, y / 20 + noise, (x ^ y) / 32 % 128 + noise);
+        }
+    }
+    const QSize square = image.size() / 6;
+    QPainter painter(&image);
+    painter.fillRect(
+        QRect(image.rect().center() - QPoint(square.width(), square.height()) / 2, square), QColor(colour));
+    return image;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? never : (values[values.size() / 2] + values[(values.size() - 1) / 2]) / 2;
+}
+
+double percentile95(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const auto rank = static_cast<size_t>(std::ceil(0.95 * static_cast<double>(values.size())));
+    return values.empty() ? never : values[std::max<size_t>(rank, 1) - 1];
+}
+
+// A key as the keyboard itself sends it.
+class Keyboard
+{
+public:
+    Keyboard() : mConnection(xcb_connect(nullptr, nullptr)) { }
+    ~Keyboard() { xcb_disconnect(mConnection); }
+    Keyboard(const Keyboard&) = delete;
+    Keyboard& operator=(const Keyboard&) = delete;
+
+    void press(xcb_keycode_t key) const
+    {
+        xcb_test_fake_input(mConnection, XCB_KEY_PRESS, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+        xcb_test_fake_input(mConnection, XCB_KEY_RELEASE, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+        xcb_flush(mConnection);
+    }
+
+private:
+    xcb_connection_t* mConnection;
+};
+
+class Bench
+{
+public:
+    Bench(const QString& program, int steps) : mProgram(program), mSteps(steps), mServer(XServer::open())
+    {
+        if (!mServer) {
+            qFatal("no X server");
+        }
+        for (size_t i = 0; i < colours.size(); ++i) {
+            if (!picture(colours[i]).save(name(static_cast<int>(i)), "JPG", 90)) {
+                qFatal("no room for the pictures");
+            }
+        }
+        for (int i = static_cast<int>(colours.size()); i < 3 * mSteps + 10; ++i) {
+            const int original = i % static_cast<int>(colours.size());
+            if (link(QFile::encodeName(name(original)).constData(), QFile::encodeName(name(i)).constData()) != 0) {
+                qFatal("no links");
+            }
+        }
+    }
+
+    bool run()
+    {
+        writeSettings({{keys::hintsShown, true}, {keys::autoStart, false}, {keys::transition, QStringLiteral("None")},
+            {keys::sort, keys::sortByName}, {keys::autoCheckNewVersion, false}});
+        if (!mProgram.start({mFolder.path()}) || !awaitSlide()) {
+            std::fprintf(stderr, "no first slide: %s\n", mProgram.output().constData());
+            return false;
+        }
+        rested();
+        hurried();
+        return mAllWithinLimits;
+    }
+
+private:
+    QString name(int number) const
+    {
+        return mFolder.filePath(QStringLiteral("%1.jpg").arg(number, 5, 10, QLatin1Char('0')));
+    }
+
+    void rested()
+    {
+        std::vector<double> times;
+        bool isSharp = true;
+        for (int i = 0; i < mSteps; ++i) {
+            std::this_thread::sleep_for(2s);
+            times.push_back(step());
+            const QImage atOnce = mServer->grab(mServer->bounds());
+            std::this_thread::sleep_for(300ms);
+            isSharp = isSharp && atOnce == mServer->grab(mServer->bounds());
+        }
+        report("step after two seconds, median, ms", median(times), 0, 20);
+        report("step after two seconds, 95th percentile, ms", percentile95(times), 0, 35);
+        report("pictures that became sharper after they appeared", isSharp ? 0 : 1, 0, 0);
+    }
+
+    void hurried()
+    {
+        std::vector<double> times;
+        std::vector<double> reference;
+        for (int i = 0; i < 2 * mSteps; ++i) {
+            times.push_back(step());
+        }
+        std::this_thread::sleep_for(3s); // what is read ahead is not to slow down the reference
+        for (int i = 0; i < 7; ++i) {
+            reference.push_back(twoSideBySide());
+        }
+        const double both = median(reference);
+        report("hurried step, median, ms against half of two djpeg side by side", median(times), both / 2, 1.25);
+        report("hurried step, 95th percentile, ms against two djpeg side by side", percentile95(times), both, 1.15);
+    }
+
+    // Milliseconds from the key to the middle of the next picture.
+    double step()
+    {
+        mShown = (mShown + 1) % colours.size();
+        QElapsedTimer timer;
+        timer.start();
+        mKeyboard.press(rightArrow);
+        return awaitSlide() ? static_cast<double>(timer.nsecsElapsed()) / 1e6 : never;
+    }
+
+    bool awaitSlide()
+    {
+        const QPoint centre = mServer->bounds().center();
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < 30000) {
+            if (isColour(mServer->pixel(centre), colours[mShown])) {
+                return true;
+            }
+            std::this_thread::sleep_for(500us);
+        }
+        return false;
+    }
+
+    double twoSideBySide() const
+    {
+        QElapsedTimer timer;
+        timer.start();
+        std::array<pid_t, 2> children{};
+        for (size_t i = 0; i < children.size(); ++i) {
+            children[i] = startDjpeg(QFile::encodeName(name(static_cast<int>(i))));
+        }
+        bool worked = true;
+        for (const pid_t child : children) {
+            int status = -1;
+            worked = waitpid(child, &status, 0) == child && status == 0 && worked;
+        }
+        return worked ? static_cast<double>(timer.nsecsElapsed()) / 1e6 : never;
+    }
+
+    static pid_t startDjpeg(const QByteArray& path)
+    {
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        QByteArray program("djpeg");
+        QByteArray argument(path);
+        std::array<char*, 3> words{program.data(), argument.data(), nullptr};
+        pid_t child = -1;
+        if (posix_spawnp(&child, program.constData(), &actions, nullptr, words.data(), environ) != 0) {
+            qFatal("djpeg is missing");
+        }
+        posix_spawn_file_actions_destroy(&actions);
+        return child;
+    }
+
+    // The limit is of the ratio, or of the figure itself where there is no reference.
+    void report(const char* what, double figure, double reference, double limit)
+    {
+        const double ratio = reference > 0 ? figure / reference : figure;
+        const bool isWithin = figure < never && reference < never && ratio <= limit;
+        mAllWithinLimits = mAllWithinLimits && isWithin;
+        std::printf("%s|%.1f|%.1f|%.2f|%g\n", what, figure, reference, ratio, limit);
+        std::fflush(stdout);
+    }
+
+    Program mProgram;
+    int mSteps;
+    std::unique_ptr<XServer> mServer;
+    Keyboard mKeyboard;
+    QTemporaryDir mFolder;
+    size_t mShown = 0;
+    bool mAllWithinLimits = true;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (!qEnvironmentVariableIsSet("FRAMEFLOW_TEST_HOME")) {
+        std::vector<char*> arguments{argv, argv + argc};
+        static char mode[] = "display";
+        static char script[] = RUN_ISOLATED;
+        QByteArray self = QFile::symLinkTarget(QStringLiteral("/proc/self/exe")).toUtf8();
+        arguments[0] = self.data();
+        arguments.insert(arguments.begin(), {script, mode});
+        arguments.push_back(nullptr);
+        qputenv("FRAMEFLOW_TEST_SCREEN", "1920x1080x24");
+        execv(script, arguments.data());
+        qFatal("%s cannot be run", script);
+    }
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/frameflow");
+    const int steps = arguments.value(2, QStringLiteral("20")).toInt();
+    return Bench(arguments.value(1, beside), std::max(steps, 1)).run() ? 0 : 1;
+}
