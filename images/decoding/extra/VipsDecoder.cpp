@@ -196,6 +196,11 @@ DecodedPicture decode(const Loader& loader, const QByteArray& contents, int long
 
 } // namespace
 
+void prepareVips()
+{
+    startVipsOnce();
+}
+
 DecodedPicture decodeWithVips(const QByteArray& contents, ContentType type, int longestSide)
 {
     const auto* loader
