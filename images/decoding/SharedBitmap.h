@@ -23,19 +23,13 @@ struct SharedBitmap
     BitmapLayout layout;
 };
 
-// ---- For a decoder
+// For a decoder: the pixels of a bitmap in one of the two formats, in memory that nobody can change any more. Nothing
+// when there is no memory.
+std::optional<SharedBitmap> sealed(const QImage& image);
 
-// From then on largeBitmap() makes its bitmaps, from a size at which that pays, in shared memory of this process.
-void makeLargeBitmapsShareable();
-
-// Gives the pixels away in memory that nobody can change any more. Pixels that lie in shared memory already, with
-// nobody else holding the image, are not copied. Nothing when there is no memory.
-std::optional<SharedBitmap> sealed(QImage&& image);
-
-// ---- For the program
-
-// The pixels, read-only, without a copy; unmapped with the last image that shares them. Nothing unless the memory has
-// exactly all seals that keep it from changing and is large enough for a layout that makes sense.
+// For the program: the pixels, read-only, without a copy; unmapped with the last image that shares them. Nothing unless
+// the memory has all seals that keep it from changing, is there in full, and is large enough for a layout that makes
+// sense. Any thread.
 std::optional<QImage> mapSealed(const FileDescriptor& memory, const BitmapLayout& layout);
 
 } // namespace frameflow

@@ -1,0 +1,267 @@
+#include "DecoderMessages.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <vector>
+
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+namespace frameflow {
+
+namespace {
+
+constexpr qsizetype longestName = 255;
+
+// As they go over the socket, between programs of one build.
+struct RequestPacket
+{
+    quint64 id;
+    qint32 wanted;
+    qint32 longestSide;
+    qint32 turn;
+    qint32 nameLength;
+    std::array<char, longestName> name;
+};
+constexpr size_t requestHead = offsetof(RequestPacket, name);
+
+struct AnswerPacket
+{
+    quint64 id;
+    qint64 bytesPerLine;
+    double seconds;
+    qint32 error;
+    qint32 width;
+    qint32 height;
+    qint32 orientation;
+    qint32 hasPixels;
+    qint32 bitmapWidth;
+    qint32 bitmapHeight;
+    qint32 format;
+    qint32 hasMovie;
+    qint32 movieWidth;
+    qint32 movieHeight;
+    qint32 rotation;
+    qint32 hasVideo;
+    qint32 hasAudio;
+    qint32 hasCover;
+};
+
+bool isFlag(qint32 value)
+{
+    return value == 0 || value == 1;
+}
+
+bool send(int socket, const void* bytes, size_t length, int descriptor)
+{
+    iovec part{const_cast<void*>(bytes), length}; // NOLINT(cppcoreguidelines-pro-type-const-cast): it is only read
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (descriptor >= 0) {
+        message.msg_control = control.data();
+        message.msg_controllen = control.size();
+        cmsghdr* const header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(sizeof(int));
+        std::memcpy(CMSG_DATA(header), &descriptor, sizeof(int));
+    }
+    ssize_t sent = -1;
+    do {
+        sent = sendmsg(socket, &message, MSG_NOSIGNAL);
+    } while (sent < 0 && errno == EINTR);
+    return sent == ssize_t(length);
+}
+
+// All descriptors that came along; whoever does not take them over closes them.
+std::vector<FileDescriptor> descriptorsOf(msghdr& message)
+{
+    std::vector<FileDescriptor> descriptors;
+    for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr; header = CMSG_NXTHDR(&message, header)) {
+        if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) {
+            continue;
+        }
+        const size_t count = (header->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+        for (size_t i = 0; i < count; ++i) {
+            int descriptor = -1;
+            std::memcpy(&descriptor, CMSG_DATA(header) + i * sizeof(int), sizeof(int));
+            descriptors.emplace_back(descriptor);
+        }
+    }
+    return descriptors;
+}
+
+// One packet of at most that length, and its descriptor where it has one.
+MessageStatus receive(int socket, void* bytes, size_t mostBytes, size_t* length, FileDescriptor* descriptor)
+{
+    iovec part{bytes, mostBytes};
+    // Room for more than are allowed, so that surplus ones are seen; further ones the kernel drops, and says so.
+    constexpr size_t mostDescriptors = 8;
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(mostDescriptors * sizeof(int))> control = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    ssize_t received = -1;
+    do {
+        received = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
+    } while (received < 0 && errno == EINTR);
+    if (received < 0) {
+        return MessageStatus::Closed;
+    }
+    std::vector<FileDescriptor> descriptors = descriptorsOf(message);
+    if (received == 0 && descriptors.empty()) {
+        return MessageStatus::Closed;
+    }
+    if ((message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || descriptors.size() > 1) {
+        return MessageStatus::Malformed;
+    }
+    if (!descriptors.empty()) {
+        *descriptor = std::move(descriptors.front());
+    }
+    *length = static_cast<size_t>(received);
+    return MessageStatus::Received;
+}
+
+bool makesSense(const RequestPacket& packet, size_t length, const FileDescriptor& file)
+{
+    return length >= requestHead && packet.nameLength >= 0 && packet.nameLength <= longestName
+        && length == requestHead + packet.nameLength && packet.longestSide >= 0
+        && packet.wanted >= qint32(Wanted::Picture) && packet.wanted <= qint32(Wanted::MovieProbe)
+        && (packet.turn == qint32(Turn::AsStored) || packet.turn == qint32(Turn::Upright)) && file.isOpen();
+}
+
+// What a decoder may say of a file; the other errors are found by its client.
+bool isDecodersError(qint32 error)
+{
+    constexpr std::array errors{DecodeError::None, DecodeError::Unreadable, DecodeError::NotAPicture,
+        DecodeError::Damaged, DecodeError::TooLarge, DecodeError::NeedsExtraDecoders};
+    return std::any_of(errors.begin(), errors.end(), [&](DecodeError known) { return qint32(known) == error; });
+}
+
+bool movieMakesSense(const AnswerPacket& packet)
+{
+    const bool hasSize = packet.movieWidth > 0 && packet.movieHeight > 0;
+    const bool hasNoSize = packet.movieWidth <= 0 && packet.movieHeight <= 0;
+    return isFlag(packet.hasVideo) && isFlag(packet.hasAudio) && isFlag(packet.hasCover) && (hasSize || hasNoSize)
+        && packet.rotation >= 0 && packet.rotation < 360 && packet.rotation % 90 == 0 && std::isfinite(packet.seconds)
+        && packet.seconds >= 0;
+}
+
+bool makesSense(const AnswerPacket& packet, size_t length, const FileDescriptor& memory)
+{
+    if (length != sizeof(AnswerPacket) || !isDecodersError(packet.error) || !isFlag(packet.hasPixels)
+        || !isFlag(packet.hasMovie) || memory.isOpen() != (packet.hasPixels == 1)) {
+        return false;
+    }
+    if (packet.error != qint32(DecodeError::None)) {
+        return packet.hasPixels == 0 && packet.hasMovie == 0;
+    }
+    const bool hasSize = packet.width > 0 && packet.height > 0;
+    return (packet.hasPixels == 1 ? hasSize : packet.hasMovie == 1) && packet.orientation >= 1
+        && packet.orientation <= 8 && (packet.hasMovie == 0 || movieMakesSense(packet));
+}
+
+} // namespace
+
+bool sendRequest(int socket, quint64 id, const DecodeRequest& request, int file)
+{
+    RequestPacket packet = {};
+    packet.id = id;
+    packet.wanted = qint32(request.wanted);
+    packet.longestSide = request.longestSide;
+    packet.turn = qint32(request.turn);
+    // Of a longer name the end counts: the suffix stands there.
+    const QByteArray name = request.fileName.right(longestName);
+    packet.nameLength = qint32(name.size());
+    std::copy(name.begin(), name.end(), packet.name.begin());
+    return file >= 0 && send(socket, &packet, requestHead + name.size(), file);
+}
+
+bool sendAnswer(int socket, const AnswerMessage& answer)
+{
+    AnswerPacket packet = {};
+    packet.id = answer.id;
+    packet.error = qint32(answer.picture.error);
+    packet.width = answer.picture.size.width();
+    packet.height = answer.picture.size.height();
+    packet.orientation = answer.picture.orientation;
+    if (answer.pixels) {
+        const BitmapLayout& layout = answer.pixels->layout;
+        packet.hasPixels = 1;
+        packet.bitmapWidth = layout.width;
+        packet.bitmapHeight = layout.height;
+        packet.bytesPerLine = layout.bytesPerLine;
+        packet.format = layout.format;
+    }
+    if (answer.picture.movie) {
+        const MovieFacts& movie = *answer.picture.movie;
+        packet.hasMovie = 1;
+        packet.movieWidth = movie.size.width();
+        packet.movieHeight = movie.size.height();
+        packet.rotation = movie.rotation;
+        packet.seconds = movie.seconds;
+        packet.hasVideo = movie.hasVideo ? 1 : 0;
+        packet.hasAudio = movie.hasAudio ? 1 : 0;
+        packet.hasCover = movie.hasCover ? 1 : 0;
+    }
+    return send(socket, &packet, sizeof(packet), answer.pixels ? answer.pixels->memory.number() : -1);
+}
+
+MessageStatus receiveRequest(int socket, RequestMessage& message)
+{
+    RequestPacket packet = {};
+    size_t length = 0;
+    FileDescriptor file;
+    const MessageStatus status = receive(socket, &packet, sizeof(packet), &length, &file);
+    if (status != MessageStatus::Received) {
+        return status;
+    }
+    if (!makesSense(packet, length, file)) {
+        return MessageStatus::Malformed;
+    }
+    message.id = packet.id;
+    message.request.wanted = Wanted(packet.wanted);
+    message.request.fileName = QByteArray(packet.name.data(), packet.nameLength);
+    message.request.longestSide = packet.longestSide;
+    message.request.turn = Turn(packet.turn);
+    message.file = std::move(file);
+    return status;
+}
+
+MessageStatus receiveAnswer(int socket, AnswerMessage& message)
+{
+    AnswerPacket packet = {};
+    size_t length = 0;
+    FileDescriptor memory;
+    const MessageStatus status = receive(socket, &packet, sizeof(packet), &length, &memory);
+    if (status != MessageStatus::Received) {
+        return status;
+    }
+    if (!makesSense(packet, length, memory)) {
+        return MessageStatus::Malformed;
+    }
+    message = {};
+    message.id = packet.id;
+    message.picture.error = DecodeError(packet.error);
+    message.picture.size = QSize(packet.width, packet.height);
+    message.picture.orientation = packet.orientation;
+    if (packet.hasPixels == 1) {
+        message.pixels = SharedBitmap{
+            std::move(memory), {packet.bitmapWidth, packet.bitmapHeight, packet.bytesPerLine, packet.format}};
+    }
+    if (packet.hasMovie == 1) {
+        message.picture.movie = MovieFacts{QSize(packet.movieWidth, packet.movieHeight), packet.rotation,
+            packet.seconds, packet.hasVideo == 1, packet.hasAudio == 1, packet.hasCover == 1};
+    }
+    return status;
+}
+
+} // namespace frameflow
