@@ -11,6 +11,9 @@
 
 namespace frameflow {
 
+struct PoolJob;
+class DecoderPoolState;
+
 // Whoever waits comes first; nothing else is started while that would slow it down.
 enum class Urgency
 {
@@ -59,9 +62,8 @@ public:
 
     private:
         friend class DecoderPool;
-        struct Job;
-        explicit Ticket(std::shared_ptr<Job> job) : mJob(std::move(job)) { }
-        std::shared_ptr<Job> mJob;
+        explicit Ticket(std::shared_ptr<PoolJob> job) : mJob(std::move(job)) { }
+        std::shared_ptr<PoolJob> mJob;
     };
 
     // What stands beside this program, as built and as installed.
@@ -89,8 +91,7 @@ public:
     QList<pid_t> processes() const;
 
 private:
-    class State;
-    std::shared_ptr<State> mState;
+    std::shared_ptr<DecoderPoolState> mState;
 };
 
 } // namespace frameflow

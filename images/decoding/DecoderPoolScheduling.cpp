@@ -1,0 +1,4 @@
+#include "DecoderPoolState.h"
+
+#include <algorithm>
+#include <utility>
