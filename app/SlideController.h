@@ -80,6 +80,9 @@ public:
     void openMenu();
     void openSelected() { openMenu(); }
     void cancel() { endSlideShow(); }
+    void ZoomIn();
+    void ZoomOne();
+    void ZoomOff();
     void ShrinkToFit();
     void ZoomToFit();
     void FillScreen();

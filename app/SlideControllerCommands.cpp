@@ -59,6 +59,35 @@ void SlideController::validateMenuItems()
     }
 }
 
+void SlideController::ZoomIn()
+{
+    inTurn([this] {
+        delayNextImage();
+        if (mFullScreenView != nullptr) {
+            mFullScreenView->zoomIn();
+        }
+    });
+}
+
+void SlideController::ZoomOne()
+{
+    inTurn([this] {
+        delayNextImage();
+        if (mFullScreenView != nullptr) {
+            mFullScreenView->zoomOne();
+        }
+    });
+}
+
+void SlideController::ZoomOff()
+{
+    inTurn([this] {
+        if (mFullScreenView != nullptr) {
+            mFullScreenView->zoomOff();
+        }
+    });
+}
+
 void SlideController::setFitMode(const QString& mode)
 {
     inTurn([this, mode] {

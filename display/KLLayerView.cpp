@@ -66,6 +66,9 @@ void KLLayerView::setImageWithURL(const FileUrl& url, bool forward)
     if (mTransitionInProgress) {
         return;
     }
+    if (mZoom) {
+        zoomOff();
+    }
     const KLImagePtr image = KLImageCache::imageWithURL(url);
     if (!image) {
         mImageOK = false;
@@ -190,15 +193,20 @@ KLImagePtr KLLayerView::imageOfLayer(const LayerPtr& layer) const
     return layer == mPreviousLayer ? mPreviousImage : nullptr;
 }
 
-void KLLayerView::animationDidStart(const AnimationPtr& /*animation*/)
+void KLLayerView::animationDidStart(const AnimationPtr& animation)
 {
-    mTransitionInProgress = true;
+    if (animation != mDriftAnimation) {
+        mTransitionInProgress = true;
+    }
 }
 
-void KLLayerView::animationDidStop(const AnimationPtr& /*animation*/, bool /*finished*/)
+void KLLayerView::animationDidStop(const AnimationPtr& animation, bool /*finished*/)
 {
     mTransitionInProgress = false;
     mPreviousLayer->setOpacity(0.0);
+    if (animation == mDriftAnimation) {
+        mDriftAnimation = nullptr;
+    }
 }
 
 ViewArea KLLayerView::area() const

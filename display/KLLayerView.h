@@ -49,6 +49,20 @@ public:
     void refresh();
     void updateFitMode();
 
+    // Enlarge the slide by half, show it at one point a pixel, and return to the fitted frame, each in a second during
+    // which the view is busy.
+    void zoomIn();
+    void zoomOne();
+    void zoomOff();
+    void zoomToHeight(double height, double width);
+    void moveToPosition(double x, double y);
+    // Moves an enlarged slide, on the axes on which it is larger than the view, without uncovering its edges. In
+    // points; dx to the right, dy downwards.
+    void pan(double dx, double dy);
+    bool isZoomed() const { return mZoom; }
+    // Lets the slide drift to the right for half a minute, without making the view busy.
+    void driftEffect();
+
     // The frame that a layer should have. Anything but the two image layers is an AssertionFailure.
     QRectF rectForLayer(const LayerPtr& layer) const;
     // By the fit mode; for no image the zero rectangle, or the view's bounds where the mode stretches.
@@ -99,6 +113,8 @@ private:
     void fitRootLayer();
     // Has the pictures of both image layers ready in the size of their frames.
     void prepareCopies();
+    void prepareZoom();
+    void animate(KeyPath keyPath, double from, double to, const QString& key);
     void fade(const LayerPtr& from, const LayerPtr& to, Duration duration);
 
     UserDefaults& mDefaults;
@@ -113,7 +129,9 @@ private:
     LayerPtr mPreviousLayer;
     KLImagePtr mPreviousImage;
     LayerPtr mCursorLayer;
+    bool mZoom = false;
     bool mTransitionInProgress = false;
+    AnimationPtr mDriftAnimation; // while it runs
     KLImageDisplayDelegate* mDelegate = nullptr;
 };
 
