@@ -57,8 +57,8 @@ public:
     void zoomToHeight(double height, double width);
     void moveToPosition(double x, double y);
     // Moves an enlarged slide, on the axes on which it is larger than the view, without uncovering its edges. In
-    // points; dx to the right, dy downwards.
-    void pan(double dx, double dy);
+    // points; dx to the right, panY downwards.
+    void panX(double dx, double panY);
     bool isZoomed() const { return mZoom; }
     // Lets the slide drift to the right for half a minute, without making the view busy.
     void driftEffect();

@@ -82,13 +82,13 @@ void KLLayerView::zoomOff()
     mZoom = false;
 }
 
-void KLLayerView::pan(double dx, double dy)
+void KLLayerView::panX(double dx, double panY)
 {
     const QPointF position = mCurrentLayer->position();
     const QSizeF layer = mCurrentLayer->bounds().size();
     const QSizeF view = size();
     mCurrentLayer->setPosition({panned(position.x(), dx, layer.width(), view.width()),
-        panned(position.y(), -dy, layer.height(), view.height())});
+        panned(position.y(), -panY, layer.height(), view.height())});
 }
 
 void KLLayerView::driftEffect()

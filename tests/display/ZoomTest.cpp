@@ -70,7 +70,7 @@ void ZoomTest::actualSizeFromAZoomedSlideDoesNotResetFirst()
     fixture.show(solid({400, 200}, Qt::red));
     fixture.view->zoomIn();
     end(fixture);
-    fixture.view->pan(30, 0);
+    fixture.view->panX(30, 0);
     const QPointF position = fixture.view->currentLayer()->position();
     fixture.view->zoomOne();
     QCOMPARE(fixture.view->currentLayer()->position(), position);
@@ -109,7 +109,7 @@ void ZoomTest::zoomOffReturnsToTheFittedFrame()
     fixture.show(solid({400, 200}, Qt::red));
     fixture.view->zoomIn();
     end(fixture);
-    fixture.view->pan(20, 10);
+    fixture.view->panX(20, 10);
     fixture.view->zoomOff();
     QCOMPARE(fixture.view->currentLayer()->frame(), QRectF(0, 0, 200, 100));
     QVERIFY(!fixture.view->isZoomed());
@@ -159,7 +159,7 @@ void ZoomTest::panningKeepsTheViewCovered()
     fixture.show(solid(picture, Qt::red));
     fixture.view->zoomOne();
     end(fixture);
-    fixture.view->pan(by.x(), by.y());
+    fixture.view->panX(by.x(), by.y());
     QCOMPARE(fixture.view->currentLayer()->position(), position);
 }
 
