@@ -9,8 +9,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -83,8 +83,7 @@ public:
         posix_spawnattr_setsigdefault(&mAttributes, &signals);
         // A process group of its own: what a terminal's keys send is meant for the program, which ends its decoders.
         posix_spawnattr_setpgroup(&mAttributes, 0);
-        posix_spawnattr_setflags(
-            &mAttributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+        posix_spawnattr_setflags(&mAttributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
     }
     ~SpawnPlan()
     {
@@ -130,7 +129,8 @@ std::optional<ChildProcess> ChildProcess::start(const QByteArray& program, const
     if (!id) {
         return std::nullopt;
     }
-    FileDescriptor lifeline(pidfd_open(*id, 0));
+    // By their numbers: the C library of Debian 12 declares these two in a way that C++ cannot call.
+    FileDescriptor lifeline(static_cast<int>(syscall(SYS_pidfd_open, *id, 0)));
     if (!lifeline.isOpen()) {
         kill(*id, SIGKILL);
         waitpid(*id, nullptr, 0);
@@ -139,8 +139,8 @@ std::optional<ChildProcess> ChildProcess::start(const QByteArray& program, const
     return ChildProcess(*id, std::move(lifeline), std::move(ours));
 }
 
-ChildProcess::ChildProcess(pid_t id, FileDescriptor lifeline, FileDescriptor socket) :
-    mId(id), mLifeline(std::move(lifeline)), mSocket(std::move(socket))
+ChildProcess::ChildProcess(pid_t id, FileDescriptor lifeline, FileDescriptor socket)
+    : mId(id), mLifeline(std::move(lifeline)), mSocket(std::move(socket))
 {
 }
 
@@ -161,7 +161,7 @@ ChildProcess::~ChildProcess()
 
 void ChildProcess::signal(int number) const
 {
-    pidfd_send_signal(mLifeline.number(), number, nullptr, 0);
+    syscall(SYS_pidfd_send_signal, mLifeline.number(), number, nullptr, 0);
 }
 
 std::optional<Duration> ChildProcess::processorTime() const

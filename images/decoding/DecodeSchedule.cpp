@@ -93,9 +93,8 @@ DecodeSchedule::Suspension DecodeSchedule::suspension(std::span<const RunningDec
     std::vector<size_t> order(running.size());
     std::iota(order.begin(), order.end(), 0);
     std::sort(order.begin(), order.end(), [&](size_t a, size_t b) {
-        const auto rank = [&](const RunningDecode& one) {
-            return std::tuple(&one != alone, one.urgency, one.begun, one.number);
-        };
+        const auto rank
+            = [&](const RunningDecode& one) { return std::tuple(&one != alone, one.urgency, one.begun, one.number); };
         return rank(running[a]) < rank(running[b]);
     });
     Suspension result{std::vector<bool>(running.size(), false), {}};

@@ -11,11 +11,6 @@ namespace frameflow {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-// A cancelled decode that ends within this time costs less than a new process.
-constexpr Duration cancelGrace = 50ms;
-constexpr Duration workerAgainAfter = 1s;
 // How far a decode that nobody waits for stands back behind the windows of this and of other programs.
 constexpr int niceness = 5;
 
@@ -35,18 +30,11 @@ void setPriority(const DecoderProcess& process, int own, Urgency urgency)
     setpriority(PRIO_PROCESS, static_cast<id_t>(process.processId()), own + (urgency == Urgency::Asked ? 0 : niceness));
 }
 
-DecodedFile cancelledFile()
-{
-    DecodedFile file;
-    file.picture.error = DecodeError::Cancelled;
-    return file;
-}
-
 } // namespace
 
-DecoderPoolState::DecoderPoolState(const DecoderPool::Options& options) :
-    mLimits(options.limits), mOwnPriority(getpriority(PRIO_PROCESS, 0)), mStore(options),
-    mFallback(std::make_shared<FallbackDecoder>(options.module)), mSchedule(coresOr(options.atOnce))
+DecoderPoolState::DecoderPoolState(const DecoderPool::Options& options)
+    : mLimits(options.limits), mOwnPriority(getpriority(PRIO_PROCESS, 0)), mStore(options),
+      mFallback(std::make_shared<FallbackDecoder>(options.module)), mSchedule(coresOr(options.atOnce))
 {
 }
 
@@ -87,6 +75,11 @@ void DecoderPoolState::close()
     if (mAttendant.joinable()) {
         mAttendant.join();
     }
+    Lock lock(mMutex);
+    while (!mCancelled.empty()) {
+        deliver(lock);
+    }
+    lock.unlock();
     mStore.endAll();
 }
 
@@ -112,26 +105,7 @@ void DecoderPoolState::cancel(const PoolJobPtr& job)
 {
     const Lock lock(mMutex);
     abandon(job);
-    stopOverdue(now());
     schedule();
-}
-
-// Its callback is told by the attendant: a caller may hold what the callback wants.
-void DecoderPoolState::abandon(const PoolJobPtr& job)
-{
-    if (job->stage == PoolJob::Stage::Done || job->isCancelled) {
-        return;
-    }
-    if (job->stage == PoolJob::Stage::Waiting) {
-        queueOf(*job).remove(job);
-        job->stage = PoolJob::Stage::Done;
-    }
-    job->isCancelled = true;
-    job->urgency = Urgency::Thumbnail;
-    if (job->done) {
-        mCancelled.push_back(std::exchange(job->done, nullptr));
-        mAttention.notify_one();
-    }
 }
 
 void DecoderPoolState::raise(const PoolJobPtr& job, Urgency urgency)

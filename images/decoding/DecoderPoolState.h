@@ -48,7 +48,6 @@ public:
     void detach(PoolJob& job);
     // Puts the job back for its second attempt; false when it has none.
     bool tryAlone(const PoolJobPtr& job);
-    void giveUpAlone(const PoolJob& job);
     // Calls back.
     void finish(const PoolJobPtr& job, DecodedFile&& result);
     void becomeIdle(DecoderWorker& worker);
@@ -64,7 +63,7 @@ private:
     void begin(const PoolJobPtr& job, DecoderWorker& worker, TimePoint moment);
     void schedule();
     void suspend(TimePoint moment);
-    void lookAgainAt(TimePoint moment);
+    void lookAgainAt(std::optional<TimePoint> moment);
     void abandon(const PoolJobPtr& job);
     void stopOverdue(TimePoint moment);
 
@@ -89,7 +88,8 @@ private:
     std::vector<PoolJobPtr> mRunning;
     std::vector<std::unique_ptr<DecoderWorker>> mWorkers;
     std::vector<std::function<void(DecodedFile&&)>> mCancelled; // to be told so
-    std::optional<TimePoint> mLookAgain;
+    std::optional<TimePoint> mLookAgain; // when time alone changes something
+    std::optional<TimePoint> mAttendedUntil; // absent: the attendant sleeps till it is called, or is awake
     bool mIsClosed = false;
 };
 

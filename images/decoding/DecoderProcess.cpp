@@ -84,8 +84,8 @@ struct DecoderProcess::State
         LimitReached,
     };
 
-    State(ChildProcess process, const DecoderLimits& some) :
-        child(std::move(process)), limits(some), interrupted(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    State(ChildProcess process, const DecoderLimits& some)
+        : child(std::move(process)), limits(some), interrupted(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
     {
     }
 
@@ -124,7 +124,8 @@ DecoderProcess::State::Event DecoderProcess::State::await() const
             return Event::LimitReached;
         }
         const Duration wait = std::max(left, shortestWait);
-        pollfd ready[] = {{child.socket(), POLLIN, 0}, {interrupted.number(), POLLIN, 0}, {child.lifeline(), POLLIN, 0}};
+        pollfd ready[]
+            = {{child.socket(), POLLIN, 0}, {interrupted.number(), POLLIN, 0}, {child.lifeline(), POLLIN, 0}};
         const timespec timeout{wait / 1s, (wait % 1s).count()};
         if (ppoll(ready, std::size(ready), &timeout, nullptr) <= 0) {
             continue;

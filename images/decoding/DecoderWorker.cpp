@@ -70,37 +70,36 @@ void DecoderWorker::work()
 
 void DecoderWorker::run(const PoolJobPtr& job)
 {
-    const TimePoint deadline = std::chrono::steady_clock::now() + mPool.limits().wallTime;
+    mLostAThread = false;
     const std::stop_token stop = job->stop.get_token();
     DecodedFile result;
     auto opened = std::make_shared<OpenedFile>();
-    if (!mErrands.run([opened, url = job->url] { *opened = openFile(url); }, deadline, stop)) {
+    if (!mErrands.run([opened, url = job->url] { *opened = openFile(url); }, deadline(), stop)) {
         result.picture.error = stop.stop_requested() ? DecodeError::Cancelled : DecodeError::Unreadable;
         result.mayStall = true;
     } else {
         result.stamp = opened->stamp;
         result.mayStall = opened->mayStall;
-        result.picture = opened->file.isOpen() ? decode(*job, opened, deadline)
-                                               : DecodedPicture::failed(DecodeError::Unreadable);
+        result.picture = opened->file.isOpen() ? decode(*job, opened) : DecodedPicture::failed(DecodeError::Unreadable);
     }
     if (result.mayStall && opened->file.isOpen()) {
         // Closing may wait for the server, too.
-        mErrands.run([opened = std::exchange(opened, nullptr)] { opened->file = FileDescriptor(); }, deadline, stop);
+        mErrands.run([opened = std::exchange(opened, nullptr)] { opened->file = FileDescriptor(); }, deadline(), stop);
     }
     opened.reset();
-    if (result.picture.error != DecodeError::DecoderLost || !mPool.tryAlone(job)) {
+    if (result.picture.error != DecodeError::DecoderLost || mLostAThread || !mPool.tryAlone(job)) {
         mPool.finish(job, std::move(result));
     }
 }
 
-DecodedPicture DecoderWorker::decode(PoolJob& job, const std::shared_ptr<OpenedFile>& opened, TimePoint deadline)
+DecodedPicture DecoderWorker::decode(PoolJob& job, const std::shared_ptr<OpenedFile>& opened)
 {
     const DecoderKind kind = mPool.firstKind(job.request);
-    DecodedPicture picture = decodeBy(kind, job, opened, deadline);
+    DecodedPicture picture = decodeBy(kind, job, opened);
     if (kind == DecoderKind::Common && picture.error == DecodeError::None) {
         mPool.noteKind(kind, job.request);
     } else if (kind == DecoderKind::Common && picture.error == DecodeError::NeedsExtraDecoders) {
-        picture = decodeBy(DecoderKind::Extra, job, opened, deadline);
+        picture = decodeBy(DecoderKind::Extra, job, opened);
         if (picture.error == DecodeError::None) {
             mPool.noteKind(DecoderKind::Extra, job.request);
         }
@@ -111,8 +110,7 @@ DecodedPicture DecoderWorker::decode(PoolJob& job, const std::shared_ptr<OpenedF
     return picture;
 }
 
-DecodedPicture DecoderWorker::decodeBy(
-    DecoderKind kind, PoolJob& job, const std::shared_ptr<OpenedFile>& opened, TimePoint deadline)
+DecodedPicture DecoderWorker::decodeBy(DecoderKind kind, PoolJob& job, const std::shared_ptr<OpenedFile>& opened)
 {
     const std::stop_token stop = job.stop.get_token();
     if (stop.stop_requested()) {
@@ -120,7 +118,7 @@ DecodedPicture DecoderWorker::decodeBy(
     }
     auto process = mPool.attemptOf(job) == Attempt::Alone ? mPool.store().start(kind) : mPool.store().take(kind);
     if (!process) {
-        return decodeHere(job, opened, deadline);
+        return decodeHere(job, opened);
     }
     DecodedPicture picture;
     {
@@ -137,8 +135,7 @@ DecodedPicture DecoderWorker::decodeBy(
     return picture;
 }
 
-DecodedPicture DecoderWorker::decodeHere(
-    const PoolJob& job, const std::shared_ptr<OpenedFile>& opened, TimePoint deadline)
+DecodedPicture DecoderWorker::decodeHere(const PoolJob& job, const std::shared_ptr<OpenedFile>& opened)
 {
     const auto decode = std::make_shared<ThreadDecode>(ThreadDecode{opened, job.request, {}});
     const auto errand = [decode, module = mPool.fallback()] {
@@ -149,12 +146,17 @@ DecodedPicture DecoderWorker::decodeHere(
         }
     };
     const std::stop_token stop = job.stop.get_token();
-    if (mErrands.run(errand, deadline, stop)) {
+    if (mErrands.run(errand, deadline(), stop)) {
         return decode->picture;
     }
     // Once is enough: the thread that it has taken cannot be ended.
-    mPool.giveUpAlone(job);
+    mLostAThread = true;
     return DecodedPicture::failed(stop.stop_requested() ? DecodeError::Cancelled : DecodeError::DecoderLost);
+}
+
+TimePoint DecoderWorker::deadline() const
+{
+    return std::chrono::steady_clock::now() + mPool.limits().wallTime;
 }
 
 void DecoderWorker::cleanUp()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DecoderKinds.h"
 #include "ErrandThread.h"
 #include "OpenedFile.h"
 #include "PoolJob.h"
@@ -39,14 +40,16 @@ private:
     explicit DecoderWorker(DecoderPoolState& pool) : mPool(pool) { }
     void work();
     void run(const PoolJobPtr& job);
-    DecodedPicture decode(PoolJob& job, const std::shared_ptr<OpenedFile>& opened, TimePoint deadline);
-    DecodedPicture decodeBy(DecoderKind kind, PoolJob& job, const std::shared_ptr<OpenedFile>& opened, TimePoint deadline);
-    DecodedPicture decodeHere(const PoolJob& job, const std::shared_ptr<OpenedFile>& opened, TimePoint deadline);
+    DecodedPicture decode(PoolJob& job, const std::shared_ptr<OpenedFile>& opened);
+    DecodedPicture decodeBy(DecoderKind kind, PoolJob& job, const std::shared_ptr<OpenedFile>& opened);
+    DecodedPicture decodeHere(const PoolJob& job, const std::shared_ptr<OpenedFile>& opened);
     void cleanUp();
+    TimePoint deadline() const;
 
     DecoderPoolState& mPool;
     ErrandThread mErrands;
     std::vector<Used> mUsed; // by the last job, and of no more use
+    bool mLostAThread = false; // to the last job
 
     std::mutex mMutex; // for what follows
     std::condition_variable mChanged;

@@ -48,7 +48,8 @@ public:
         if (mChanged.wait_until(lock, stop, deadline, hasEnded)) {
             return true;
         }
-        return mChanged.wait_until(lock, std::min<TimePoint>(deadline, std::chrono::steady_clock::now() + grace), hasEnded);
+        return mChanged.wait_until(
+            lock, std::min<TimePoint>(deadline, std::chrono::steady_clock::now() + grace), hasEnded);
     }
 
     void close()

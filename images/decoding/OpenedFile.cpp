@@ -39,8 +39,8 @@ OpenedFile openFile(const FileUrl& url)
     opened.stamp = stampOf(opened.file);
     struct statfs fileSystem = {};
     opened.mayStall = fstatfs(opened.file.number(), &fileSystem) == 0
-        && std::find(std::begin(remoteFileSystems), std::end(remoteFileSystems),
-               static_cast<quint32>(fileSystem.f_type))
+        && std::find(
+               std::begin(remoteFileSystems), std::end(remoteFileSystems), static_cast<quint32>(fileSystem.f_type))
             != std::end(remoteFileSystems);
     return opened;
 }
