@@ -1,4 +1,5 @@
 #include "Clock.h"
+#include "DecoderPool.h"
 #include "SlideController.h"
 #include "StartArguments.h"
 #include "UserDefaults.h"
@@ -44,6 +45,9 @@ int main(int argc, char** argv)
     using namespace frameflow;
     const QList<FileUrl> files = filesFromArguments(argumentsFrom(argc, argv));
     const int endingSignals = blockEndingSignals();
+
+    // While the toolkit starts, so does the first decoder.
+    DecoderPool::instance().warmUp();
 
     // Qt would abort with advice about its own installation.
     const char* const displays[] = {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};

@@ -8,6 +8,8 @@
 #include <QKeyEvent>
 #include <QTest>
 
+#include <algorithm>
+
 namespace frameflow {
 
 ControllerFixture::ControllerFixture()
@@ -61,7 +63,23 @@ bool ControllerFixture::open(const QList<FileUrl>& files)
     mController->applicationOpenFiles(files);
     const bool collected = QTest::qWaitFor([this] { return !mController->fileSequence().isCollecting(); }, 10000);
     QCoreApplication::processEvents(); // the show begins in the turn after
-    return collected;
+    return collected && rest();
+}
+
+bool ControllerFixture::rest()
+{
+    return QTest::qWaitFor(
+        [this] {
+            if (mController->isWaitingForSlide()) {
+                return false;
+            }
+            const auto* const view = mController->slideView();
+            const auto files = ReadAhead::instance().files();
+            return view == nullptr || std::all_of(files.begin(), files.end(), [&](const FileUrl& url) {
+                return ReadAhead::instance().isReady({url, view->frameRule()});
+            });
+        },
+        30000);
 }
 
 QList<QByteArray> ControllerFixture::filesAhead() const

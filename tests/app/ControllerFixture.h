@@ -30,12 +30,15 @@ public:
     SlideController& controller() { return *mController; }
     void destroyController() { mController.reset(); }
 
-    // Hands the folder over as the system does, and waits until the collection has been applied.
+    // Hands the folder over as the system does, and waits until the collection has been applied and the show rests.
     bool openFolder();
     bool open(const QList<FileUrl>& files);
 
     // The name of the file on screen.
     QByteArray shown() const { return mController->imageURL().fileName().toByteArray(); }
+    // Waits until no slide is being waited for, and all that is wanted ahead is there: from then on a step is made at
+    // once.
+    bool rest();
     // The names of the files that are decoded ahead, or being decoded.
     QList<QByteArray> filesAhead() const;
     // Waits until the file of that name could be shown at once.

@@ -213,7 +213,7 @@ void LifecycleTest::activationInWindowModeGoesBackToFullScreen()
     QVERIFY(controller.screenWindow() != before);
     QCOMPARE(controller.screenWindow()->geometry(), controller.currentScreen()->geometry());
     QCOMPARE(mFixture->shown(), QByteArray("2.png"));
-    QVERIFY(controller.slideView()->currentImage() != nullptr);
+    QTRY_VERIFY(controller.slideView()->currentImage() != nullptr);
     QCOMPARE(windows(), mSlideOnly);
 }
 

@@ -350,7 +350,7 @@ void PlaybackTest::anUndecodableFileDisappearsAndTheShowMovesOn()
     QVERIFY(controller.fileSequence().count() >= size_t(3));
     controller.nextSlide();
     controller.nextSlide();
-    QCOMPARE(shown(), QByteArray("3.png"));
+    QTRY_COMPARE(shown(), QByteArray("3.png"));
     QCOMPARE(controller.fileSequence().count(), size_t(3));
     QCOMPARE(controller.fileSequence().currentIndex(), size_t(2));
 }
@@ -393,16 +393,13 @@ void PlaybackTest::manyBrokenFilesLeaveTheWindowItsTurns()
         mFixture->folder.addFile("1a" + QByteArray::number(100 + i) + ".jpg", "no picture");
     }
     auto& controller = openThree();
-    // Every look at the clock takes ten milliseconds, so a few files are all that fits into one turn.
-    mFixture->clock.setStep(10ms);
     controller.nextSlide();
-    const size_t afterOneTurn = controller.fileSequence().count();
-    QVERIFY2(afterOneTurn > 30 && afterOneTurn < 43, QByteArray::number(qulonglong(afterOneTurn)).constData());
-    // Whoever steps back meanwhile is heard.
+    // The event loop turns meanwhile, and whoever steps back is heard when the slide is there.
     controller.previousSlide();
-    QCOMPARE(shown(), QByteArray("1.png"));
-    QCoreApplication::processEvents();
-    QCOMPARE(shown(), QByteArray("1.png"));
+    int turns = 0;
+    QTRY_VERIFY((++turns, controller.fileSequence().count() == 3));
+    QVERIFY2(turns > 3, QByteArray::number(turns).constData());
+    QTRY_COMPARE(shown(), QByteArray("1.png"));
     controller.nextSlide();
     QTRY_COMPARE(shown(), QByteArray("2.png"));
     QCOMPARE(controller.fileSequence().count(), size_t(3));
@@ -419,7 +416,6 @@ void PlaybackTest::aCollectionThatEndsWhileBrokenFilesAreSteppedOverLeavesTheSho
     }
     // A window without a picture, as after a first file that turned out to be broken.
     controller.slideView()->clearImage();
-    mFixture->clock.setStep(10ms);
     QVERIFY(mFixture->openFolder());
     QTRY_COMPARE(controller.fileSequence().count(), size_t(2)); // handed over twice
     QTRY_COMPARE(shown(), QByteArray("z.png"));
@@ -431,7 +427,7 @@ void PlaybackTest::aFileThatVanishedIsSteppedOver()
     auto& controller = openThree();
     QVERIFY(QFile::remove(QString::fromUtf8(mFixture->folder.pathOf("2.png"))));
     controller.nextSlide();
-    QCOMPARE(shown(), QByteArray("3.png"));
+    QTRY_COMPARE(shown(), QByteArray("3.png"));
     QCOMPARE(controller.fileSequence().count(), size_t(2));
 }
 

@@ -199,7 +199,7 @@ void ShowRulesTest::activationRebuildsAWindowThatDoesNotCoverTheDisplay()
     QVERIFY(controller.screenWindow() != before);
     QCOMPARE(controller.screenWindow()->geometry(), controller.currentScreen()->geometry());
     QCOMPARE(shown(), QByteArray("2.png"));
-    QVERIFY(controller.slideView()->currentImage() != nullptr);
+    QTRY_VERIFY(controller.slideView()->currentImage() != nullptr);
 }
 
 void ShowRulesTest::resizingReadsAChangedFileAgain()
@@ -318,7 +318,7 @@ void ShowRulesTest::theCurrentFileIsReadAgain()
     KLImageCache::removeImageWithURL(url);
     controller.currentFileChanged();
     QCOMPARE(controller.imageURL(), url);
-    QCOMPARE(controller.slideView()->currentImage()->width(), 60U);
+    QTRY_COMPARE(controller.slideView()->currentImage()->width(), 60U);
     QCOMPARE(controller.fileSequence().currentIndex(), size_t(1));
 }
 
