@@ -14,7 +14,9 @@ void SlideController::openImageURL(const FileUrl& url, bool forward)
 {
     // What is on its way to the screen, or came there in this turn, is not presented twice.
     const bool isOnItsWay = mAwaited && mWaitingLine.isEmpty() && mAwaited->url == url;
-    if (isOnItsWay || (!url.isEmpty() && url == mJustPresented)) {
+    const bool isThere = !url.isEmpty() && url == mJustPresented && mFullScreenView != nullptr
+        && mFullScreenView->currentImage() != nullptr;
+    if (isOnItsWay || isThere) {
         return;
     }
     inTurn([this, url, forward] { show({url, forward}); });
