@@ -148,8 +148,8 @@ QImage toScreenColours(QImage image, const QByteArray& profile)
 {
     image = toSrgb(std::move(image), profile);
     image.setColorSpace(QColorSpace());
-    image = inFormat(
-        std::move(image), image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    const auto format = image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
+    image = inFormat(std::move(image), format);
     if (image.isNull()) {
         return image;
     }
