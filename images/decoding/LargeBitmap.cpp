@@ -67,8 +67,8 @@ QImage inFormat(QImage image, QImage::Format format)
     if (!isInPlace && result.isNull()) {
         return {};
     }
-    const uchar* const from = image.constBits();
     uchar* const to = isInPlace ? image.bits() : result.bits();
+    const uchar* const from = image.constBits();
     const qsizetype line = isInPlace ? image.bytesPerLine() : result.bytesPerLine();
     // Lines that stay in the cache, and too few for Qt to take threads of its own.
     constexpr int bandPixels = 32'000;
