@@ -426,9 +426,8 @@ void DecoderMessagesTest::requestsThatMakeNoSenseAreRefused()
 void DecoderMessagesTest::answersThatMakeNoSenseAreRefused_data()
 {
     QTest::addColumn<std::function<void(AnswerMessage&)>>("change");
-    const auto add = [](const char* name, std::function<void(AnswerMessage&)> change) {
-        QTest::newRow(name) << std::move(change);
-    };
+    const auto add
+        = [](const char* name, const std::function<void(AnswerMessage&)>& change) { QTest::newRow(name) << change; };
     const double endless = std::numeric_limits<double>::infinity();
     const double noNumber = std::numeric_limits<double>::quiet_NaN();
     add("no width", [](AnswerMessage& a) { a.picture.size.setWidth(0); });

@@ -1,5 +1,6 @@
 #include "SystemCalls.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -163,21 +164,20 @@ struct Refused
 {
     int call;
     scmp_arg_cmp when;
-    int error = EPERM;
 };
 
-// Parts of a call: those arguments of it for which it is refused.
+// For those arguments that are named, else always. An architecture without the call needs no rule.
+bool refuse(scmp_filter_ctx filter, int call, int error, const scmp_arg_cmp* when = nullptr)
+{
+    const int status = seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(error), call, when != nullptr ? 1 : 0, when);
+    return status == 0 || status == -EDOM;
+}
+
 template <size_t count>
 bool refuse(scmp_filter_ctx filter, const std::array<Refused, count>& list)
 {
-    for (const Refused& refused : list) {
-        const int status
-            = seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(refused.error), refused.call, 1, &refused.when);
-        if (status != 0 && status != -EDOM) {
-            return false;
-        }
-    }
-    return true;
+    return std::all_of(list.begin(), list.end(),
+        [&](const Refused& refused) { return refuse(filter, refused.call, EPERM, &refused.when); });
 }
 
 scmp_arg_cmp has(unsigned argument, scmp_datum_t mask, scmp_datum_t value)
@@ -199,20 +199,16 @@ scmp_arg_cmp isNot(unsigned argument, scmp_datum_t value)
 
 bool refuseNames(scmp_filter_ctx filter)
 {
-    for (const char* const name : refusedNames) {
+    return std::all_of(refusedNames.begin(), refusedNames.end(), [&](const char* name) {
         const int call = seccomp_syscall_resolve_name(name);
-        if (call != __NR_SCMP_ERROR && seccomp_rule_add(filter, SCMP_ACT_ERRNO(EPERM), call, 0) != 0) {
-            return false;
-        }
-    }
-    return true;
+        return call == __NR_SCMP_ERROR || refuse(filter, call, EPERM);
+    });
 }
 
 // Libraries fall back to the calls that can be looked into: what these want stands in memory.
 bool refuseHidden(scmp_filter_ctx filter)
 {
-    return seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0) == 0
-        && seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(openat2), 0) == 0;
+    return refuse(filter, SCMP_SYS(clone3), ENOSYS) && refuse(filter, SCMP_SYS(openat2), ENOSYS);
 }
 
 bool refuseWriting(scmp_filter_ctx filter)
