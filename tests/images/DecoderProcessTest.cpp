@@ -213,7 +213,9 @@ void DecoderProcessTest::childInheritsNothing()
     QVERIFY(status.open(QIODevice::ReadOnly));
     const QByteArray text = status.readAll();
     QVERIFY2(text.contains("SigBlk:\t0000000000000000\n"), text.constData());
-    QVERIFY2(text.contains("SigIgn:\t0000000000000000\n"), text.constData());
+    // Two signals of its own the C library leaves ignored.
+    QVERIFY2(
+        text.contains("SigIgn:\t0000000000000000\n") || text.contains("SigIgn:\t0000000180000000\n"), text.constData());
     const QStringList open
         = QDir(folder + QStringLiteral("fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     QCOMPARE(open, (QStringList{QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")}));

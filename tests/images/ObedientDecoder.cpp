@@ -20,6 +20,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -94,6 +95,14 @@ bool exists(const QByteArray& path)
     return access(path.constData(), F_OK) == 0;
 }
 
+// Adds a line.
+void noteProcess(const QByteArray& path)
+{
+    const FileDescriptor notes(open(path.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    const QByteArray process = QByteArray::number(getpid()) + '\n';
+    static_cast<void>(!write(notes.number(), process.constData(), process.size()));
+}
+
 std::chrono::milliseconds processorTime()
 {
     return std::chrono::milliseconds(std::clock() / (CLOCKS_PER_SEC / 1000));
@@ -144,6 +153,12 @@ void crash(const Order& /*order*/)
     std::raise(SIGSEGV);
 }
 
+void crashNoted(const Order& order)
+{
+    noteProcess(order.word(0));
+    std::raise(SIGKILL);
+}
+
 void crashOnce(const Order& order)
 {
     if (!exists(order.word(0))) {
@@ -169,7 +184,7 @@ void sleepForEver(const Order& /*order*/)
 void eat(const Order& /*order*/)
 {
     constexpr size_t piece = size_t(8) << 20;
-    constexpr int mostPieces = 64;
+    constexpr int mostPieces = 16;
     for (int i = 0; i < mostPieces; ++i) {
         void* const memory = std::malloc(piece);
         if (memory == nullptr) {
@@ -186,13 +201,10 @@ void spinAwhile(const Order& order)
     number(order);
 }
 
-// Says that it has begun, waits until it is let go, and says how often the file was begun.
+// Says that it has begun, waits until it is let go, and says which process it is.
 void gate(const Order& order)
 {
-    const QByteArray begun = order.word(0) + ".begun";
-    const FileDescriptor log(open(begun.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
-    const QByteArray process = QByteArray::number(getpid()) + '\n';
-    static_cast<void>(!write(log.number(), process.constData(), process.size()));
+    noteProcess(order.word(0) + ".begun");
     while (!exists(order.word(0))) {
         usleep(1000);
     }
@@ -384,13 +396,13 @@ using Action = void (*)(const Order&);
 const std::map<QByteArray, Action>& actions()
 {
     static const std::map<QByteArray, Action> table{{"picture", picture}, {"number", number}, {"extra", extra},
-        {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash}, {"crash-once", crashOnce},
-        {"hang", hang}, {"sleep", sleepForEver}, {"eat", eat}, {"spin", spinAwhile}, {"gate", gate}, {"open", openFile},
-        {"write", writeFile}, {"connect", connectOut}, {"fork", makeProcess}, {"leave-process", leaveProcess},
-        {"exec", execute}, {"wrong-size", wrongSize}, {"too-large", tooLarge}, {"unsealed", unsealed},
-        {"shrinkable", shrinkable}, {"wrong-id", wrongId}, {"twice", twice}, {"half", half}, {"too-long", tooLong},
-        {"two-descriptors", twoDescriptors}, {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp},
-        {"own-word", ownWord}};
+        {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash}, {"crash-noted", crashNoted},
+        {"crash-once", crashOnce}, {"hang", hang}, {"sleep", sleepForEver}, {"eat", eat}, {"spin", spinAwhile},
+        {"gate", gate}, {"open", openFile}, {"write", writeFile}, {"connect", connectOut}, {"fork", makeProcess},
+        {"leave-process", leaveProcess}, {"exec", execute}, {"wrong-size", wrongSize}, {"too-large", tooLarge},
+        {"unsealed", unsealed}, {"shrinkable", shrinkable}, {"wrong-id", wrongId}, {"twice", twice}, {"half", half},
+        {"too-long", tooLong}, {"two-descriptors", twoDescriptors}, {"no-descriptor", noDescriptor},
+        {"nothing", nothing}, {"hang-up", hangUp}, {"own-word", ownWord}};
     return table;
 }
 
@@ -414,6 +426,7 @@ int main(int argc, char** argv)
     if (argc != 4 || QByteArray(argv[3]).toInt() != getppid()) {
         return 2;
     }
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     isExtra = QByteArray(argv[0]).endsWith("-extra");
     RequestMessage message;
     while (receiveRequest(programSocket, message) == MessageStatus::Received) {

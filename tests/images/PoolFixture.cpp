@@ -1,0 +1,96 @@
+#include "PoolFixture.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <csignal>
+
+namespace frameflow {
+
+DecoderPool::Options PoolFixture::options(int atOnce) const
+{
+    DecoderPool::Options options;
+    options.commonDecoder = OBEDIENT_DECODER;
+    options.extraDecoder = mFolder.pathOf("decoder-extra");
+    if (!QFile::exists(QFile::decodeName(options.extraDecoder))) {
+        mFolder.addLink("decoder-extra", OBEDIENT_DECODER);
+    }
+    options.atOnce = atOnce;
+    return options;
+}
+
+DecodeJob PoolFixture::job(const QByteArray& name, const QByteArray& order, Urgency urgency) const
+{
+    DecodeRequest request;
+    request.fileName = name;
+    return {FileUrl::fromPath(mFolder.addFile(name, order)), request, urgency};
+}
+
+DecodeJob PoolFixture::gate(const QByteArray& name, Urgency urgency) const
+{
+    return job(name, "gate " + mFolder.pathOf("gate-" + name), urgency);
+}
+
+QList<pid_t> PoolFixture::begun(const QByteArray& name) const
+{
+    return noted("gate-" + name + ".begun");
+}
+
+QList<pid_t> PoolFixture::noted(const QByteArray& file) const
+{
+    QFile notes(QFile::decodeName(mFolder.pathOf(file)));
+    QList<pid_t> processes;
+    if (notes.open(QIODevice::ReadOnly)) {
+        for (const QByteArray& process : notes.readAll().simplified().split(' ')) {
+            processes.append(process.toInt());
+        }
+    }
+    return processes;
+}
+
+DecoderPool::Ticket PoolFixture::start(DecoderPool& pool, const DecodeJob& job)
+{
+    const QByteArray name = job.request.fileName;
+    return pool.decode(job, [this, name](DecodedFile&& file) {
+        const std::lock_guard lock(mMutex);
+        mDone.append(name);
+        mResults[name] = std::move(file);
+    });
+}
+
+bool PoolFixture::isDone(const QByteArray& name) const
+{
+    return callbacks(name) > 0;
+}
+
+DecodedFile PoolFixture::result(const QByteArray& name) const
+{
+    const std::lock_guard lock(mMutex);
+    const auto found = mResults.find(name);
+    return found == mResults.end() ? DecodedFile() : found->second;
+}
+
+QByteArrayList PoolFixture::doneInOrder() const
+{
+    const std::lock_guard lock(mMutex);
+    return mDone;
+}
+
+int PoolFixture::callbacks(const QByteArray& name) const
+{
+    const std::lock_guard lock(mMutex);
+    return static_cast<int>(mDone.count(name));
+}
+
+bool isSuspended(pid_t process)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(process));
+    return file.open(QIODevice::ReadOnly) && file.readAll().contains(") T ");
+}
+
+bool exists(pid_t process)
+{
+    return kill(process, 0) == 0 || errno != ESRCH;
+}
+
+} // namespace frameflow
