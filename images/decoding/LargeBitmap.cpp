@@ -1,5 +1,7 @@
 #include "LargeBitmap.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include <sys/mman.h>
@@ -50,6 +52,41 @@ QImage largeBitmap(QSize size, QImage::Format format)
         return {};
     }
     static_cast<void>(mapping.release()); // the image unmaps it
+    return image;
+}
+
+QImage inFormat(QImage image, QImage::Format format)
+{
+    if (image.isNull() || image.format() == format) {
+        return image;
+    }
+    constexpr int fullDepth = 32;
+    const bool isInPlace
+        = image.isDetached() && image.depth() == fullDepth && QImage::toPixelFormat(format).bitsPerPixel() == fullDepth;
+    QImage result = isInPlace ? QImage() : largeBitmap(image.size(), format);
+    if (!isInPlace && result.isNull()) {
+        return {};
+    }
+    const uchar* const from = image.constBits();
+    uchar* const to = isInPlace ? image.bits() : result.bits();
+    const qsizetype line = isInPlace ? image.bytesPerLine() : result.bytesPerLine();
+    // Lines that stay in the cache, and too few for Qt to take threads of its own.
+    constexpr int bandPixels = 32'000;
+    const int bandHeight = std::max(1, bandPixels / image.width());
+    for (int top = 0; top < image.height(); top += bandHeight) {
+        const int height = std::min(bandHeight, image.height() - top);
+        QImage band(from + top * image.bytesPerLine(), image.width(), height, image.bytesPerLine(), image.format());
+        band.setColorTable(image.colorTable());
+        const QImage converted = band.convertToFormat(format);
+        const qsizetype length = qsizetype(image.width()) * converted.depth() / 8;
+        for (int y = 0; y < height; ++y) {
+            std::memcpy(to + (top + y) * line, converted.constScanLine(y), length);
+        }
+    }
+    if (!isInPlace) {
+        return result;
+    }
+    image.reinterpretAsFormat(format);
     return image;
 }
 

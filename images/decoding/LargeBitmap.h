@@ -8,4 +8,8 @@ namespace frameflow {
 // in one after the other costs a third of what decoding a photograph into them does. Null when there is no memory.
 QImage largeBitmap(QSize size, QImage::Format format);
 
+// The same pixels in another format, without another bitmap where they may be changed in place, else in a large one.
+// Runs in the calling thread alone. Null when there is no memory.
+QImage inFormat(QImage image, QImage::Format format);
+
 } // namespace frameflow

@@ -1,6 +1,8 @@
 // A decoder that does to its program what the file tells it: what the tests hand to the pool in the decoders' place.
-// Started by a name that ends with "-extra" it is of the other kind. Not confined until it is ordered to be.
+// Started by a name that ends with "-extra" it is of the other kind. Confined only where the order begins with
+// "confined".
 
+#include "Confinement.h"
 #include "DecoderMessages.h"
 #include "SharedBitmap.h"
 
@@ -33,6 +35,7 @@ namespace {
 
 constexpr int programSocket = 3;
 bool isExtra = false;
+qint64 memoryLimit = 0;
 
 struct Order
 {
@@ -411,7 +414,12 @@ void obey(const RequestMessage& message)
     DecodeError error = DecodeError::None;
     const auto contents = readContents(message.file.number(), &error);
     Order order{message.id, message.request, contents.value_or(QByteArray()).simplified().split(' ')};
-    const auto action = actions().find(order.words.takeFirst());
+    if (order.words.first() == "confined") {
+        order.words.removeFirst();
+        confine(memoryLimit);
+    }
+    const auto action = actions().find(order.words.value(0));
+    order.words.removeFirst();
     if (action == actions().end()) {
         fail(order, contents ? DecodeError::NotAPicture : error);
     } else {
@@ -427,6 +435,7 @@ int main(int argc, char** argv)
         return 2;
     }
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    memoryLimit = QByteArray(argv[1]).toLongLong();
     isExtra = QByteArray(argv[0]).endsWith("-extra");
     RequestMessage message;
     while (receiveRequest(programSocket, message) == MessageStatus::Received) {

@@ -1,5 +1,4 @@
 #include "ContentType.h"
-#include "ExtraDecoders.h"
 #include "KLImage.h"
 #include "PictureFiles.h"
 #include "TypeSamples.h"
@@ -16,7 +15,6 @@ class TypesTest : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void commonTypesDoNotLoadTheModule();
     void everyTypeIsDecoded_data();
     void everyTypeIsDecoded();
     void everyTypeHasAThumbnail_data();
@@ -97,18 +95,6 @@ void TypesTest::initTestCase()
     mFolder.addFile("a.svg", drawing());
     mFolder.addFile("a.svgz", gzipped(drawing()));
     mFolder.addFile("a.dng", cameraRaw(QSize(128, 96), 1));
-}
-
-// Runs first: the program starts, and shows what most people have, without the libraries that take long to load.
-void TypesTest::commonTypesDoNotLoadTheModule()
-{
-    for (const char* const name : {"a.jpg", "a.png", "a.gif", "a.webp", "a.bmp", "a.tif", "a.svg"}) {
-        QVERIFY2(KLImage::imageWithURL(mFolder.urlOf(name)), name);
-        QVERIFY2(!KLImage::thumbNailFromURL(mFolder.urlOf(name)).isNull(), name);
-    }
-    QVERIFY(!areExtraDecodersLoaded());
-    QVERIFY(KLImage::imageWithURL(mFolder.urlOf("a.heic")));
-    QVERIFY(areExtraDecodersLoaded());
 }
 
 void TypesTest::addTypeRows() const

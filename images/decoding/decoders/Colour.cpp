@@ -1,10 +1,13 @@
 #include "Colour.h"
 
+#include "LargeBitmap.h"
+
 #include <QColorSpace>
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 #include <lcms2.h>
 
@@ -86,25 +89,28 @@ QImage convertGrey(const QImage& image, const QByteArray& icc)
     return result;
 }
 
-QImage convertRgb(const QImage& image, const QByteArray& icc)
+QImage convertRgb(QImage image, const QByteArray& icc)
 {
     const bool deep = isDeep(image);
     const bool hasAlpha = image.hasAlphaChannel();
-    QImage result = deep ? image.convertToFormat(hasAlpha ? QImage::Format_RGBA64 : QImage::Format_RGBX64)
-                         : image.convertToFormat(hasAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
     const cmsUInt32Number layout = deep ? TYPE_RGBA_16 : TYPE_BGRA_8;
     const Transform transform = transformFrom(icc, layout, layout);
-    if (!transform || result.isNull()) {
+    if (!transform) {
         return image;
     }
-    for (int y = 0; y < result.height(); ++y) {
-        uchar* line = result.scanLine(y);
-        cmsDoTransform(transform.get(), line, line, result.width());
+    if (deep) {
+        image = inFormat(std::move(image), hasAlpha ? QImage::Format_RGBA64 : QImage::Format_RGBX64);
+    } else {
+        image = inFormat(std::move(image), hasAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
     }
-    return result;
+    for (int y = 0; y < image.height(); ++y) {
+        uchar* line = image.scanLine(y);
+        cmsDoTransform(transform.get(), line, line, image.width());
+    }
+    return image;
 }
 
-QImage toSrgb(const QImage& image, const QByteArray& profile)
+QImage toSrgb(QImage image, const QByteArray& profile)
 {
     const QColorSpace space = image.colorSpace();
     const QByteArray icc = space.isValid() || !space.iccProfile().isEmpty() ? space.iccProfile() : profile;
@@ -119,7 +125,7 @@ QImage toSrgb(const QImage& image, const QByteArray& profile)
         return convertGrey(image, icc);
     }
     // Not Qt's own conversion: it waits for the pool of threads that the whole program shares.
-    return model == cmsSigRgbData ? convertRgb(image, icc) : image;
+    return model == cmsSigRgbData ? convertRgb(std::move(image), icc) : image;
 }
 
 bool isOpaque(const QImage& image)
@@ -140,21 +146,19 @@ bool isOpaque(const QImage& image)
 
 QImage toScreenColours(QImage image, const QByteArray& profile)
 {
-    image = toSrgb(image, profile);
+    image = toSrgb(std::move(image), profile);
     image.setColorSpace(QColorSpace());
-    if (!image.hasAlphaChannel()) {
-        image.convertTo(QImage::Format_RGB32);
-    } else {
-        image.convertTo(QImage::Format_ARGB32_Premultiplied);
-        if (!image.isNull() && isOpaque(image)) {
-            image.reinterpretAsFormat(QImage::Format_RGB32);
-        }
+    image = inFormat(
+        std::move(image), image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    if (image.isNull()) {
+        return image;
     }
-    if (!image.isNull()) {
-        image.setDotsPerMeterX(0);
-        image.setDotsPerMeterY(0);
-        image.setDevicePixelRatio(1);
+    if (image.hasAlphaChannel() && isOpaque(image)) {
+        image.reinterpretAsFormat(QImage::Format_RGB32);
     }
+    image.setDotsPerMeterX(0);
+    image.setDotsPerMeterY(0);
+    image.setDevicePixelRatio(1);
     return image;
 }
 

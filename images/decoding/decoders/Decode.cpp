@@ -23,11 +23,19 @@ namespace {
 // A preview stands for its camera raw picture when it has this share of its width and height.
 constexpr double previewShare = 0.9;
 
-DecodedPicture decodeWithModule(const QByteArray& contents, ContentType type, int longestSide)
+DecodedPicture decodeWithExtra(const QByteArray& contents, ContentType type, int longestSide)
 {
-    const ExtraDecoders* const module = extraDecoders();
-    return module != nullptr ? module->decodeWithVips(contents, type, longestSide)
-                             : DecodedPicture::failed(DecodeError::NotAPicture);
+    const ExtraDecoders* const extra = extraDecoders();
+    if (extra == nullptr) {
+        return DecodedPicture::failed(DecodeError::NeedsExtraDecoders);
+    }
+    return extra->decodeWithVips != nullptr ? extra->decodeWithVips(contents, type, longestSide)
+                                            : DecodedPicture::failed(DecodeError::NotAPicture);
+}
+
+bool needsExtra(const QByteArray& contents, ContentType type)
+{
+    return type != ContentType::Svg && (!isQtType(type) || isMisreadByQt(contents, type));
 }
 
 DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, int longestSide)
@@ -35,13 +43,13 @@ DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, in
     if (type == ContentType::Svg) {
         return decodeSvg(contents, longestSide);
     }
-    if (!isQtType(type) || isMisreadByQt(contents, type)) {
-        return decodeWithModule(contents, type, longestSide);
+    if (needsExtra(contents, type)) {
+        return decodeWithExtra(contents, type, longestSide);
     }
     DecodedPicture picture = decodeWithQt(contents, type, longestSide);
     // TIFF is a box for many codecs and layouts, of which each library reads some.
     if (picture.error == DecodeError::Damaged && type == ContentType::Tiff) {
-        return decodeWithModule(contents, type, longestSide);
+        return decodeWithExtra(contents, type, longestSide);
     }
     return picture;
 }
@@ -56,12 +64,15 @@ bool isLargeEnough(QSize preview, QSize raw, int longestSide)
     return wide.width() >= previewShare * rawWide.width() && wide.height() >= previewShare * rawWide.height();
 }
 
-// Nothing when it is no camera raw file after all.
+// Nothing when it is no camera raw file after all. Only the extra decoders can tell.
 std::optional<DecodedPicture> decodeRaw(const QByteArray& contents, int longestSide)
 {
-    const ExtraDecoders* const module = extraDecoders();
+    const ExtraDecoders* const extra = extraDecoders();
+    if (extra == nullptr) {
+        return DecodedPicture::failed(DecodeError::NeedsExtraDecoders);
+    }
     RawHeader header;
-    if (module == nullptr || !module->readRawHeader(contents, &header)) {
+    if (extra->readRawHeader == nullptr || !extra->readRawHeader(contents, &header)) {
         return std::nullopt;
     }
     DecodedPicture picture;
@@ -69,7 +80,7 @@ std::optional<DecodedPicture> decodeRaw(const QByteArray& contents, int longestS
         picture = decodeWithQt(header.preview, ContentType::Jpeg, longestSide);
     }
     if (picture.pixels.isNull() || !isLargeEnough(picture.size, header.size, longestSide)) {
-        picture = module->developRaw(contents, longestSide);
+        picture = extra->developRaw(contents, longestSide);
     }
     picture.orientation = header.orientation;
     return picture;
@@ -110,6 +121,9 @@ DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int lon
 {
     if (type == ContentType::Unknown) {
         return DecodedPicture::failed(DecodeError::NotAPicture);
+    }
+    if (extraDecoders() == nullptr && needsExtra(contents, type)) {
+        return DecodedPicture::failed(DecodeError::NeedsExtraDecoders);
     }
     const auto stored = longestSide > 0 ? StoredThumbnail::Read : StoredThumbnail::Skip;
     const Metadata metadata = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
@@ -153,11 +167,24 @@ DecodedPicture decodeContents(const QByteArray& contents, const DecodeRequest& r
     return *picture;
 }
 
+DecodedPicture decodeMovie(int descriptor, const DecodeRequest& request)
+{
+    const ExtraDecoders* const extra = extraDecoders();
+    if (extra == nullptr) {
+        return DecodedPicture::failed(DecodeError::NeedsExtraDecoders);
+    }
+    const auto decode = request.wanted == Wanted::MovieFrame ? extra->decodeMovieFrame : extra->probeMovie;
+    return decode != nullptr ? decode(descriptor, request) : DecodedPicture::failed(DecodeError::NotAPicture);
+}
+
 } // namespace
 
 DecodedPicture decodePicture(int descriptor, const DecodeRequest& request)
 {
     try {
+        if (request.wanted != Wanted::Picture) {
+            return decodeMovie(descriptor, request);
+        }
         DecodeError error = DecodeError::None;
         const auto contents = readContents(descriptor, &error);
         return contents ? decodeContents(*contents, request) : DecodedPicture::failed(error);

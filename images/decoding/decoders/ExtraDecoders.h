@@ -12,18 +12,27 @@ struct RawHeader
     QByteArray preview; // the largest embedded JPEG; empty where there is none
 };
 
-// The decoders whose libraries take long to load. They stand in a module of their own, so that a show of the common
-// types never pays for them. Each function may be called from any thread and gives pixels that are not turned.
+// The decoders whose libraries are large. Each function may be called from any thread. A row may be null: then what it
+// decodes is not shown.
 struct ExtraDecoders
 {
-    DecodedPicture (*decodeWithVips)(const QByteArray& contents, ContentType type, int longestSide);
+    // Has the libraries load what they load once.
+    void (*prepare)() = nullptr;
+    // Pixels that are not turned.
+    DecodedPicture (*decodeWithVips)(const QByteArray& contents, ContentType type, int longestSide) = nullptr;
     // False when it is no camera raw file.
-    bool (*readRawHeader)(const QByteArray& contents, RawHeader* header);
-    DecodedPicture (*developRaw)(const QByteArray& contents, int longestSide);
+    bool (*readRawHeader)(const QByteArray& contents, RawHeader* header) = nullptr;
+    // Pixels that are not turned.
+    DecodedPicture (*developRaw)(const QByteArray& contents, int longestSide) = nullptr;
+    // From the start of an open file; upright.
+    DecodedPicture (*decodeMovieFrame)(int descriptor, const DecodeRequest& request) = nullptr;
+    DecodedPicture (*probeMovie)(int descriptor, const DecodeRequest& request) = nullptr;
 };
 
-// Loads the module on the first call; null when it is not installed. Any thread.
+// What decodePicture uses from then on; to be called before the first file is decoded. Without one, which is how a
+// program begins, files that need one are answered with NeedsExtraDecoders. The table must outlive the process.
+void useExtraDecoders(const ExtraDecoders* table);
+// Null where there is none.
 const ExtraDecoders* extraDecoders();
-bool areExtraDecodersLoaded();
 
 } // namespace frameflow

@@ -1,5 +1,6 @@
 #include "SvgDecoder.h"
 
+#include "LargeBitmap.h"
 #include "Limits.h"
 #include "QtDecoder.h"
 
@@ -120,7 +121,10 @@ DecodedPicture decodeSvg(const QByteArray& contents, int longestSide)
     if (picture.size.isEmpty()) {
         return DecodedPicture::failed(DecodeError::Damaged);
     }
-    reader.setScaledSize(heldSize(picture.size, longestSide));
+    const QSize held = heldSize(picture.size, longestSide);
+    reader.setScaledSize(held);
+    // The reader clears and draws into a bitmap that fits.
+    picture.pixels = largeBitmap(held, QImage::Format_ARGB32_Premultiplied);
     if (!reader.read(&picture.pixels)) {
         return DecodedPicture::failed(DecodeError::Damaged);
     }

@@ -1,10 +1,19 @@
-#include "ExtraDecoders.h"
+#include "ExtraTable.h"
+
 #include "RawDecoder.h"
 #include "VipsDecoder.h"
 
-extern "C" Q_DECL_EXPORT const frameflow::ExtraDecoders* frameflowDecoders()
+namespace frameflow {
+
+const ExtraDecoders& allExtraDecoders()
 {
-    static constexpr frameflow::ExtraDecoders module{
-        &frameflow::decodeWithVips, &frameflow::readRawHeader, &frameflow::developRaw};
-    return &module;
+    static constexpr ExtraDecoders table{
+        .prepare = prepareVips,
+        .decodeWithVips = decodeWithVips,
+        .readRawHeader = readRawHeader,
+        .developRaw = developRaw,
+    };
+    return table;
 }
+
+} // namespace frameflow

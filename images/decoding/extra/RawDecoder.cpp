@@ -1,5 +1,6 @@
 #include "RawDecoder.h"
 
+#include "LargeBitmap.h"
 #include "Limits.h"
 
 #include <algorithm>
@@ -46,8 +47,7 @@ QImage imageFrom(const libraw_processed_image_t& processed)
         return {};
     }
     const auto format = processed.colors == 3 ? QImage::Format_RGB888 : QImage::Format_Grayscale8;
-    return QImage(processed.data, processed.width, processed.height, line, format)
-        .convertToFormat(QImage::Format_RGB32);
+    return inFormat(QImage(processed.data, processed.width, processed.height, line, format), QImage::Format_RGB32);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "VipsDecoder.h"
 
+#include "LargeBitmap.h"
 #include "Limits.h"
 #include "MemoryFile.h"
 #include "PhotoshopInks.h"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <mutex>
 #include <optional>
 
@@ -154,17 +156,36 @@ VipsImagePtr reduced(VipsImagePtr image, QSize held)
     return applied(image, vips_cast_uchar);
 }
 
+// From red, green, blue and alpha. Null when the file ends too early, or there is no memory.
 QImage toImage(const VipsImagePtr& image)
 {
-    size_t length = 0;
-    void* const pixels = image ? vips_image_write_to_memory(image.get(), &length) : nullptr;
-    if (pixels == nullptr) {
+    if (!image) {
         return {};
     }
     const QSize size = sizeOf(image);
-    constexpr qsizetype channels = 4;
-    return {static_cast<uchar*>(pixels), size.width(), size.height(), channels * size.width(), QImage::Format_RGBA8888,
-        g_free, pixels};
+    QImage result = largeBitmap(size, QImage::Format_ARGB32_Premultiplied);
+    const std::unique_ptr<VipsRegion, Unref> region(vips_region_new(image.get()));
+    if (result.isNull() || !region) {
+        return {};
+    }
+    int tileWidth = 0;
+    int tileHeight = 0;
+    int lines = 0;
+    vips_get_tile_size(image.get(), &tileWidth, &tileHeight, &lines);
+    lines = std::max(lines, 1);
+    for (int top = 0; top < size.height(); top += lines) {
+        VipsRect part{0, top, size.width(), std::min(lines, size.height() - top)};
+        if (vips_region_prepare(region.get(), &part) != 0) {
+            return {};
+        }
+        for (int y = top; y < top + part.height; ++y) {
+            const QImage line(reinterpret_cast<const uchar*>(VIPS_REGION_ADDR(region.get(), 0, y)), size.width(), 1,
+                QImage::Format_RGBA8888);
+            const QImage converted = line.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+            std::memcpy(result.scanLine(y), converted.constBits(), converted.sizeInBytes());
+        }
+    }
+    return result;
 }
 
 DecodedPicture decode(const Loader& loader, const QByteArray& contents, int longestSide)
@@ -195,6 +216,11 @@ DecodedPicture decode(const Loader& loader, const QByteArray& contents, int long
 }
 
 } // namespace
+
+void prepareVips()
+{
+    startVipsOnce();
+}
 
 DecodedPicture decodeWithVips(const QByteArray& contents, ContentType type, int longestSide)
 {

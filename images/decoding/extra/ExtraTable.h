@@ -1,0 +1,10 @@
+#pragma once
+
+#include "ExtraDecoders.h"
+
+namespace frameflow {
+
+// All decoders of this folder.
+const ExtraDecoders& allExtraDecoders();
+
+} // namespace frameflow

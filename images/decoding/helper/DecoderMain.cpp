@@ -1,0 +1,84 @@
+#include "DecoderMain.h"
+
+#include "Confinement.h"
+#include "DecoderService.h"
+
+#include <QGuiApplication>
+#include <QLoggingCategory>
+
+#include <csignal>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace frameflow {
+
+namespace {
+
+constexpr int requestSocket = 3;
+
+bool isDecoderSocket(int socket)
+{
+    int type = 0;
+    socklen_t length = sizeof(type);
+    return getsockopt(socket, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && type == SOCK_SEQPACKET;
+}
+
+// The kernel ends this process with its starter, unless that was gone before it was asked to.
+bool endsWithStarter(pid_t starter)
+{
+    return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == starter;
+}
+
+void isolate()
+{
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        dup2(nothing, descriptor);
+    }
+    closefrom(requestSocket + 1);
+    // What a terminal's keys send is meant for the program, which closes the socket when it ends.
+    for (const int number : {SIGINT, SIGQUIT, SIGHUP}) {
+        signal(number, SIG_IGN); // NOLINT(bugprone-signal-handler): ignored
+    }
+    signal(SIGPROF, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    prctl(PR_SET_DUMPABLE, 0);
+    static_cast<void>(chdir("/")); // an unmounted disk is not to wait for this process
+
+    // No setting of a person reaches the libraries: plug-ins of their own, other formats, more threads.
+    clearenv();
+    qputenv("LC_ALL", "C.UTF-8");
+    qputenv("OMP_NUM_THREADS", "1");
+    qputenv("VIPS_CONCURRENCY", "1");
+    qputenv("QT_QPA_PLATFORM", "minimal:enable_fonts");
+}
+
+} // namespace
+
+void runDecoder(int count, char** arguments, const ExtraDecoders* extra)
+{
+    const auto number = [&](int index) { return count > index ? std::strtoll(arguments[index], nullptr, 10) : 0; };
+    if (!isDecoderSocket(requestSocket) || count < 4 || !endsWithStarter(static_cast<pid_t>(number(3)))) {
+        _exit(1);
+    }
+    isolate();
+    int noArguments = 1;
+    const QGuiApplication application(noArguments, arguments);
+    QLoggingCategory::setFilterRules(QStringLiteral("*=false"));
+    confine(number(1));
+    useExtraDecoders(extra);
+    if (extra != nullptr && extra->prepare != nullptr) {
+        extra->prepare();
+    }
+    serveDecoding(requestSocket, std::chrono::seconds(number(2)));
+    // Nothing is worth tidying up, and other threads may be in the middle of anything.
+    _exit(0);
+}
+
+} // namespace frameflow

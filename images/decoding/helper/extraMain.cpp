@@ -1,0 +1,7 @@
+#include "DecoderMain.h"
+#include "ExtraTable.h"
+
+int main(int argc, char** argv)
+{
+    frameflow::runDecoder(argc, argv, &frameflow::allExtraDecoders());
+}
