@@ -489,7 +489,9 @@ void DecoderPoolTest::decoderKilledFromOutsideCostsNoFile()
     QVERIFY(processOf(mFiles->result("good")) != first);
     // One killed while it has nothing to do costs not even an attempt.
     QTRY_COMPARE(pool.processes().size(), 1);
-    kill(pool.processes().first(), SIGKILL);
+    const pid_t idle = pool.processes().first();
+    kill(idle, SIGKILL);
+    QTRY_VERIFY(hasEnded(idle));
     mFiles->start(pool, mFiles->job("noted", "crash-noted " + mFiles->folder().pathOf("notes")));
     QTRY_VERIFY(mFiles->isDone("noted"));
     QCOMPARE(mFiles->error("noted"), DecodeError::DecoderLost);
@@ -511,7 +513,8 @@ void DecoderPoolTest::twoHundredLostDecodersLeaveNothing()
     DecoderPool pool(mFiles->options(2));
     const auto decodeBoth = [&](int count) {
         for (int i = 0; i < count; ++i) {
-            QCOMPARE(pool.decodeAndWait(mFiles->job("bad", "crash-noted /dev/null")).picture.error, DecodeError::DecoderLost);
+            QCOMPARE(pool.decodeAndWait(mFiles->job("bad", "crash-noted /dev/null")).picture.error,
+                DecodeError::DecoderLost);
             QCOMPARE(pool.decodeAndWait(mFiles->job("good", "picture 800 600 0")).picture.error, DecodeError::None);
         }
     };

@@ -1,5 +1,6 @@
 #include "DecoderProcess.h"
 
+#include "Confinement.h"
 #include "Leftovers.h"
 #include "TestFiles.h"
 
@@ -7,7 +8,9 @@
 #include <QFile>
 #include <QTest>
 
+#include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <future>
 #include <thread>
 
@@ -47,6 +50,8 @@ private Q_SLOTS:
     void interruptionEndsADecode();
     void interruptionBeforehandEndsItToo();
     void timeSuspendedDoesNotCount();
+    void confinedDecoderReachesNothing_data();
+    void confinedDecoderReachesNothing();
     void programThatIsNotThere();
     void childInheritsNothing();
 
@@ -184,6 +189,35 @@ void DecoderProcessTest::timeSuspendedDoesNotCount()
     mFolder->addFile("gate");
     process->resume();
     QCOMPARE(picture.get().error, DecodeError::None);
+}
+
+void DecoderProcessTest::confinedDecoderReachesNothing_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<bool>("isOffered");
+    const ConfinementOffer offer = kernelOffer();
+    QTest::newRow("files") << QByteArray("open /etc/passwd") << (offer.fileAccessVersion > 0);
+    QTest::newRow("writing") << QByteArray("write WRITTEN") << (offer.fileAccessVersion > 0 || offer.systemCalls);
+    QTest::newRow("network") << QByteArray("connect /run/nobody") << offer.systemCalls;
+    QTest::newRow("processes") << QByteArray("fork") << offer.systemCalls;
+    QTest::newRow("programs") << QByteArray("exec /bin/true") << offer.systemCalls;
+}
+
+void DecoderProcessTest::confinedDecoderReachesNothing()
+{
+    QFETCH(const QByteArray, text);
+    QFETCH(const bool, isOffered);
+    const QByteArray written = mFolder->pathOf("written");
+    const auto process = obedient();
+    const DecodedPicture picture
+        = process->decode(order("confined " + QByteArray(text).replace("WRITTEN", written)), {});
+    if (isOffered) {
+        QCOMPARE(picture.error, DecodeError::None);
+        const int error = picture.size.width() - 1;
+        QVERIFY2(error == EPERM || error == EACCES, std::strerror(error));
+        QVERIFY(!QFile::exists(QFile::decodeName(written)));
+        QCOMPARE(process->decode(order("picture 3 2 0"), {}).error, DecodeError::None);
+    }
 }
 
 void DecoderProcessTest::programThatIsNotThere()

@@ -2,10 +2,23 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 
 namespace frameflow {
+
+namespace {
+
+// The kernel's letter; none for a process that is gone.
+char stateOf(pid_t process)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(process));
+    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return text.mid(text.lastIndexOf(')') + 2).isEmpty() ? '\0' : text.at(text.lastIndexOf(')') + 2);
+}
+
+} // namespace
 
 DecoderPool::Options PoolFixture::options(int atOnce) const
 {
@@ -50,10 +63,9 @@ QList<pid_t> PoolFixture::noted(const QByteArray& file) const
 
 DecoderPool::Ticket PoolFixture::start(DecoderPool& pool, const DecodeJob& job)
 {
-    const QByteArray name = job.request.fileName;
-    return pool.decode(job, [this, name](DecodedFile&& file) {
+    return pool.decode(job, [this, name = job.request.fileName.toStdString()](DecodedFile&& file) {
         const std::lock_guard lock(mMutex);
-        mDone.append(name);
+        mDone.push_back(name);
         mResults[name] = std::move(file);
     });
 }
@@ -66,26 +78,34 @@ bool PoolFixture::isDone(const QByteArray& name) const
 DecodedFile PoolFixture::result(const QByteArray& name) const
 {
     const std::lock_guard lock(mMutex);
-    const auto found = mResults.find(name);
+    const auto found = mResults.find(name.toStdString());
     return found == mResults.end() ? DecodedFile() : found->second;
 }
 
 QByteArrayList PoolFixture::doneInOrder() const
 {
     const std::lock_guard lock(mMutex);
-    return mDone;
+    QByteArrayList names;
+    for (const std::string& name : mDone) {
+        names.append(QByteArray::fromStdString(name));
+    }
+    return names;
 }
 
 int PoolFixture::callbacks(const QByteArray& name) const
 {
     const std::lock_guard lock(mMutex);
-    return static_cast<int>(mDone.count(name));
+    return static_cast<int>(std::count(mDone.begin(), mDone.end(), name.toStdString()));
 }
 
 bool isSuspended(pid_t process)
 {
-    QFile file(QStringLiteral("/proc/%1/stat").arg(process));
-    return file.open(QIODevice::ReadOnly) && file.readAll().contains(") T ");
+    return stateOf(process) == 'T';
+}
+
+bool hasEnded(pid_t process)
+{
+    return stateOf(process) == 'Z' || !exists(process);
 }
 
 bool exists(pid_t process)
