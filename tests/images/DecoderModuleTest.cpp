@@ -11,6 +11,8 @@
 
 using namespace frameflow;
 
+using Function = void (*)(int descriptor, const DecodeRequest* request, DecodedPicture* result);
+
 class DecoderModuleTest : public QObject
 {
     Q_OBJECT
@@ -27,19 +29,21 @@ private:
     {
         DecodeRequest request;
         request.fileName = name;
-        return mDecode(openForDecoding(mFolder.urlOf(name)).number(), request);
+        DecodedPicture picture;
+        mDecode(openForDecoding(mFolder.urlOf(name)).number(), &request, &picture);
+        return picture;
     }
 
     TestFolder mFolder;
     void* mModule = nullptr;
-    DecodedPicture (*mDecode)(int, const DecodeRequest&) = nullptr;
+    Function mDecode = nullptr;
 };
 
 void DecoderModuleTest::initTestCase()
 {
     mModule = dlopen(FRAMEFLOW_DECODER_MODULE, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     QVERIFY2(mModule, dlerror());
-    mDecode = reinterpret_cast<DecodedPicture (*)(int, const DecodeRequest&)>(dlsym(mModule, "frameflowDecode"));
+    mDecode = reinterpret_cast<Function>(dlsym(mModule, "frameflowDecode"));
     QVERIFY(mDecode);
     const QByteArray in = mFolder.addFile("a.png", encoded(quartersPicture(), "png"));
     for (const TypeSample& sample : typeSamples()) {

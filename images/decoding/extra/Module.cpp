@@ -1,11 +1,11 @@
 #include "Decode.h"
 #include "ExtraTable.h"
 
-// decodePicture with all decoders, for a process that can start no other.
-extern "C" Q_DECL_EXPORT frameflow::DecodedPicture frameflowDecode(
-    int descriptor, const frameflow::DecodeRequest& request)
+// decodePicture with all decoders, for a process that can start none.
+extern "C" Q_DECL_EXPORT void frameflowDecode(
+    int descriptor, const frameflow::DecodeRequest* request, frameflow::DecodedPicture* result)
 {
     using namespace frameflow;
     useExtraDecoders(&allExtraDecoders());
-    return decodePicture(descriptor, request);
+    *result = decodePicture(descriptor, *request);
 }
