@@ -1,5 +1,6 @@
 #include "DecoderPool.h"
 
+#include "DecoderStore.h"
 #include "PoolFixture.h"
 #include "StaysTrue.h"
 
@@ -7,9 +8,13 @@
 #include <QProcess>
 #include <QTest>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <csignal>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -46,6 +51,7 @@ private Q_SLOTS:
     void cancellingTwiceOrTooLateDoesNothing();
     void ticketsOutliveTheirPool();
     void poolIsDestroyedWithWorkLeft();
+    void manyThreadsAskRaiseAndCancel();
 
     void othersAreDecodedByTheExtraKind();
     void suffixIsRememberedForTheExtraKind();
@@ -57,9 +63,11 @@ private Q_SLOTS:
     void askedForDoesNotWaitForASecondAttempt();
     void decoderKilledFromOutsideCostsNoFile();
     void decodersOwnWordIsNotAskedTwice();
+    void idleProcessesEndAfterAWhile();
     void twoHundredLostDecodersLeaveNothing();
 
     void withoutProgramsItIsDecodedInThreads();
+    void withBrokenProgramsItIsDecodedInThreads();
     void threadThatHangsIsGivenUp();
     void withoutAnythingItFailsQuietly();
     void processesAreTriedAgainLater();
@@ -377,6 +385,57 @@ void DecoderPoolTest::poolIsDestroyedWithWorkLeft()
     QCOMPARE(belongings(), mBefore);
 }
 
+void DecoderPoolTest::manyThreadsAskRaiseAndCancel()
+{
+    constexpr int threadCount = 4;
+    constexpr int jobCount = 60;
+    const std::array orders{QByteArray("number"), QByteArray("damaged"), QByteArray("picture 300 200 1"),
+        QByteArray("crash-noted /dev/null"), QByteArray("spin 5"), QByteArray("extra")};
+    std::array<FileUrl, orders.size()> urls;
+    for (size_t i = 0; i < orders.size(); ++i) {
+        urls[i] = mFiles->job(QByteArray::number(int(i)), orders[i]).url;
+    }
+    std::array<std::atomic<int>, threadCount * jobCount> callbacks{};
+    std::atomic<int> wrong = 0;
+    DecoderPool pool(mFiles->options(2));
+    const auto work = [&](int thread) {
+        for (int i = 0; i < jobCount; ++i) {
+            const int number = thread * jobCount + i;
+            const size_t order = size_t(number) % orders.size();
+            const auto ticket
+                = pool.decode({urls[order], {}, Urgency(i / 2 % 3)}, [&, number, order](DecodedFile&& file) {
+                      ++callbacks[size_t(number)];
+                      const DecodeError error = file.picture.error;
+                      const DecodeError expected = order == 1 ? DecodeError::Damaged
+                          : order == 3                        ? DecodeError::DecoderLost
+                                                              : DecodeError::None;
+                      wrong += error != expected && error != DecodeError::Cancelled ? 1 : 0;
+                  });
+            if (i % 5 == 0) {
+                ticket.raise(Urgency::Asked);
+            }
+            if (i % 3 == 0) {
+                ticket.cancel();
+            }
+            pool.processes();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < threadCount; ++i) {
+        threads.emplace_back(work, i);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    const auto areDone
+        = [&] { return std::all_of(callbacks.begin(), callbacks.end(), [](const auto& one) { return one > 0; }); };
+    QTRY_VERIFY_WITH_TIMEOUT(areDone(), 60'000);
+    QCOMPARE(wrong.load(), 0);
+    for (const auto& count : callbacks) {
+        QCOMPARE(count.load(), 1);
+    }
+}
+
 // ---- Kinds
 
 void DecoderPoolTest::othersAreDecodedByTheExtraKind()
@@ -508,6 +567,27 @@ void DecoderPoolTest::decodersOwnWordIsNotAskedTwice()
     QCOMPARE(processOf(pool.decodeAndWait(mFiles->job("good", "number"))), process);
 }
 
+void DecoderPoolTest::idleProcessesEndAfterAWhile()
+{
+    DecoderStore store(mFiles->options());
+    QVERIFY(!store.nextEnd());
+    store.prepare(DecoderKind::Common);
+    // One of the common kind stays.
+    QVERIFY(!store.nextEnd());
+    store.put(DecoderKind::Common, store.start(DecoderKind::Common));
+    store.put(DecoderKind::Extra, store.take(DecoderKind::Extra));
+    const QList<pid_t> processes = store.processes();
+    QCOMPARE(processes.size(), 3);
+    const auto next = store.nextEnd();
+    QVERIFY(next && *next > std::chrono::steady_clock::now() + 30s);
+    store.endIdle(*next - 1ms);
+    QCOMPARE(store.processes(), processes);
+    store.endIdle(*next + 30s);
+    QCOMPARE(store.processes(), QList<pid_t>{processes[1]});
+    QVERIFY(!exists(processes[0]) && !exists(processes[2]));
+    QVERIFY(!store.nextEnd());
+}
+
 void DecoderPoolTest::twoHundredLostDecodersLeaveNothing()
 {
     DecoderPool pool(mFiles->options(2));
@@ -549,6 +629,20 @@ void DecoderPoolTest::withoutProgramsItIsDecodedInThreads()
     QVERIFY(file.stamp);
     QCOMPARE(pool.decodeAndWait(mFiles->job("raw.cr2", "damaged")).picture.error, DecodeError::Damaged);
     QVERIFY(pool.processes().isEmpty());
+}
+
+void DecoderPoolTest::withBrokenProgramsItIsDecodedInThreads()
+{
+    DecoderPool::Options options;
+    options.commonDecoder = "/bin/false";
+    options.module = OBEDIENT_MODULE;
+    DecoderPool pool(options);
+    QCOMPARE(processOf(pool.decodeAndWait(mFiles->job("name", "anything"))), getpid());
+    // A file alone never has itself decoded in this process.
+    DecoderPool::Options intact = mFiles->options();
+    intact.module = OBEDIENT_MODULE;
+    DecoderPool other(intact);
+    QCOMPARE(other.decodeAndWait(mFiles->job("name", "nothing")).picture.error, DecodeError::DecoderLost);
 }
 
 void DecoderPoolTest::threadThatHangsIsGivenUp()
