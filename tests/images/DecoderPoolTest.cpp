@@ -191,16 +191,15 @@ void DecoderPoolTest::mostUrgentIsBegunFirst()
     mFiles->start(pool, mFiles->gate("first", Urgency::Asked));
     mFiles->start(pool, mFiles->gate("second", Urgency::Asked));
     QTRY_VERIFY(mFiles->hasBegun("first") && mFiles->hasBegun("second"));
-    mFiles->start(pool, mFiles->job("thumbnail 1", "number", Urgency::Thumbnail));
-    mFiles->start(pool, mFiles->job("ahead 1", "number", Urgency::Ahead));
-    mFiles->start(pool, mFiles->job("thumbnail 2", "number", Urgency::Thumbnail));
-    mFiles->start(pool, mFiles->job("ahead 2", "number", Urgency::Ahead));
-    mFiles->start(pool, mFiles->job("asked", "number", Urgency::Asked));
+    mFiles->start(pool, mFiles->noting("thumbnail-1", Urgency::Thumbnail));
+    mFiles->start(pool, mFiles->noting("ahead-1", Urgency::Ahead));
+    mFiles->start(pool, mFiles->noting("thumbnail-2", Urgency::Thumbnail));
+    mFiles->start(pool, mFiles->noting("ahead-2", Urgency::Ahead));
+    mFiles->start(pool, mFiles->noting("asked", Urgency::Asked));
     mFiles->letGo("first");
     QTRY_VERIFY(mFiles->isDone("asked"));
     mFiles->letGo("second");
-    QTRY_COMPARE(mFiles->doneInOrder(),
-        (QByteArrayList{"first", "asked", "second", "ahead 1", "ahead 2", "thumbnail 1", "thumbnail 2"}));
+    QTRY_COMPARE(mFiles->begunInOrder(), (QByteArrayList{"asked", "ahead-1", "ahead-2", "thumbnail-1", "thumbnail-2"}));
 }
 
 void DecoderPoolTest::asManyAreDecodedAtOnceAsThereAreCores()
@@ -267,14 +266,14 @@ void DecoderPoolTest::raisedOneIsBegunBeforeTheOthers()
     DecoderPool pool(mFiles->options(1));
     mFiles->start(pool, mFiles->gate("first", Urgency::Thumbnail));
     QTRY_VERIFY(mFiles->hasBegun("first"));
-    mFiles->start(pool, mFiles->job("ahead", "number", Urgency::Ahead));
-    mFiles->start(pool, mFiles->job("b", "number", Urgency::Thumbnail));
-    const auto raised = mFiles->start(pool, mFiles->job("c", "number", Urgency::Thumbnail));
+    mFiles->start(pool, mFiles->noting("ahead", Urgency::Ahead));
+    mFiles->start(pool, mFiles->noting("b", Urgency::Thumbnail));
+    const auto raised = mFiles->start(pool, mFiles->noting("c", Urgency::Thumbnail));
     raised.raise(Urgency::Asked);
     QTRY_VERIFY(mFiles->isDone("c"));
     QVERIFY(!mFiles->isDone("ahead"));
     mFiles->letGo("first");
-    QTRY_COMPARE(mFiles->doneInOrder(), (QByteArrayList{"c", "first", "ahead", "b"}));
+    QTRY_COMPARE(mFiles->begunInOrder(), (QByteArrayList{"c", "ahead", "b"}));
 }
 
 void DecoderPoolTest::loweringChangesNothing()
@@ -282,10 +281,10 @@ void DecoderPoolTest::loweringChangesNothing()
     DecoderPool pool(mFiles->options(1));
     mFiles->start(pool, mFiles->gate("first", Urgency::Thumbnail));
     QTRY_VERIFY(mFiles->hasBegun("first"));
-    mFiles->start(pool, mFiles->job("ahead", "number", Urgency::Ahead)).raise(Urgency::Thumbnail);
-    mFiles->start(pool, mFiles->job("thumbnail", "number", Urgency::Thumbnail));
+    mFiles->start(pool, mFiles->noting("ahead", Urgency::Ahead)).raise(Urgency::Thumbnail);
+    mFiles->start(pool, mFiles->noting("thumbnail", Urgency::Thumbnail));
     mFiles->letGo("first");
-    QTRY_COMPARE(mFiles->doneInOrder(), (QByteArrayList{"first", "ahead", "thumbnail"}));
+    QTRY_COMPARE(mFiles->begunInOrder(), (QByteArrayList{"ahead", "thumbnail"}));
 }
 
 // ---- Cancelling

@@ -99,11 +99,16 @@ bool exists(const QByteArray& path)
 }
 
 // Adds a line.
-void noteProcess(const QByteArray& path)
+void note(const QByteArray& path, const QByteArray& text)
 {
     const FileDescriptor notes(open(path.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
-    const QByteArray process = QByteArray::number(getpid()) + '\n';
-    static_cast<void>(!write(notes.number(), process.constData(), process.size()));
+    const QByteArray line = text + '\n';
+    static_cast<void>(!write(notes.number(), line.constData(), line.size()));
+}
+
+void noteProcess(const QByteArray& path)
+{
+    note(path, QByteArray::number(getpid()));
 }
 
 std::chrono::milliseconds processorTime()
@@ -154,6 +159,12 @@ void crash(const Order& /*order*/)
 {
     std::signal(SIGSEGV, SIG_DFL);
     std::raise(SIGSEGV);
+}
+
+void noteName(const Order& order)
+{
+    note(order.word(0), order.request.fileName);
+    number(order);
 }
 
 void crashNoted(const Order& order)
@@ -398,14 +409,14 @@ using Action = void (*)(const Order&);
 
 const std::map<QByteArray, Action>& actions()
 {
-    static const std::map<QByteArray, Action> table{{"picture", picture}, {"number", number}, {"extra", extra},
-        {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash}, {"crash-noted", crashNoted},
-        {"crash-once", crashOnce}, {"hang", hang}, {"sleep", sleepForEver}, {"eat", eat}, {"spin", spinAwhile},
-        {"gate", gate}, {"open", openFile}, {"write", writeFile}, {"connect", connectOut}, {"fork", makeProcess},
-        {"leave-process", leaveProcess}, {"exec", execute}, {"wrong-size", wrongSize}, {"too-large", tooLarge},
-        {"unsealed", unsealed}, {"shrinkable", shrinkable}, {"wrong-id", wrongId}, {"twice", twice}, {"half", half},
-        {"too-long", tooLong}, {"two-descriptors", twoDescriptors}, {"no-descriptor", noDescriptor},
-        {"nothing", nothing}, {"hang-up", hangUp}, {"own-word", ownWord}};
+    static const std::map<QByteArray, Action> table{{"picture", picture}, {"number", number}, {"note-name", noteName},
+        {"extra", extra}, {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash},
+        {"crash-noted", crashNoted}, {"crash-once", crashOnce}, {"hang", hang}, {"sleep", sleepForEver}, {"eat", eat},
+        {"spin", spinAwhile}, {"gate", gate}, {"open", openFile}, {"write", writeFile}, {"connect", connectOut},
+        {"fork", makeProcess}, {"leave-process", leaveProcess}, {"exec", execute}, {"wrong-size", wrongSize},
+        {"too-large", tooLarge}, {"unsealed", unsealed}, {"shrinkable", shrinkable}, {"wrong-id", wrongId},
+        {"twice", twice}, {"half", half}, {"too-long", tooLong}, {"two-descriptors", twoDescriptors},
+        {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp}, {"own-word", ownWord}};
     return table;
 }
 

@@ -18,6 +18,17 @@ char stateOf(pid_t process)
     return text.mid(text.lastIndexOf(')') + 2).isEmpty() ? '\0' : text.at(text.lastIndexOf(')') + 2);
 }
 
+QByteArrayList linesOf(const QByteArray& path)
+{
+    QFile file(QFile::decodeName(path));
+    QByteArrayList lines;
+    if (file.open(QIODevice::ReadOnly)) {
+        lines = file.readAll().split('\n');
+        lines.removeAll(QByteArray());
+    }
+    return lines;
+}
+
 } // namespace
 
 DecoderPool::Options PoolFixture::options(int atOnce) const
@@ -51,12 +62,9 @@ QList<pid_t> PoolFixture::begun(const QByteArray& name) const
 
 QList<pid_t> PoolFixture::noted(const QByteArray& file) const
 {
-    QFile notes(QFile::decodeName(mFolder.pathOf(file)));
     QList<pid_t> processes;
-    if (notes.open(QIODevice::ReadOnly)) {
-        for (const QByteArray& process : notes.readAll().simplified().split(' ')) {
-            processes.append(process.toInt());
-        }
+    for (const QByteArray& line : linesOf(mFolder.pathOf(file))) {
+        processes.append(line.toInt());
     }
     return processes;
 }
@@ -82,14 +90,14 @@ DecodedFile PoolFixture::result(const QByteArray& name) const
     return found == mResults.end() ? DecodedFile() : found->second;
 }
 
-QByteArrayList PoolFixture::doneInOrder() const
+DecodeJob PoolFixture::noting(const QByteArray& name, Urgency urgency) const
 {
-    const std::lock_guard lock(mMutex);
-    QByteArrayList names;
-    for (const std::string& name : mDone) {
-        names.append(QByteArray::fromStdString(name));
-    }
-    return names;
+    return job(name, "note-name " + mFolder.pathOf("begun"), urgency);
+}
+
+QByteArrayList PoolFixture::begunInOrder() const
+{
+    return linesOf(mFolder.pathOf("begun"));
 }
 
 int PoolFixture::callbacks(const QByteArray& name) const

@@ -26,6 +26,9 @@ public:
     QList<pid_t> begun(const QByteArray& name) const;
     bool hasBegun(const QByteArray& name) const { return !begun(name).isEmpty(); }
     void letGo(const QByteArray& name) const { mFolder.addFile("gate-" + name); }
+    // A job that notes when it is begun, and the names of those begun so far.
+    DecodeJob noting(const QByteArray& name, Urgency urgency) const;
+    QByteArrayList begunInOrder() const;
     QList<pid_t> noted(const QByteArray& file) const;
 
     // Has it decoded; the callback notes the result under the file's name.
@@ -33,8 +36,6 @@ public:
     bool isDone(const QByteArray& name) const;
     DecodedFile result(const QByteArray& name) const;
     DecodeError error(const QByteArray& name) const { return result(name).picture.error; }
-    // The names in the order of their callbacks.
-    QByteArrayList doneInOrder() const;
     int callbacks(const QByteArray& name) const;
 
 private:
