@@ -66,10 +66,10 @@ bool isPlausible(const AnswerMessage& answer, const DecodeRequest& request)
         && picture.orientation <= 8;
 }
 
-bool isReady(int descriptor)
+bool isReady(int descriptor, std::chrono::milliseconds within = 0ms)
 {
     pollfd ready{descriptor, POLLIN, 0};
-    return poll(&ready, 1, 0) > 0;
+    return poll(&ready, 1, static_cast<int>(within.count())) > 0;
 }
 
 } // namespace
@@ -231,6 +231,11 @@ bool DecoderProcess::isUsable() const
     // A decoder speaks only when it is asked.
     return !mState->isLost && !isReady(mState->interrupted.number()) && !isReady(mState->child.socket())
         && !isReady(mState->child.lifeline());
+}
+
+bool DecoderProcess::endsWithin(std::chrono::milliseconds span) const
+{
+    return isReady(mState->child.lifeline(), span);
 }
 
 pid_t DecoderProcess::processId() const

@@ -40,6 +40,8 @@ public:
     void resume();
 
     bool isUsable() const;
+    // Waits that long at most for the process to end by itself.
+    bool endsWithin(std::chrono::milliseconds span) const;
     pid_t processId() const;
 
 private:

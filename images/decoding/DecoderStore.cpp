@@ -12,6 +12,8 @@ using namespace std::chrono_literals;
 constexpr Duration idleSpan = 60s;
 // What kept a process from being started may pass, as a shortage of processes does.
 constexpr Duration startAgainAfter = 5s;
+// One that cannot even begin ends sooner than this.
+constexpr std::chrono::milliseconds brokenSpan = 1s;
 
 TimePoint now()
 {
@@ -54,7 +56,34 @@ std::unique_ptr<DecoderProcess> DecoderStore::start(DecoderKind kind)
     return process;
 }
 
+bool DecoderStore::areBroken(DecoderKind kind)
+{
+    {
+        const std::lock_guard lock(mMutex);
+        if (shelf(kind).haveDecoded) {
+            return false;
+        }
+    }
+    auto process = start(kind);
+    if (process && !process->endsWithin(brokenSpan)) {
+        keep(kind, std::move(process));
+        return false;
+    }
+    const std::lock_guard lock(mMutex);
+    shelf(kind).failed = now();
+    return true;
+}
+
 void DecoderStore::put(DecoderKind kind, std::unique_ptr<DecoderProcess> process)
+{
+    {
+        const std::lock_guard lock(mMutex);
+        shelf(kind).haveDecoded = true;
+    }
+    keep(kind, std::move(process));
+}
+
+void DecoderStore::keep(DecoderKind kind, std::unique_ptr<DecoderProcess> process)
 {
     if (process && process->isUsable()) {
         const std::lock_guard lock(mMutex);
@@ -70,7 +99,7 @@ void DecoderStore::prepare(DecoderKind kind)
             return;
         }
     }
-    put(kind, start(kind));
+    keep(kind, start(kind));
 }
 
 size_t DecoderStore::endingCount(int shelf, size_t idle)

@@ -22,7 +22,10 @@ public:
     std::unique_ptr<DecoderProcess> take(DecoderKind kind);
     // A new one in any case; null as above.
     std::unique_ptr<DecoderProcess> start(DecoderKind kind);
-    // Keeps one for later, unless it is of no more use.
+    // After losses: whether those of that kind end before they are asked for anything, as where a library is missing.
+    // No file has a part in the answer. Takes a while if none of them has ever decoded one.
+    bool areBroken(DecoderKind kind);
+    // Keeps one that has decoded something for later, unless it is of no more use.
     void put(DecoderKind kind, std::unique_ptr<DecoderProcess> process);
     // Starts one to have it ready, unless one is.
     void prepare(DecoderKind kind);
@@ -45,8 +48,10 @@ private:
     {
         std::vector<Idle> idle; // the last one used at the end
         std::optional<TimePoint> failed; // the last start
+        bool haveDecoded = false;
     };
 
+    void keep(DecoderKind kind, std::unique_ptr<DecoderProcess> process);
     Shelf& shelf(DecoderKind kind) { return mShelves[static_cast<int>(kind)]; }
     // How many at the front of the shelf end at some time.
     static size_t endingCount(int shelf, size_t idle);

@@ -132,6 +132,10 @@ DecodedPicture DecoderWorker::decodeBy(DecoderKind kind, PoolJob& job, const std
     } else {
         mUsed.push_back({kind, std::move(process), picture.error == DecodeError::Cancelled});
     }
+    const bool wasLast = picture.error == DecodeError::DecoderLost && mPool.attemptOf(job) == Attempt::Alone;
+    if (wasLast && mPool.store().areBroken(kind)) {
+        return decodeHere(job, opened);
+    }
     return picture;
 }
 

@@ -1,6 +1,8 @@
 // A decoder that does to its program what the file tells it: what the tests hand to the pool in the decoders' place.
-// Started by a name that ends with "-extra" it is of the other kind. Not confined until it is ordered to be.
+// Started by a name that ends with "-extra" it is of the other kind. Confined only where the order begins with
+// "confined".
 
+#include "Confinement.h"
 #include "DecoderMessages.h"
 #include "SharedBitmap.h"
 
@@ -20,6 +22,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -32,6 +35,7 @@ namespace {
 
 constexpr int programSocket = 3;
 bool isExtra = false;
+qint64 memoryLimit = 0;
 
 struct Order
 {
@@ -94,6 +98,19 @@ bool exists(const QByteArray& path)
     return access(path.constData(), F_OK) == 0;
 }
 
+// Adds a line.
+void note(const QByteArray& path, const QByteArray& text)
+{
+    const FileDescriptor notes(open(path.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    const QByteArray line = text + '\n';
+    static_cast<void>(!write(notes.number(), line.constData(), line.size()));
+}
+
+void noteProcess(const QByteArray& path)
+{
+    note(path, QByteArray::number(getpid()));
+}
+
 std::chrono::milliseconds processorTime()
 {
     return std::chrono::milliseconds(std::clock() / (CLOCKS_PER_SEC / 1000));
@@ -144,6 +161,18 @@ void crash(const Order& /*order*/)
     std::raise(SIGSEGV);
 }
 
+void noteName(const Order& order)
+{
+    note(order.word(0), order.request.fileName);
+    number(order);
+}
+
+void crashNoted(const Order& order)
+{
+    noteProcess(order.word(0));
+    std::raise(SIGKILL);
+}
+
 void crashOnce(const Order& order)
 {
     if (!exists(order.word(0))) {
@@ -169,7 +198,7 @@ void sleepForEver(const Order& /*order*/)
 void eat(const Order& /*order*/)
 {
     constexpr size_t piece = size_t(8) << 20;
-    constexpr int mostPieces = 64;
+    constexpr int mostPieces = 16;
     for (int i = 0; i < mostPieces; ++i) {
         void* const memory = std::malloc(piece);
         if (memory == nullptr) {
@@ -186,13 +215,10 @@ void spinAwhile(const Order& order)
     number(order);
 }
 
-// Says that it has begun, waits until it is let go, and says how often the file was begun.
+// Says that it has begun, waits until it is let go, and says which process it is.
 void gate(const Order& order)
 {
-    const QByteArray begun = order.word(0) + ".begun";
-    const FileDescriptor log(open(begun.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
-    const QByteArray process = QByteArray::number(getpid()) + '\n';
-    static_cast<void>(!write(log.number(), process.constData(), process.size()));
+    noteProcess(order.word(0) + ".begun");
     while (!exists(order.word(0))) {
         usleep(1000);
     }
@@ -383,14 +409,14 @@ using Action = void (*)(const Order&);
 
 const std::map<QByteArray, Action>& actions()
 {
-    static const std::map<QByteArray, Action> table{{"picture", picture}, {"number", number}, {"extra", extra},
-        {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash}, {"crash-once", crashOnce},
-        {"hang", hang}, {"sleep", sleepForEver}, {"eat", eat}, {"spin", spinAwhile}, {"gate", gate}, {"open", openFile},
-        {"write", writeFile}, {"connect", connectOut}, {"fork", makeProcess}, {"leave-process", leaveProcess},
-        {"exec", execute}, {"wrong-size", wrongSize}, {"too-large", tooLarge}, {"unsealed", unsealed},
-        {"shrinkable", shrinkable}, {"wrong-id", wrongId}, {"twice", twice}, {"half", half}, {"too-long", tooLong},
-        {"two-descriptors", twoDescriptors}, {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp},
-        {"own-word", ownWord}};
+    static const std::map<QByteArray, Action> table{{"picture", picture}, {"number", number}, {"note-name", noteName},
+        {"extra", extra}, {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash},
+        {"crash-noted", crashNoted}, {"crash-once", crashOnce}, {"hang", hang}, {"sleep", sleepForEver}, {"eat", eat},
+        {"spin", spinAwhile}, {"gate", gate}, {"open", openFile}, {"write", writeFile}, {"connect", connectOut},
+        {"fork", makeProcess}, {"leave-process", leaveProcess}, {"exec", execute}, {"wrong-size", wrongSize},
+        {"too-large", tooLarge}, {"unsealed", unsealed}, {"shrinkable", shrinkable}, {"wrong-id", wrongId},
+        {"twice", twice}, {"half", half}, {"too-long", tooLong}, {"two-descriptors", twoDescriptors},
+        {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp}, {"own-word", ownWord}};
     return table;
 }
 
@@ -399,7 +425,12 @@ void obey(const RequestMessage& message)
     DecodeError error = DecodeError::None;
     const auto contents = readContents(message.file.number(), &error);
     Order order{message.id, message.request, contents.value_or(QByteArray()).simplified().split(' ')};
-    const auto action = actions().find(order.words.takeFirst());
+    if (order.words.first() == "confined") {
+        order.words.removeFirst();
+        confine(memoryLimit);
+    }
+    const auto action = actions().find(order.words.value(0));
+    order.words.removeFirst();
     if (action == actions().end()) {
         fail(order, contents ? DecodeError::NotAPicture : error);
     } else {
@@ -414,6 +445,8 @@ int main(int argc, char** argv)
     if (argc != 4 || QByteArray(argv[3]).toInt() != getppid()) {
         return 2;
     }
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    memoryLimit = QByteArray(argv[1]).toLongLong();
     isExtra = QByteArray(argv[0]).endsWith("-extra");
     RequestMessage message;
     while (receiveRequest(programSocket, message) == MessageStatus::Received) {
