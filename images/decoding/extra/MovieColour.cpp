@@ -103,8 +103,8 @@ uchar screenValue(float light)
 
 } // namespace
 
-ColourConversion::ColourConversion(std::vector<float> lightOfSample, const Matrix& toSrgb, float brightest) :
-    mLightOfSample(std::move(lightOfSample)), mToSrgb(toSrgb), mBrightest(brightest)
+ColourConversion::ColourConversion(std::vector<float> lightOfSample, const Matrix& toSrgb, float brightest)
+    : mLightOfSample(std::move(lightOfSample)), mToSrgb(toSrgb), mBrightest(brightest)
 {
 }
 

@@ -36,8 +36,11 @@ int64_t middleOf(MovieFile& movie, const AVStream* stream)
 {
     constexpr double longest = 1e9; // seconds; beyond every movie, and within what the units can tell
     const double half = std::clamp(movie.seconds(), 0.0, longest) / 2;
-    const auto parts = static_cast<int64_t>(std::llround(half * timeScale));
-    return movie.startIn(stream) + av_rescale_q_rnd(parts, {1, timeScale}, stream->time_base, AV_ROUND_DOWN);
+    const double middle = std::round(half * timeScale) / timeScale;
+    // Containers with coarse units round the times of their frames.
+    const double unit = av_q2d(stream->time_base);
+    const double rounding = std::min(unit, 1.0 / timeScale) / 2;
+    return movie.startIn(stream) + static_cast<int64_t>((middle + rounding) / unit);
 }
 
 bool isTooLarge(const AVStream* stream)
@@ -48,7 +51,7 @@ bool isTooLarge(const AVStream* stream)
 DecodedPicture decodeMiddle(int descriptor, const DecodeRequest& request, const MovieLimits& limits)
 {
     DecodeError error = DecodeError::Damaged;
-    auto movie = MovieFile::open(descriptor, limits, &error);
+    auto movie = MovieFile::open(descriptor, request.fileName, limits, &error);
     if (!movie) {
         return DecodedPicture::failed(error);
     }
@@ -61,7 +64,7 @@ DecodedPicture decodeMiddle(int descriptor, const DecodeRequest& request, const 
     auto frame = frameAt(*movie, movie->video(), middleOf(*movie, movie->video()));
     if (!frame) {
         // From where the search has led there may be no way back.
-        movie = MovieFile::open(descriptor, limits, &error);
+        movie = MovieFile::open(descriptor, request.fileName, limits, &error);
         frame = movie && movie->video() != nullptr ? nextFrame(*movie, movie->video()) : nullptr;
     }
     if (!frame) {
@@ -91,7 +94,7 @@ bool probeSound(MovieFile& movie, const DecodeRequest& request, DecodedPicture& 
 DecodedPicture probe(int descriptor, const DecodeRequest& request, const MovieLimits& limits)
 {
     DecodeError error = DecodeError::Damaged;
-    const auto movie = MovieFile::open(descriptor, limits, &error);
+    const auto movie = MovieFile::open(descriptor, request.fileName, limits, &error);
     if (!movie) {
         return DecodedPicture::failed(error);
     }

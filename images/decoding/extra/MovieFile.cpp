@@ -1,5 +1,6 @@
 #include "MovieFile.h"
 
+#include "FileUrl.h"
 #include "Limits.h"
 
 #include <algorithm>
@@ -26,6 +27,7 @@ constexpr size_t largestBlock = size_t(512) << 20;
 constexpr unsigned mostStreams = 200;
 
 constexpr qsizetype id3HeaderLength = 10;
+constexpr double secondsMeasuredAtEnd = 5;
 
 void quietFfmpegOnce()
 {
@@ -61,8 +63,15 @@ bool isKnown(const AVInputFormat* type)
         [](const QByteArray& name) { return av_match_name(name.constData(), containers) != 0; });
 }
 
-// Judged by the contents alone; null when it is none of the containers above.
-const AVInputFormat* typeOf(const MovieInput& input)
+// A movie that is pictures in a row begins as a single one does.
+bool isRowOfJpegs(const AVInputFormat* type, QByteArrayView fileName)
+{
+    const QByteArray suffix = extensionOfName(fileName).toByteArray().toLower();
+    return QByteArrayView(type->name) == "jpeg_pipe" && (suffix == "mjpeg" || suffix == "mjpg");
+}
+
+// Null when it is none of the containers above.
+const AVInputFormat* typeOf(const MovieInput& input, QByteArrayView fileName)
 {
     constexpr std::array<qsizetype, 4> lengths{2048, 32 * 1024, 256 * 1024, 1024 * 1024};
     const qint64 offset = lengthOfTag(input.readAt(0, id3HeaderLength));
@@ -77,6 +86,9 @@ const AVInputFormat* typeOf(const MovieInput& input)
         int score = 0;
         const AVInputFormat* const type = av_probe_input_format3(&data, 1, &score);
         if (type != nullptr && (score > AVPROBE_SCORE_RETRY || isAll)) {
+            if (isRowOfJpegs(type, fileName)) {
+                return av_find_input_format("mjpeg");
+            }
             return isKnown(type) ? type : nullptr;
         }
         if (isAll) {
@@ -163,7 +175,8 @@ bool canDecodeFrame(int width, int height)
 
 MovieFile::MovieFile(int descriptor, const MovieLimits& limits) : mLimits(limits), mInput(descriptor, limits) { }
 
-std::unique_ptr<MovieFile> MovieFile::open(int descriptor, const MovieLimits& limits, DecodeError* error)
+std::unique_ptr<MovieFile> MovieFile::open(
+    int descriptor, QByteArrayView fileName, const MovieLimits& limits, DecodeError* error)
 {
     quietFfmpegOnce();
     struct stat status = {};
@@ -172,7 +185,7 @@ std::unique_ptr<MovieFile> MovieFile::open(int descriptor, const MovieLimits& li
         return nullptr;
     }
     std::unique_ptr<MovieFile> movie(new MovieFile(descriptor, limits));
-    const AVInputFormat* const type = typeOf(movie->mInput);
+    const AVInputFormat* const type = typeOf(movie->mInput, fileName);
     if (type == nullptr) {
         *error = DecodeError::NotAPicture;
         return nullptr;
@@ -243,17 +256,29 @@ void MovieFile::chooseStreams()
 
 double MovieFile::seconds()
 {
-    if (!mSeconds) {
-        const bool isGuess = mFormat->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
-        const bool isKnown = mFormat->duration > 0 && mFormat->duration != AV_NOPTS_VALUE && !isGuess;
-        mSeconds = isKnown ? static_cast<double>(mFormat->duration) / AV_TIME_BASE : measuredSeconds();
+    if (mSeconds) {
+        return *mSeconds;
+    }
+    const bool isKnown = mFormat->duration != AV_NOPTS_VALUE && mFormat->duration > 0;
+    const double known = isKnown ? static_cast<double>(mFormat->duration) / AV_TIME_BASE : 0;
+    if (isKnown && mFormat->duration_estimation_method == AVFMT_DURATION_FROM_STREAM) {
+        mSeconds = known;
+    } else if (isKnown && mFormat->duration_estimation_method == AVFMT_DURATION_FROM_PTS) {
+        // Times stand in some packets only; the last one that has one may not be the last.
+        const AVStream* const stream = mainStream();
+        const double end = std::max(0.0, known - secondsMeasuredAtEnd) / av_q2d(stream->time_base);
+        const bool isNearEnd = seek(stream, startIn(stream) + static_cast<int64_t>(end));
+        mSeconds = isNearEnd ? std::max(known, measuredSeconds()) : known;
+    } else {
+        mSeconds = measuredSeconds();
     }
     return *mSeconds;
 }
 
+// By reading on to the end.
 double MovieFile::measuredSeconds()
 {
-    const AVStream* const stream = mVideo != nullptr ? mVideo : mAudio;
+    const AVStream* const stream = mainStream();
     const int64_t start = startIn(stream);
     int64_t end = start;
     while (const auto packet = nextPacketOf(stream)) {
@@ -262,14 +287,13 @@ double MovieFile::measuredSeconds()
             end = std::max(end, time + packet->duration);
         }
     }
-    return static_cast<double>(end - start) * av_q2d(stream->time_base);
+    return (static_cast<double>(end) - static_cast<double>(start)) * av_q2d(stream->time_base);
 }
 
 int64_t MovieFile::startIn(const AVStream* stream) const
 {
-    return mFormat->start_time == AV_NOPTS_VALUE
-        ? 0
-        : av_rescale_q(mFormat->start_time, AV_TIME_BASE_Q, stream->time_base);
+    return mFormat->start_time == AV_NOPTS_VALUE ? 0
+                                                 : av_rescale_q(mFormat->start_time, AV_TIME_BASE_Q, stream->time_base);
 }
 
 FfmpegPtr<AVPacket> MovieFile::nextPacketOf(const AVStream* stream)
@@ -295,10 +319,15 @@ bool MovieFile::seek(const AVStream* stream, int64_t time)
 
 bool MovieFile::rewind()
 {
-    constexpr int anyStream = -1;
-    return !mInput.isUsedUp()
-        && (avformat_seek_file(mFormat.get(), anyStream, INT64_MIN, INT64_MIN, INT64_MAX, 0) >= 0
-            || av_seek_frame(mFormat.get(), anyStream, 0, AVSEEK_FLAG_BYTE) >= 0);
+    if (mInput.isUsedUp()) {
+        return false;
+    }
+    const AVStream* const stream = mainStream();
+    // Where times are searched for, not listed, the first packets may be passed over.
+    const bool isSearched = (mFormat->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    const bool isThere = !isSearched
+        && avformat_seek_file(mFormat.get(), stream->index, INT64_MIN, startIn(stream), INT64_MAX, 0) >= 0;
+    return isThere || av_seek_frame(mFormat.get(), stream->index, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
 FfmpegPtr<AVCodecContext> MovieFile::decoderFor(const AVStream* stream) const

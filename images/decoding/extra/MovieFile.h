@@ -13,8 +13,9 @@ class MovieFile
 {
 public:
     // Null, with the reason, when it is not of one of the known containers or has no stream that could be played. The
-    // descriptor must stay open as long.
-    static std::unique_ptr<MovieFile> open(int descriptor, const MovieLimits& limits, DecodeError* error);
+    // descriptor must stay open as long; the name is that of the file, for types that cannot be told by their contents.
+    static std::unique_ptr<MovieFile> open(
+        int descriptor, QByteArrayView fileName, const MovieLimits& limits, DecodeError* error);
 
     const MovieLimits& limits() const { return mLimits; }
     AVFormatContext* format() const { return mFormat.get(); }
@@ -46,6 +47,7 @@ private:
     bool openContainer(const AVInputFormat* type, DecodeError* error);
     void chooseStreams();
     double measuredSeconds();
+    const AVStream* mainStream() const { return mVideo != nullptr ? mVideo : mAudio; }
 
     MovieLimits mLimits;
     MovieInput mInput; // outlives the format, which reads from it

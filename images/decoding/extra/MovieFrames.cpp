@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <limits>
 #include <utility>
 
 namespace frameflow {
@@ -11,7 +12,7 @@ namespace {
 // Frames are stored up to this many others away from their place.
 constexpr int mostReordered = 32;
 // The second field of a frame may follow as a packet of its own.
-constexpr qsizetype packetsBehindWanted = 2;
+constexpr qsizetype packetsOfFrame = 2;
 
 // The packets of a stream that lead to a frame.
 struct Run
@@ -35,7 +36,9 @@ public:
         const bool isKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
         if (isKey && !isBehind && time != AV_NOPTS_VALUE) {
             mKeys.push_back(mFirst + mRun.packets.size());
-            if (mKeys.size() > mKeysKept) {
+            // When it is decoded says little about when it is shown.
+            mIsOrderKnown = mIsOrderKnown && packet->pts != AV_NOPTS_VALUE;
+            if (mKeys.size() > (mIsOrderKnown ? mKeysKept : mKeysKept + 1)) {
                 mKeys.pop_front();
                 dropUpTo(mKeys.front());
             }
@@ -44,7 +47,7 @@ public:
         mRun.packets.push_back(std::move(packet));
         mBehind += isBehind ? 1 : 0;
         mDecodedBehind += isDecodedBehind ? 1 : 0;
-        return mBehind <= mostReordered && mDecodedBehind <= packetsBehindWanted;
+        return mBehind <= mostReordered && mDecodedBehind < packetsOfFrame;
     }
 
     bool isEmpty() const { return mRun.packets.empty(); }
@@ -81,6 +84,7 @@ private:
     Run mRun;
     size_t mFirst = 0; // number of the first packet kept
     std::deque<size_t> mKeys; // numbers of the key frames kept
+    bool mIsOrderKnown = true;
     qint64 mBytes = 0;
     int mBehind = 0;
     int mDecodedBehind = 0;
@@ -90,22 +94,24 @@ private:
 class NearestFrame
 {
 public:
-    explicit NearestFrame(int64_t time) : mTime(time) { }
+    explicit NearestFrame(int64_t time) : mTime(time), mNextTime(time + 1) { }
 
     void offer(FfmpegPtr<AVFrame>& frame)
     {
         int64_t time = frame->best_effort_timestamp;
         if (time == AV_NOPTS_VALUE) {
-            time = mFrame ? mFrameTime : mTime;
+            time = mNextTime;
         }
-        const bool isBetter = !mFrame || (time <= mTime && (isBehind() || time >= mFrameTime))
-            || (isBehind() && time < mFrameTime);
+        mNextTime = time + std::max<int64_t>(frame->pkt_duration, 1);
+        const bool isBetter
+            = !mFrame || (time <= mTime && (isBehind() || time >= mFrameTime)) || (isBehind() && time < mFrameTime);
         if (isBetter) {
             mFrameTime = time;
             mFrame.swap(frame);
         }
     }
 
+    bool isNone() const { return !mFrame; }
     bool isFound() const { return mFrame && !isBehind(); }
     int64_t time() const { return mFrameTime; }
     FfmpegPtr<AVFrame> take() { return std::move(mFrame); }
@@ -116,6 +122,7 @@ private:
     int64_t mTime;
     FfmpegPtr<AVFrame> mFrame;
     int64_t mFrameTime = 0;
+    int64_t mNextTime; // of a frame that has none; at first one behind, to which any other is preferred
 };
 
 // Hands every frame that is ready to a function; stops when that answers false. False at the stream's end as well.
@@ -165,7 +172,7 @@ void decodeRun(MovieFile& movie, const AVStream* stream, const Run& run, Nearest
     };
     auto count = static_cast<qsizetype>(run.packets.size());
     if (run.wanted >= 0) {
-        count = std::min(count, run.wanted + 1 + packetsBehindWanted);
+        count = std::min(count, run.wanted + packetsOfFrame);
     }
     for (qsizetype i = 0; i < count && !movie.isUsedUp(); ++i) {
         decoder->skip_frame = i < run.wanted ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
@@ -176,6 +183,31 @@ void decodeRun(MovieFile& movie, const AVStream* stream, const Run& run, Nearest
     }
     avcodec_send_packet(decoder.get(), nullptr);
     receiveFrames(decoder.get(), offer);
+}
+
+// The first frame of a run that goes on with what is read next.
+FfmpegPtr<AVFrame> decodeOn(MovieFile& movie, const AVStream* stream, Run& start)
+{
+    const auto decoder = movie.decoderFor(stream);
+    FfmpegPtr<AVFrame> first;
+    const auto take = [&](FfmpegPtr<AVFrame>& frame) {
+        first.swap(frame);
+        return false;
+    };
+    while (decoder && !first && !movie.isUsedUp()) {
+        FfmpegPtr<AVPacket> packet;
+        if (start.packets.empty()) {
+            packet = movie.nextPacketOf(stream);
+        } else {
+            packet = std::move(start.packets.front());
+            start.packets.pop_front();
+        }
+        avcodec_send_packet(decoder.get(), packet.get());
+        if (!receiveFrames(decoder.get(), take)) {
+            break;
+        }
+    }
+    return first;
 }
 
 } // namespace
@@ -190,8 +222,8 @@ FfmpegPtr<AVFrame> frameAt(MovieFile& movie, const AVStream* stream, int64_t tim
     for (int keysKept = 1; !nearest.isFound() && !movie.isUsedUp(); ++keysKept) {
         const double room = static_cast<double>(time) - static_cast<double>(start);
         const bool isFromStart = back * second >= room;
-        const int64_t from = isFromStart ? start : time - static_cast<int64_t>(back * second);
-        const bool isThere = movie.seek(stream, from) || (isFromStart && movie.rewind());
+        const int64_t from = time - static_cast<int64_t>(back * second);
+        const bool isThere = isFromStart ? movie.rewind() : movie.seek(stream, from);
         if (isThere) {
             const Run run = collectRun(movie, stream, time, keysKept, !isFromStart);
             decodeRun(movie, stream, run, nearest);
@@ -206,20 +238,17 @@ FfmpegPtr<AVFrame> frameAt(MovieFile& movie, const AVStream* stream, int64_t tim
 
 FfmpegPtr<AVFrame> nextFrame(MovieFile& movie, const AVStream* stream)
 {
-    const auto decoder = movie.decoderFor(stream);
-    FfmpegPtr<AVFrame> first;
-    const auto take = [&](FfmpegPtr<AVFrame>& frame) {
-        first.swap(frame);
-        return false;
-    };
-    while (decoder && !first && !movie.isUsedUp()) {
-        const auto packet = movie.nextPacketOf(stream);
-        avcodec_send_packet(decoder.get(), packet.get());
-        if (!receiveFrames(decoder.get(), take)) {
-            break;
+    // A decoder that is told that there are no more packets does not wait for frames that could come before.
+    Run start;
+    for (qsizetype i = 0; i < packetsOfFrame; ++i) {
+        auto packet = movie.nextPacketOf(stream);
+        if (packet) {
+            start.packets.push_back(std::move(packet));
         }
     }
-    return first;
+    NearestFrame first(std::numeric_limits<int64_t>::min());
+    decodeRun(movie, stream, start, first);
+    return first.isNone() ? decodeOn(movie, stream, start) : first.take();
 }
 
 FfmpegPtr<AVFrame> coverFrame(const MovieFile& movie)

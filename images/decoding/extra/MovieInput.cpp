@@ -31,9 +31,9 @@ ssize_t readOnce(int descriptor, void* buffer, size_t size, qint64 offset)
 
 } // namespace
 
-MovieInput::MovieInput(int descriptor, const MovieLimits& limits) :
-    mDescriptor(descriptor), mProcessorEnd(processorTime() + limits.processorTime),
-    mWallEnd(std::chrono::steady_clock::now() + limits.wallTime)
+MovieInput::MovieInput(int descriptor, const MovieLimits& limits)
+    : mDescriptor(descriptor), mProcessorEnd(processorTime() + limits.processorTime),
+      mWallEnd(std::chrono::steady_clock::now() + limits.wallTime)
 {
     auto* const buffer = static_cast<uint8_t*>(av_malloc(bufferSize));
     if (buffer == nullptr) {
