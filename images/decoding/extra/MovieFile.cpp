@@ -161,6 +161,13 @@ bool isDefault(const AVStream* stream)
     return (stream->disposition & AV_DISPOSITION_DEFAULT) != 0;
 }
 
+// Such sizes are forgotten when the parameters are looked for.
+bool claimsTooMuch(const AVStream* stream)
+{
+    const AVCodecParameters* const codec = stream->codecpar;
+    return codec->codec_type == AVMEDIA_TYPE_VIDEO && codec->width > 0 && !canDecodeFrame(codec->width, codec->height);
+}
+
 } // namespace
 
 int64_t timeOf(const AVPacket* packet)
@@ -195,7 +202,7 @@ std::unique_ptr<MovieFile> MovieFile::open(
     }
     movie->chooseStreams();
     if (movie->mVideo == nullptr && movie->mAudio == nullptr) {
-        *error = DecodeError::Damaged;
+        *error = movie->mClaimsTooMuch ? DecodeError::TooLarge : DecodeError::Damaged;
         return nullptr;
     }
     return movie;
@@ -224,6 +231,7 @@ bool MovieFile::openContainer(const AVInputFormat* type, DecodeError* error)
         return false;
     }
     mFormat.reset(format);
+    mClaimsTooMuch = std::any_of(format->streams, format->streams + format->nb_streams, claimsTooMuch);
     DecoderOptions options(format->nb_streams);
     // Streams of which it finds out nothing are left out below.
     avformat_find_stream_info(format, options.data());

@@ -55,6 +55,7 @@ private:
     AVStream* mVideo = nullptr;
     AVStream* mAudio = nullptr;
     AVStream* mCover = nullptr;
+    bool mClaimsTooMuch = false;
     std::optional<double> mSeconds;
     int mPackets = 0;
 };
