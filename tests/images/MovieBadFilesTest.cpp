@@ -9,7 +9,6 @@
 
 #include <random>
 
-#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace frameflow;

@@ -6,7 +6,10 @@
 
 #include <QTest>
 
-#include <fcntl.h>
+#include <atomic>
+#include <thread>
+#include <vector>
+
 #include <unistd.h>
 
 using namespace frameflow;
@@ -37,6 +40,7 @@ private Q_SLOTS:
     void frameThatStandsForLongIsTheOneShown();
     void soundThatGoesOnMovesTheMiddle();
     void soundThatBeginsEarlierMovesTheStart();
+    void partsThatAreCutOutDoNotCount();
     void singleFrame();
     void frameIsNoLargerThanWanted_data();
     void frameIsNoLargerThanWanted();
@@ -49,6 +53,7 @@ private Q_SLOTS:
     void probeOfAMovieWithoutSound();
     void descriptorIsLeftAsItWas();
     void largeFrames();
+    void manyThreadsAtOnce();
 
 private:
     DecodedPicture frameOf(const QByteArray& name, int longestSide = 0) const
@@ -230,6 +235,16 @@ void MovieDecoderTest::soundThatBeginsEarlierMovesTheStart()
     QCOMPARE(numberIn(frameOf("b.mkv").pixels), 0);
 }
 
+// A copy that begins between key frames holds the frames before its beginning, and an instruction to leave them out.
+void MovieDecoderTest::partsThatAreCutOutDoNotCount()
+{
+    QVERIFY(mMovies.make("whole.mp4", MovieFiles::numbers() + " -c:v libx264 -bf 3 -g 100 -x264-params scenecut=0"));
+    QVERIFY(mMovies.make("a.mp4", "-ss 6 -i %folder/whole.mp4 -c copy"));
+    QCOMPARE(numberIn(probeOf("a.mp4").pixels), 150);
+    QVERIFY(qAbs(probeOf("a.mp4").movie->seconds - 4) < 0.1);
+    QCOMPARE(numberIn(frameOf("a.mp4").pixels), 200);
+}
+
 void MovieDecoderTest::singleFrame()
 {
     for (const QByteArray name : {"one.mp4", "one.mkv", "one.ts", "one.avi"}) {
@@ -378,6 +393,27 @@ void MovieDecoderTest::largeFrames()
     QCOMPARE(frame.size, QSize(12000, 8000));
     QVERIFY(frame.pixels.width() < 9800 && frame.pixels.width() > 9790);
     QCOMPARE(quarters(frame.pixels, 40), uprightQuarters(1));
+}
+
+void MovieDecoderTest::manyThreadsAtOnce()
+{
+    QVERIFY(mMovies.make("a.mp4", MovieFiles::numbers() + " -c:v libx264 -bf 3"));
+    QVERIFY(mMovies.make("a.webm", MovieFiles::numbers() + " -c:v libvpx-vp9 -deadline realtime -cpu-used 8"));
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, name = i % 2 == 0 ? QByteArray("a.mp4") : QByteArray("a.webm")] {
+            for (int round = 0; round < 3; ++round) {
+                wrong += numberIn(frameOf(name).pixels) != 125;
+                wrong += numberIn(probeOf(name).pixels) != 0;
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    QCOMPARE(wrong.load(), 0);
 }
 
 QTEST_GUILESS_MAIN(MovieDecoderTest)

@@ -107,7 +107,7 @@ QByteArray dsdStream()
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream.setByteOrder(QDataStream::LittleEndian);
-    constexpr int block = 4096;
+    constexpr qsizetype block = 4096;
     const QByteArray samples(block * 16, 0x69);
     const quint64 dataLength = 12 + samples.size();
     stream.writeRawData("DSD ", 4);
@@ -141,8 +141,8 @@ QByteArray dsdInterchange()
 // An animation of four grey pictures.
 QByteArray flicAnimation()
 {
-    constexpr int width = 16;
-    constexpr int height = 8;
+    constexpr qsizetype width = 16;
+    constexpr qsizetype height = 8;
     QByteArray frames;
     for (int i = 0; i < 4; ++i) {
         QByteArray frame;

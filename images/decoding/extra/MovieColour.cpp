@@ -97,8 +97,7 @@ float compression(float strongest, float brightest)
 
 uchar screenValue(float light)
 {
-    const float index = std::clamp(light, 0.0F, 1.0F) * (samples - 1);
-    return srgbOfLight()[static_cast<size_t>(index + 0.5F)];
+    return srgbOfLight()[std::lround(std::clamp(light, 0.0F, 1.0F) * (samples - 1))];
 }
 
 } // namespace

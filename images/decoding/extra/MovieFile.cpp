@@ -73,7 +73,7 @@ bool isRowOfJpegs(const AVInputFormat* type, QByteArrayView fileName)
 // Null when it is none of the containers above.
 const AVInputFormat* typeOf(const MovieInput& input, QByteArrayView fileName)
 {
-    constexpr std::array<qsizetype, 4> lengths{2048, 32 * 1024, 256 * 1024, 1024 * 1024};
+    constexpr std::array<qsizetype, 4> lengths{2048, 32'768, 262'144, 1'048'576};
     const qint64 offset = lengthOfTag(input.readAt(0, id3HeaderLength));
     for (const qsizetype length : lengths) {
         QByteArray bytes = input.readAt(offset, length);

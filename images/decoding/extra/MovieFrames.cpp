@@ -62,7 +62,9 @@ public:
                 mRun.wanted = -1;
                 break;
             }
-            if (shown <= mTime && (latest == AV_NOPTS_VALUE || shown > latest)) {
+            // A movie may be cut without being written anew.
+            const bool isCutOut = (mRun.packets[i]->flags & AV_PKT_FLAG_DISCARD) != 0;
+            if (!isCutOut && shown <= mTime && (latest == AV_NOPTS_VALUE || shown > latest)) {
                 latest = shown;
                 mRun.wanted = static_cast<qsizetype>(i);
             }
