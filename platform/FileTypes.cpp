@@ -34,6 +34,14 @@ const QHash<QByteArray, QString>& ownTypes()
     return types;
 }
 
+// Suffixes that the database gives to types of movies, but whose files are not: indexes of discs, and a codec that the
+// player lacks.
+const QSet<QByteArray>& suffixesWithoutMovies()
+{
+    static const QSet<QByteArray> suffixes{"bdm", "bdmv", "bk2", "clpi", "cpi", "mpl", "mpls"};
+    return suffixes;
+}
+
 // The raw formats of LibRaw 0.20 that cameras and their makers' programs write.
 const QSet<QByteArray>& rawSuffixes()
 {
@@ -81,13 +89,16 @@ const QSet<QString>& imageTypes()
     return types;
 }
 
-// Exactly what the movie player opens, sound included. Play lists are left out on purpose: they name other files.
+// Exactly what the movie player opens, sound included. Play lists are left out on purpose: they name other files. So
+// are scores (MIDI, tracker modules): what FFmpeg plays of them depends on how it was built.
 const QSet<QString>& movieTypes()
 {
     static const QSet<QString> types{
         QStringLiteral("audio/AMR"),
+        QStringLiteral("audio/AMR-WB"),
         QStringLiteral("audio/aac"),
         QStringLiteral("audio/ac3"),
+        QStringLiteral("audio/annodex"),
         QStringLiteral("audio/basic"),
         QStringLiteral("audio/flac"),
         QStringLiteral("audio/mp2"),
@@ -95,11 +106,16 @@ const QSet<QString>& movieTypes()
         QStringLiteral("audio/mpeg"),
         QStringLiteral("audio/ogg"),
         QStringLiteral("audio/vnd.dts"),
+        QStringLiteral("audio/vnd.dts.hd"),
+        QStringLiteral("audio/vnd.rn-realaudio"),
         QStringLiteral("audio/webm"),
         QStringLiteral("audio/x-aifc"),
         QStringLiteral("audio/x-aiff"),
         QStringLiteral("audio/x-ape"),
+        QStringLiteral("audio/x-dff"),
+        QStringLiteral("audio/x-dsf"),
         QStringLiteral("audio/x-flac+ogg"),
+        QStringLiteral("audio/x-gsm"),
         QStringLiteral("audio/x-m4b"),
         QStringLiteral("audio/x-m4r"),
         QStringLiteral("audio/x-matroska"),
@@ -109,17 +125,24 @@ const QSet<QString>& movieTypes()
         QStringLiteral("audio/x-speex"),
         QStringLiteral("audio/x-speex+ogg"),
         QStringLiteral("audio/x-tta"),
+        QStringLiteral("audio/x-voc"),
         QStringLiteral("audio/x-vorbis+ogg"),
         QStringLiteral("audio/x-wav"),
         QStringLiteral("audio/x-wavpack"),
         QStringLiteral("video/3gpp"),
         QStringLiteral("video/3gpp2"),
+        QStringLiteral("video/annodex"),
         QStringLiteral("video/dv"),
+        QStringLiteral("video/mj2"),
         QStringLiteral("video/mp2t"),
         QStringLiteral("video/mp4"),
         QStringLiteral("video/mpeg"),
         QStringLiteral("video/ogg"),
         QStringLiteral("video/quicktime"),
+        QStringLiteral("video/vnd.radgamettools.bink"),
+        QStringLiteral("video/vnd.radgamettools.smacker"),
+        QStringLiteral("video/vnd.rn-realvideo"),
+        QStringLiteral("video/vnd.vivo"),
         QStringLiteral("video/webm"),
         QStringLiteral("video/x-flic"),
         QStringLiteral("video/x-flv"),
@@ -130,6 +153,7 @@ const QSet<QString>& movieTypes()
         QStringLiteral("video/x-msvideo"),
         QStringLiteral("video/x-nsv"),
         QStringLiteral("video/x-ogm+ogg"),
+        QStringLiteral("video/x-sgi-movie"),
         QStringLiteral("video/x-theora+ogg"),
     };
     return types;
@@ -160,7 +184,7 @@ SuffixType lookUp(const QByteArray& suffix)
         }
     } else if (imageTypes().contains(type.mimeType)) {
         type.kind = MediaKind::Image;
-    } else if (movieTypes().contains(type.mimeType)) {
+    } else if (movieTypes().contains(type.mimeType) && !suffixesWithoutMovies().contains(lower)) {
         type.kind = MediaKind::Movie;
     }
     return type;

@@ -61,14 +61,22 @@ void FileTypesTest::kindOfASuffix_data()
         "ptx pxn r3d raf raw rw2 rwl rwz sr2 srf srw sti x3f",
         MediaKind::Image);
     addRows("movie",
-        "mp4 m4v mov qt mkv webm avi wmv flv mpg mpeg mpe ogv ogm 3gp 3g2 ts m2ts mts m2t dv nsv flc fli mk3d",
+        "mp4 m4v f4v lrv mov qt moov mkv mk3d webm avi divx avf wmv flv mpg mpeg mpe vob ogv ogm axv 3gp 3gpp 3g2 3gp2 "
+        "ts "
+        "m2ts mts m2t dv nsv flc fli mjpeg mjpg mj2 mjp2 rv rvx viv vivo movie bik smk",
         MediaKind::Movie);
     addRows("sound",
-        "mp3 m4a m4b m4r aac ac3 flac ogg oga opus wav aif aiff aifc wma mka ape mpc spx tta wv amr au snd",
+        "mp3 mpga mp2 m4a f4a m4b f4b m4r aac adts ac3 dts dtshd flac ogg oga opus axa spx wav aif aiff aifc aiffc wma "
+        "mka "
+        "ape mpc mpp tta wv wvp amr awb 3ga au snd voc gsm dsf dff ra rax",
         MediaKind::Movie);
     addRows("document", "pdf eps ps epsi ai djvu txt md html xml odt doc docx json zip gz tar xcf kra ora sh cpp ttf",
         MediaKind::None);
-    addRows("play list", "m3u m3u8 pls xspf asx wax wvx ram smil cue wpl", MediaKind::None);
+    addRows("play list",
+        "m3u m3u8 vlc m4u mxu pls xspf asx wax wvx wmx ram smil cue wpl pla amz mpls mpl cpi clpi bdm bdmv",
+        MediaKind::None);
+    addRows("score", "mid midi kar mod it s3m xm stm med sid", MediaKind::None);
+    addRows("sound that cannot be played", "wvc aax xmf psf bk2", MediaKind::None);
     addRows("unknown", "xyzzy jpgx jp 0 ~ jpg~ part crdownload", MediaKind::None);
     QTest::newRow("long") << QByteArray(10000, 'j') << MediaKind::None;
     QTest::newRow("not UTF-8") << QByteArray("\xFF\xFE") << MediaKind::None;

@@ -1,5 +1,6 @@
 #include "ExtraTable.h"
 
+#include "MovieDecoder.h"
 #include "RawDecoder.h"
 #include "VipsDecoder.h"
 
@@ -12,6 +13,8 @@ const ExtraDecoders& allExtraDecoders()
         .decodeWithVips = decodeWithVips,
         .readRawHeader = readRawHeader,
         .developRaw = developRaw,
+        .decodeMovieFrame = decodeMovieFrame,
+        .probeMovie = probeMovie,
     };
     return table;
 }
