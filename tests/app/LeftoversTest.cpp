@@ -1,0 +1,99 @@
+#include "Leftovers.h"
+
+#include "ControllerFixture.h"
+#include "DecoderPool.h"
+#include "KLThumbnailCache.h"
+#include "ThumbnailLoader.h"
+
+#include <QTest>
+
+#include <unistd.h>
+
+using namespace frameflow;
+
+namespace {
+
+// Allocators keep some of what they were given back; a leak of one slide in ten would be more.
+constexpr qint64 allowedGrowth = qint64(24) << 20;
+
+} // namespace
+
+// What a long show leaves behind in the program: nothing.
+class LeftoversTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aThousandSlidesLeaveNothing();
+    void tenThousandThumbnailsLeaveNothing();
+};
+
+void LeftoversTest::aThousandSlidesLeaveNothing()
+{
+    constexpr int pictures = 20;
+    constexpr int slides = 1000;
+    ControllerFixture fixture;
+    for (int i = 0; i < pictures; ++i) {
+        fixture.addPicture(QByteArray::number(100 + i) + ".png", QColor::fromHsv(i * 17, 200, 200), {800, 600});
+    }
+    auto& controller = fixture.start();
+    QVERIFY(fixture.openFolder());
+    const auto step = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            controller.nextSlide();
+            if (!QTest::qWaitFor([&] { return !controller.isWaitingForSlide(); }, 20000)) {
+                return false;
+            }
+        }
+        return fixture.rest();
+    };
+    // Once round, so that all is there that a show needs.
+    QVERIFY(step(2 * pictures));
+    const Belongings before = belongings();
+    const qint64 bytesBefore = residentBytes();
+    QVERIFY(step(slides));
+    QTRY_COMPARE(belongings().descriptors, before.descriptors);
+    QTRY_COMPARE(belongings().pictures, before.pictures);
+    QCOMPARE(belongings().children.size(), before.children.size());
+    QCOMPARE(belongings().threads, before.threads);
+    const qint64 growth = residentBytes() - bytesBefore;
+    QVERIFY2(growth < allowedGrowth, QByteArray::number(growth).constData());
+}
+
+void LeftoversTest::tenThousandThumbnailsLeaveNothing()
+{
+    constexpr int files = 10000;
+    const TestFolder folder;
+    QImage picture(64, 48, QImage::Format_RGB32);
+    picture.fill(Qt::red);
+    const QByteArray original = folder.pathOf("original.png");
+    QVERIFY(picture.save(QString::fromUtf8(original)));
+    std::vector<FileUrl> urls;
+    for (int i = 0; i < files; ++i) {
+        const QByteArray path = folder.pathOf(QByteArray::number(i) + ".png");
+        QCOMPARE(link(original.constData(), path.constData()), 0);
+        urls.push_back(FileUrl::fromPath(path));
+    }
+    ThumbnailLoader loader(DecoderPool::instance(), [](const FileUrl&, const QImage&) { });
+    const auto makeAll = [&](const std::vector<FileUrl>& wanted) {
+        loader.setWanted(wanted);
+        return QTest::qWaitFor([&] { return loader.isIdle(); }, 300000);
+    };
+    QVERIFY(makeAll({urls.begin(), urls.begin() + 500}));
+    loader.setWanted({});
+    KLThumbnailCache::purge();
+    const Belongings before = belongings();
+    const qint64 bytesBefore = residentBytes();
+    QVERIFY(makeAll(urls));
+    QVERIFY(!KLThumbnailCache::imageWithURL(urls.back()).isNull());
+    loader.setWanted({});
+    KLThumbnailCache::purge();
+    QTRY_COMPARE(belongings().descriptors, before.descriptors);
+    QTRY_COMPARE(belongings().pictures, before.pictures);
+    QCOMPARE(belongings().children.size(), before.children.size());
+    const qint64 growth = residentBytes() - bytesBefore;
+    QVERIFY2(growth < allowedGrowth, QByteArray::number(growth).constData());
+}
+
+QTEST_MAIN(LeftoversTest)
+#include "LeftoversTest.moc"
