@@ -4,6 +4,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/avstring.h>
+#include <libavutil/common.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }

@@ -34,13 +34,11 @@ void setPixels(DecodedPicture& picture, MovieFile& movie, AVStream* stream, AVFr
 // The time in a stream's units of the frame in the middle.
 int64_t middleOf(MovieFile& movie, const AVStream* stream)
 {
-    constexpr double longest = 1e9; // seconds; beyond every movie, and within what the units can tell
-    const double half = std::clamp(movie.seconds(), 0.0, longest) / 2;
-    const double middle = std::round(half * timeScale) / timeScale;
+    const double middle = std::round(movie.seconds() / 2 * timeScale) / timeScale;
     // Containers with coarse units round the times of their frames.
     const double unit = av_q2d(stream->time_base);
     const double rounding = std::min(unit, 1.0 / timeScale) / 2;
-    return movie.startIn(stream) + static_cast<int64_t>((middle + rounding) / unit);
+    return av_sat_add64(movie.startIn(stream), unitsOf(middle + rounding, stream));
 }
 
 bool isTooLarge(const AVStream* stream)

@@ -1,10 +1,9 @@
 #include "MovieFile.h"
 
-#include "FileUrl.h"
 #include "Limits.h"
+#include "MovieContainers.h"
 
 #include <algorithm>
-#include <array>
 #include <mutex>
 #include <vector>
 
@@ -14,19 +13,12 @@ namespace frameflow {
 
 namespace {
 
-// FFmpeg's containers of the movie and sound types that are shown. None of them is a list of other files, and what one
-// could refer to outside itself is refused when it asks for it.
-constexpr const char* containers
-    = "aac,ac3,aiff,amr,ape,asf,au,avi,bink,dsf,dts,dtshd,dv,eac3,flac,flic,flv,gsm,iff,m4v,matroska,mjpeg,mov,mp3,mpc,"
-      "mpc8,mpeg,mpegts,mpegvideo,mv,nsv,ogg,rm,smk,tta,vivo,voc,w64,wav,wv";
-
 // Reference pictures included, of one and a half bytes a pixel mostly.
 constexpr int bytesPerPixelOfFrames = 24;
 // Of any single block that FFmpeg asks for: a plane of a frame, or an index of twenty million entries.
 constexpr size_t largestBlock = size_t(512) << 20;
 constexpr unsigned mostStreams = 200;
 
-constexpr qsizetype id3HeaderLength = 10;
 constexpr double secondsMeasuredAtEnd = 5;
 
 void quietFfmpegOnce()
@@ -41,61 +33,6 @@ void quietFfmpegOnce()
 int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**)
 {
     return AVERROR(EPERM);
-}
-
-// Before the sound of many files stands a tag of any length; 0 where there is none.
-qint64 lengthOfTag(const QByteArray& start)
-{
-    if (start.size() < id3HeaderLength || !start.startsWith("ID3")) {
-        return 0;
-    }
-    qint64 length = 0;
-    for (int at = 6; at < id3HeaderLength; ++at) {
-        length = length * 128 + (static_cast<uchar>(start.at(at)) & 127);
-    }
-    return length + id3HeaderLength;
-}
-
-bool isKnown(const AVInputFormat* type)
-{
-    const auto names = QByteArray(type->name).split(',');
-    return std::any_of(names.begin(), names.end(),
-        [](const QByteArray& name) { return av_match_name(name.constData(), containers) != 0; });
-}
-
-// A movie that is pictures in a row begins as a single one does.
-bool isRowOfJpegs(const AVInputFormat* type, QByteArrayView fileName)
-{
-    const QByteArray suffix = extensionOfName(fileName).toByteArray().toLower();
-    return QByteArrayView(type->name) == "jpeg_pipe" && (suffix == "mjpeg" || suffix == "mjpg");
-}
-
-// Null when it is none of the containers above.
-const AVInputFormat* typeOf(const MovieInput& input, QByteArrayView fileName)
-{
-    constexpr std::array<qsizetype, 4> lengths{2048, 32'768, 262'144, 1'048'576};
-    const qint64 offset = lengthOfTag(input.readAt(0, id3HeaderLength));
-    for (const qsizetype length : lengths) {
-        QByteArray bytes = input.readAt(offset, length);
-        const bool isAll = bytes.size() < length || length == lengths.back();
-        AVProbeData data = {};
-        data.filename = "";
-        data.buf_size = static_cast<int>(bytes.size());
-        bytes.append(AVPROBE_PADDING_SIZE, '\0');
-        data.buf = reinterpret_cast<unsigned char*>(bytes.data());
-        int score = 0;
-        const AVInputFormat* const type = av_probe_input_format3(&data, 1, &score);
-        if (type != nullptr && (score > AVPROBE_SCORE_RETRY || isAll)) {
-            if (isRowOfJpegs(type, fileName)) {
-                return av_find_input_format("mjpeg");
-            }
-            return isKnown(type) ? type : nullptr;
-        }
-        if (isAll) {
-            break;
-        }
-    }
-    return nullptr;
 }
 
 qint64 mostPixels()
@@ -175,6 +112,12 @@ int64_t timeOf(const AVPacket* packet)
     return packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
 }
 
+int64_t unitsOf(double seconds, const AVStream* stream)
+{
+    constexpr double most = 1e18;
+    return static_cast<int64_t>(std::clamp(seconds / av_q2d(stream->time_base), -most, most));
+}
+
 bool canDecodeFrame(int width, int height)
 {
     return canDecode({width, height}, bytesPerPixelOfFrames);
@@ -192,7 +135,7 @@ std::unique_ptr<MovieFile> MovieFile::open(
         return nullptr;
     }
     std::unique_ptr<MovieFile> movie(new MovieFile(descriptor, limits));
-    const AVInputFormat* const type = typeOf(movie->mInput, fileName);
+    const AVInputFormat* const type = movieContainer(movie->mInput, fileName);
     if (type == nullptr) {
         *error = DecodeError::NotAPicture;
         return nullptr;
@@ -218,7 +161,7 @@ bool MovieFile::openContainer(const AVInputFormat* type, DecodeError* error)
     }
     format->pb = mInput.context();
     format->io_open = refuseToOpen;
-    format->format_whitelist = av_strdup(containers);
+    format->format_whitelist = av_strdup(movieContainers);
     format->protocol_whitelist = av_strdup("none");
     format->max_streams = mostStreams;
     format->interrupt_callback.callback
@@ -274,8 +217,8 @@ double MovieFile::seconds()
     } else if (isKnown && mFormat->duration_estimation_method == AVFMT_DURATION_FROM_PTS) {
         // Times stand in some packets only; the last one that has one may not be the last.
         const AVStream* const stream = mainStream();
-        const double end = std::max(0.0, known - secondsMeasuredAtEnd) / av_q2d(stream->time_base);
-        const bool isNearEnd = seek(stream, startIn(stream) + static_cast<int64_t>(end));
+        const int64_t end = unitsOf(std::max(0.0, known - secondsMeasuredAtEnd), stream);
+        const bool isNearEnd = seek(stream, av_sat_add64(startIn(stream), end));
         mSeconds = isNearEnd ? std::max(known, measuredSeconds()) : known;
     } else {
         mSeconds = measuredSeconds();
@@ -292,7 +235,7 @@ double MovieFile::measuredSeconds()
     while (const auto packet = nextPacketOf(stream)) {
         const int64_t time = timeOf(packet.get());
         if (time != AV_NOPTS_VALUE) {
-            end = std::max(end, time + packet->duration);
+            end = std::max(end, av_sat_add64(time, packet->duration));
         }
     }
     return (static_cast<double>(end) - static_cast<double>(start)) * av_q2d(stream->time_base);

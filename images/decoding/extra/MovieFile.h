@@ -63,6 +63,9 @@ private:
 // The time of a packet that its frame is shown at, or is decoded at where that is all that is known.
 int64_t timeOf(const AVPacket* packet);
 
+// A span in a stream's units, rounded towards zero and kept within what can be counted on with.
+int64_t unitsOf(double seconds, const AVStream* stream);
+
 // Whether a frame of this size may be decoded.
 bool canDecodeFrame(int width, int height);
 

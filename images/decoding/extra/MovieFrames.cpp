@@ -96,7 +96,7 @@ private:
 class NearestFrame
 {
 public:
-    explicit NearestFrame(int64_t time) : mTime(time), mNextTime(time + 1) { }
+    explicit NearestFrame(int64_t time) : mTime(time), mNextTime(av_sat_add64(time, 1)) { }
 
     void offer(FfmpegPtr<AVFrame>& frame)
     {
@@ -104,7 +104,7 @@ public:
         if (time == AV_NOPTS_VALUE) {
             time = mNextTime;
         }
-        mNextTime = time + std::max<int64_t>(frame->pkt_duration, 1);
+        mNextTime = av_sat_add64(time, std::max<int64_t>(frame->pkt_duration, 1));
         const bool isBetter
             = !mFrame || (time <= mTime && (isBehind() || time >= mFrameTime)) || (isBehind() && time < mFrameTime);
         if (isBetter) {
@@ -216,15 +216,13 @@ FfmpegPtr<AVFrame> decodeOn(MovieFile& movie, const AVStream* stream, Run& start
 
 FfmpegPtr<AVFrame> frameAt(MovieFile& movie, const AVStream* stream, int64_t time)
 {
-    const int64_t start = std::min(movie.startIn(stream), time);
-    const double second = 1 / av_q2d(stream->time_base);
+    const int64_t start = movie.startIn(stream);
     NearestFrame nearest(time);
     // A container may lead to a place from where the frame cannot be decoded, or that was cut off.
-    double back = 0;
+    double secondsBack = 0;
     for (int keysKept = 1; !nearest.isFound() && !movie.isUsedUp(); ++keysKept) {
-        const double room = static_cast<double>(time) - static_cast<double>(start);
-        const bool isFromStart = back * second >= room;
-        const int64_t from = time - static_cast<int64_t>(back * second);
+        const int64_t from = av_sat_sub64(time, unitsOf(secondsBack, stream));
+        const bool isFromStart = from <= start;
         const bool isThere = isFromStart ? movie.rewind() : movie.seek(stream, from);
         if (isThere) {
             const Run run = collectRun(movie, stream, time, keysKept, !isFromStart);
@@ -233,7 +231,7 @@ FfmpegPtr<AVFrame> frameAt(MovieFile& movie, const AVStream* stream, int64_t tim
         if (isFromStart) {
             break;
         }
-        back = back == 0 ? 1 : back * 4;
+        secondsBack = secondsBack == 0 ? 1 : secondsBack * 4;
     }
     return nearest.take();
 }
