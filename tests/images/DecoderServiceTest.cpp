@@ -125,6 +125,7 @@ void DecoderServiceTest::initTestCase()
     mFolder.addFile("a.dng", cameraRaw(QSize(128, 96), 1));
     mFolder.addFile("turned.jpg", withExif(encoded(quartersPicture(QSize(800, 480)), "jpeg"), exifBlock(6)));
     mFolder.addFile("a.svg", svg("<rect width='100' height='100' fill='#f00'/>"));
+    mFolder.addFile("none.mkv", "no movie");
     mFolder.addFile("long.svg", longDrawing());
     mFolder.addFile("photo.jpg", encoded(quartersPicture(QSize(6000, 4000)), "jpeg"));
 }
@@ -166,8 +167,8 @@ void DecoderServiceTest::whatNeedsTheOtherKindIsLeftToIt_data()
     QTest::newRow("named like camera raw") << QByteArray("a.jpg") << QByteArray("a.CR2") << int(Wanted::Picture);
     QTest::newRow("printing inks") << QByteArray("inks.jpg") << QByteArray("inks.jpg") << int(Wanted::Picture);
     QTest::newRow("named like another type") << QByteArray("a.heic") << QByteArray("a.jpg") << int(Wanted::Picture);
-    QTest::newRow("frame of a movie") << QByteArray("a.jpg") << QByteArray("a.mkv") << int(Wanted::MovieFrame);
-    QTest::newRow("look at a movie") << QByteArray("a.jpg") << QByteArray("a.mkv") << int(Wanted::MovieProbe);
+    QTest::newRow("frame of a movie") << QByteArray("none.mkv") << QByteArray("none.mkv") << int(Wanted::MovieFrame);
+    QTest::newRow("look at a movie") << QByteArray("none.mkv") << QByteArray("none.mkv") << int(Wanted::MovieProbe);
 }
 
 void DecoderServiceTest::whatNeedsTheOtherKindIsLeftToIt()
