@@ -200,11 +200,11 @@ void eat(const Order& /*order*/)
     constexpr size_t piece = size_t(8) << 20;
     constexpr int mostPieces = 16;
     for (int i = 0; i < mostPieces; ++i) {
-        void* const memory = std::malloc(piece);
-        if (memory == nullptr) {
+        void* const memory
+            = mmap(nullptr, piece, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+        if (memory == MAP_FAILED) {
             break;
         }
-        std::memset(memory, i, piece);
     }
     std::raise(SIGKILL);
 }
