@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <utility>
 
 #include <unistd.h>
 
@@ -23,10 +24,12 @@ int main(int argc, char** argv)
     for (int i = 2; i < argc; ++i) {
         pool.decode({FileUrl::fromPath(QByteArray(argv[i])), {}, Urgency::Ahead}, [](DecodedFile&&) {});
     }
-    while (pool.processes().size() < argc - 2) {
+    QList<pid_t> processes;
+    while (processes.size() < argc - 2) {
         usleep(1000);
+        processes = pool.processes();
     }
-    for (const pid_t process : pool.processes()) {
+    for (const pid_t process : std::as_const(processes)) {
         std::printf("%d\n", process);
     }
     std::fflush(stdout);
