@@ -270,17 +270,15 @@ void DecoderLossTest::processesAreTriedAgainLater()
 
 void DecoderLossTest::killedProgramLeavesNoDecoder()
 {
-    const DecodeJob job = mFiles->gate("busy", Urgency::Ahead);
-    const DecodeJob hanging = mFiles->job("hanging", "hang", Urgency::Ahead);
+    const DecodeJob waiting = mFiles->gate("waiting", Urgency::Ahead);
+    const DecodeJob hanging = mFiles->job("hanging", "hang-noted " + mFiles->folder().pathOf("notes"), Urgency::Ahead);
     QProcess owner;
     owner.start(QStringLiteral(DECODER_OWNER),
-        {QStringLiteral(OBEDIENT_DECODER), QFile::decodeName(job.url.path()), QFile::decodeName(hanging.url.path())});
-    QTRY_COMPARE(owner.bytesAvailable() > 0 && mFiles->hasBegun("busy"), true);
-    QList<pid_t> decoders;
-    for (const QByteArray& line : owner.readAllStandardOutput().simplified().split(' ')) {
-        decoders.append(line.toInt());
-    }
-    QVERIFY(decoders.size() >= 2);
+        {QStringLiteral(OBEDIENT_DECODER), QFile::decodeName(waiting.url.path()),
+            QFile::decodeName(hanging.url.path())});
+    QTRY_VERIFY(mFiles->hasBegun("waiting") && !mFiles->noted("notes").isEmpty());
+    const QList<pid_t> decoders = mFiles->begun("waiting") + mFiles->noted("notes");
+    QCOMPARE(decoders.size(), 2);
     owner.kill();
     QVERIFY(owner.waitForFinished());
     for (const pid_t decoder : decoders) {

@@ -1,11 +1,9 @@
-// A program with a pool: decodes the files that it is handed, says which processes it has, and stays until it is
-// killed.
+// A program with a pool: decodes the files that it is handed, says with each that is done which processes it has, and
+// stays until it is killed.
 
 #include "DecoderPool.h"
 
-#include <csignal>
 #include <cstdio>
-#include <utility>
 
 #include <unistd.h>
 
@@ -22,17 +20,13 @@ int main(int argc, char** argv)
     DecoderPool pool(options);
     pool.warmUp();
     for (int i = 2; i < argc; ++i) {
-        pool.decode({FileUrl::fromPath(QByteArray(argv[i])), {}, Urgency::Ahead}, [](DecodedFile&&) {});
+        pool.decode({FileUrl::fromPath(QByteArray(argv[i])), {}, Urgency::Ahead}, [&](DecodedFile&&) {
+            for (const pid_t process : pool.processes()) {
+                std::printf("%d\n", process);
+            }
+            std::fflush(stdout);
+        });
     }
-    QList<pid_t> processes;
-    while (processes.size() < argc - 2) {
-        usleep(1000);
-        processes = pool.processes();
-    }
-    for (const pid_t process : std::as_const(processes)) {
-        std::printf("%d\n", process);
-    }
-    std::fflush(stdout);
     while (true) {
         pause();
     }
