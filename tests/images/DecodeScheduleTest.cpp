@@ -255,7 +255,7 @@ void DecodeScheduleTest::queueIsInOrderOfUrgencyAndComing()
 {
     JobQueue queue;
     const auto add = [&](quint64 number, Urgency urgency) {
-        const auto job = std::make_shared<PoolJob>();
+        auto job = std::make_shared<PoolJob>();
         job->number = number;
         job->urgency = urgency;
         queue.add(job);

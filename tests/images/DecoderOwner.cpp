@@ -1,9 +1,8 @@
-// A program with a pool: decodes the files that it is handed, says which processes it has, and stays until it is
-// killed.
+// A program with a pool: decodes the files that it is handed, says with each that is done which processes it has, and
+// stays until it is killed.
 
 #include "DecoderPool.h"
 
-#include <csignal>
 #include <cstdio>
 
 #include <unistd.h>
@@ -21,15 +20,13 @@ int main(int argc, char** argv)
     DecoderPool pool(options);
     pool.warmUp();
     for (int i = 2; i < argc; ++i) {
-        pool.decode({FileUrl::fromPath(QByteArray(argv[i])), {}, Urgency::Ahead}, [](DecodedFile&&) {});
+        pool.decode({FileUrl::fromPath(QByteArray(argv[i])), {}, Urgency::Ahead}, [&](DecodedFile&&) {
+            for (const pid_t process : pool.processes()) {
+                std::printf("%d\n", process);
+            }
+            std::fflush(stdout);
+        });
     }
-    while (pool.processes().size() < argc - 2) {
-        usleep(1000);
-    }
-    for (const pid_t process : pool.processes()) {
-        std::printf("%d\n", process);
-    }
-    std::fflush(stdout);
     while (true) {
         pause();
     }

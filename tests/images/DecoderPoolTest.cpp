@@ -1,23 +1,20 @@
 #include "DecoderPool.h"
 
-#include "DecoderStore.h"
 #include "PoolFixture.h"
 #include "StaysTrue.h"
 
 #include <QFile>
-#include <QProcess>
 #include <QTest>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <csignal>
+#include <cstdio>
 #include <memory>
 #include <thread>
 #include <vector>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace frameflow;
 using namespace std::chrono_literals;
@@ -56,22 +53,6 @@ private Q_SLOTS:
     void othersAreDecodedByTheExtraKind();
     void suffixIsRememberedForTheExtraKind();
     void rawAndMoviesGoToTheExtraKindAtOnce();
-
-    void everyMisbehaviourEndsAsALostDecoder_data();
-    void everyMisbehaviourEndsAsALostDecoder();
-    void lostOnceIsDecodedAlone();
-    void askedForDoesNotWaitForASecondAttempt();
-    void decoderKilledFromOutsideCostsNoFile();
-    void decodersOwnWordIsNotAskedTwice();
-    void idleProcessesEndAfterAWhile();
-    void twoHundredLostDecodersLeaveNothing();
-
-    void withoutProgramsItIsDecodedInThreads();
-    void withBrokenProgramsItIsDecodedInThreads();
-    void threadThatHangsIsGivenUp();
-    void withoutAnythingItFailsQuietly();
-    void processesAreTriedAgainLater();
-    void killedProgramLeavesNoDecoder();
 
 private:
     std::unique_ptr<PoolFixture> mFiles;
@@ -394,7 +375,7 @@ void DecoderPoolTest::manyThreadsAskRaiseAndCancel()
     for (size_t i = 0; i < orders.size(); ++i) {
         urls[i] = mFiles->job(QByteArray::number(int(i)), orders[i]).url;
     }
-    std::array<std::atomic<int>, threadCount * jobCount> callbacks{};
+    std::array<std::atomic<int>, size_t(threadCount) * jobCount> callbacks{};
     std::atomic<int> wrong = 0;
     DecoderPool pool(mFiles->options(2));
     const auto work = [&](int thread) {
@@ -420,6 +401,7 @@ void DecoderPoolTest::manyThreadsAskRaiseAndCancel()
         }
     };
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back(work, i);
     }
@@ -467,235 +449,6 @@ void DecoderPoolTest::rawAndMoviesGoToTheExtraKindAtOnce()
     movie.request.wanted = Wanted::MovieFrame;
     QCOMPARE(processOf(pool.decodeAndWait(movie)), extra);
     QTRY_COMPARE(pool.processes(), QList<pid_t>{extra});
-}
-
-// ---- Lost decoders
-
-void DecoderPoolTest::everyMisbehaviourEndsAsALostDecoder_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    for (const char* const text : {"crash", "hang", "sleep", "eat", "wrong-size", "unsealed", "wrong-id", "half",
-             "two-descriptors", "nothing", "own-word"}) {
-        QTest::newRow(text) << QByteArray(text);
-    }
-}
-
-void DecoderPoolTest::everyMisbehaviourEndsAsALostDecoder()
-{
-    QFETCH(const QByteArray, text);
-    DecoderPool::Options options = mFiles->options(1);
-    options.limits = {1s, 3s, 0};
-    DecoderPool pool(options);
-    const DecodedFile file = pool.decodeAndWait(mFiles->job("bad", text, Urgency::Ahead));
-    QCOMPARE(file.picture.error, DecodeError::DecoderLost);
-    QVERIFY(file.picture.pixels.isNull());
-    QVERIFY(file.stamp);
-    QCOMPARE(pool.decodeAndWait(mFiles->job("good", "number")).picture.error, DecodeError::None);
-}
-
-void DecoderPoolTest::lostOnceIsDecodedAlone()
-{
-    DecoderPool pool(mFiles->options(2));
-    mFiles->start(pool, mFiles->gate("other", Urgency::Ahead));
-    QTRY_VERIFY(mFiles->hasBegun("other"));
-    std::atomic<bool> isDone = false;
-    std::atomic<bool> wasAlone = false;
-    const QByteArray marker = mFiles->folder().pathOf("marker");
-    pool.decode(mFiles->job("bad", "crash-once " + marker, Urgency::Ahead), [&](DecodedFile&& file) {
-        wasAlone = file.picture.error == DecodeError::None && !mFiles->hasBegun("waiting");
-        isDone = true;
-    });
-    mFiles->start(pool, mFiles->gate("waiting", Urgency::Ahead));
-    QTRY_VERIFY(QFile::exists(QFile::decodeName(marker)));
-    mFiles->letGo("other");
-    QTRY_VERIFY(isDone);
-    QVERIFY(wasAlone);
-    mFiles->letGo("waiting");
-    QTRY_VERIFY(mFiles->isDone("waiting"));
-}
-
-void DecoderPoolTest::askedForDoesNotWaitForASecondAttempt()
-{
-    DecoderPool::Options options = mFiles->options(2);
-    DecoderPool pool(options);
-    mFiles->start(pool, mFiles->gate("bad", Urgency::Ahead));
-    QTRY_VERIFY(mFiles->hasBegun("bad"));
-    kill(mFiles->begun("bad").first(), SIGKILL);
-    QTRY_COMPARE(mFiles->begun("bad").size(), 2);
-    const pid_t second = mFiles->begun("bad").last();
-    mFiles->start(pool, mFiles->gate("asked", Urgency::Asked));
-    QTRY_VERIFY(mFiles->hasBegun("asked"));
-    QTRY_VERIFY(isSuspended(second));
-    mFiles->letGo("asked");
-    QTRY_VERIFY(mFiles->isDone("asked"));
-    mFiles->letGo("bad");
-    QTRY_VERIFY(mFiles->isDone("bad"));
-    QCOMPARE(processOf(mFiles->result("bad")), second);
-}
-
-void DecoderPoolTest::decoderKilledFromOutsideCostsNoFile()
-{
-    DecoderPool pool(mFiles->options(2));
-    mFiles->start(pool, mFiles->gate("good", Urgency::Asked));
-    QTRY_VERIFY(mFiles->hasBegun("good"));
-    const pid_t first = mFiles->begun("good").first();
-    kill(first, SIGKILL);
-    QTRY_COMPARE(mFiles->begun("good").size(), 2);
-    mFiles->letGo("good");
-    QTRY_VERIFY(mFiles->isDone("good"));
-    QCOMPARE(mFiles->error("good"), DecodeError::None);
-    QVERIFY(processOf(mFiles->result("good")) != first);
-    // One killed while it has nothing to do costs not even an attempt.
-    QTRY_COMPARE(pool.processes().size(), 1);
-    const pid_t idle = pool.processes().first();
-    kill(idle, SIGKILL);
-    QTRY_VERIFY(hasEnded(idle));
-    mFiles->start(pool, mFiles->job("noted", "crash-noted " + mFiles->folder().pathOf("notes")));
-    QTRY_VERIFY(mFiles->isDone("noted"));
-    QCOMPARE(mFiles->error("noted"), DecodeError::DecoderLost);
-    const QList<pid_t> notes = mFiles->noted("notes");
-    QCOMPARE(notes.size(), 2);
-    QVERIFY(notes.first() != notes.last());
-}
-
-void DecoderPoolTest::decodersOwnWordIsNotAskedTwice()
-{
-    DecoderPool pool(mFiles->options(1));
-    const pid_t process = processOf(pool.decodeAndWait(mFiles->job("good", "number")));
-    QCOMPARE(pool.decodeAndWait(mFiles->job("bad", "damaged")).picture.error, DecodeError::Damaged);
-    QCOMPARE(processOf(pool.decodeAndWait(mFiles->job("good", "number"))), process);
-}
-
-void DecoderPoolTest::idleProcessesEndAfterAWhile()
-{
-    DecoderStore store(mFiles->options());
-    QVERIFY(!store.nextEnd());
-    store.prepare(DecoderKind::Common);
-    // One of the common kind stays.
-    QVERIFY(!store.nextEnd());
-    store.put(DecoderKind::Common, store.start(DecoderKind::Common));
-    store.put(DecoderKind::Extra, store.take(DecoderKind::Extra));
-    const QList<pid_t> processes = store.processes();
-    QCOMPARE(processes.size(), 3);
-    const auto next = store.nextEnd();
-    QVERIFY(next && *next > std::chrono::steady_clock::now() + 30s);
-    store.endIdle(*next - 1ms);
-    QCOMPARE(store.processes(), processes);
-    store.endIdle(*next + 30s);
-    QCOMPARE(store.processes(), QList<pid_t>{processes[1]});
-    QVERIFY(!exists(processes[0]) && !exists(processes[2]));
-    QVERIFY(!store.nextEnd());
-}
-
-void DecoderPoolTest::twoHundredLostDecodersLeaveNothing()
-{
-    DecoderPool pool(mFiles->options(2));
-    const auto decodeBoth = [&](int count) {
-        for (int i = 0; i < count; ++i) {
-            QCOMPARE(pool.decodeAndWait(mFiles->job("bad", "crash-noted /dev/null")).picture.error,
-                DecodeError::DecoderLost);
-            QCOMPARE(pool.decodeAndWait(mFiles->job("good", "picture 800 600 0")).picture.error, DecodeError::None);
-        }
-    };
-    decodeBoth(2);
-    QTRY_COMPARE(belongings().children.size(), mBefore.children.size() + 1);
-    QTRY_COMPARE(belongings().pictures, mBefore.pictures);
-    const Belongings before = belongings();
-    const qint64 memory = residentBytes();
-    decodeBoth(100);
-    QTRY_COMPARE(belongings().children.size(), before.children.size());
-    QTRY_COMPARE(belongings().pictures, before.pictures);
-    QTRY_COMPARE(belongings().descriptors, before.descriptors);
-    // The attendant, and for each worker one that opens files.
-    QVERIFY(belongings().threads <= mBefore.threads + 1 + 2 * 3);
-    QVERIFY2(residentBytes() < memory + (qint64(4) << 20), QByteArray::number(residentBytes() - memory).constData());
-}
-
-// ---- Without processes
-
-void DecoderPoolTest::withoutProgramsItIsDecodedInThreads()
-{
-    DecoderPool::Options options;
-    options.commonDecoder = mFiles->folder().pathOf("missing");
-    options.extraDecoder = options.commonDecoder;
-    options.module = OBEDIENT_MODULE;
-    DecoderPool pool(options);
-    pool.warmUp();
-    const DecodedFile file = pool.decodeAndWait(mFiles->job("name", "anything"));
-    QCOMPARE(file.picture.error, DecodeError::None);
-    QCOMPARE(processOf(file), getpid());
-    QCOMPARE(file.picture.pixels.size(), QSize(4, 1));
-    QVERIFY(file.stamp);
-    QCOMPARE(pool.decodeAndWait(mFiles->job("raw.cr2", "damaged")).picture.error, DecodeError::Damaged);
-    QVERIFY(pool.processes().isEmpty());
-}
-
-void DecoderPoolTest::withBrokenProgramsItIsDecodedInThreads()
-{
-    DecoderPool::Options options;
-    options.commonDecoder = "/bin/false";
-    options.module = OBEDIENT_MODULE;
-    DecoderPool pool(options);
-    QCOMPARE(processOf(pool.decodeAndWait(mFiles->job("name", "anything"))), getpid());
-    // A file alone never has itself decoded in this process.
-    DecoderPool::Options intact = mFiles->options();
-    intact.module = OBEDIENT_MODULE;
-    DecoderPool other(intact);
-    QCOMPARE(other.decodeAndWait(mFiles->job("name", "nothing")).picture.error, DecodeError::DecoderLost);
-}
-
-void DecoderPoolTest::threadThatHangsIsGivenUp()
-{
-    DecoderPool::Options options;
-    options.module = OBEDIENT_MODULE;
-    options.atOnce = 1;
-    options.limits.wallTime = 500ms;
-    DecoderPool pool(options);
-    const QByteArray hang = "hang " + mFiles->folder().pathOf("end");
-    QCOMPARE(pool.decodeAndWait(mFiles->job("a", hang)).picture.error, DecodeError::DecoderLost);
-    QCOMPARE(pool.decodeAndWait(mFiles->job("b", "anything")).picture.error, DecodeError::None);
-    const auto ticket = mFiles->start(pool, mFiles->job("c", hang, Urgency::Ahead));
-    ticket.cancel();
-    QTRY_COMPARE(mFiles->error("c"), DecodeError::Cancelled);
-    mFiles->start(pool, mFiles->job("d", hang, Urgency::Ahead));
-    mFiles->folder().addFile("end");
-    QTRY_COMPARE(belongings().descriptors, mBefore.descriptors);
-}
-
-void DecoderPoolTest::withoutAnythingItFailsQuietly()
-{
-    DecoderPool pool(DecoderPool::Options{});
-    QCOMPARE(pool.decodeAndWait(mFiles->job("a", "anything")).picture.error, DecodeError::Unreadable);
-}
-
-void DecoderPoolTest::processesAreTriedAgainLater()
-{
-    DecoderPool::Options options;
-    options.commonDecoder = mFiles->folder().pathOf("decoder");
-    DecoderPool pool(options);
-    QCOMPARE(pool.decodeAndWait(mFiles->job("a", "number")).picture.error, DecodeError::Unreadable);
-    mFiles->folder().addLink("decoder", OBEDIENT_DECODER);
-    QTRY_COMPARE_WITH_TIMEOUT(pool.decodeAndWait(mFiles->job("a", "number")).picture.error, DecodeError::None, 20'000);
-}
-
-void DecoderPoolTest::killedProgramLeavesNoDecoder()
-{
-    const DecodeJob job = mFiles->gate("busy", Urgency::Ahead);
-    const DecodeJob hanging = mFiles->job("hanging", "hang", Urgency::Ahead);
-    QProcess owner;
-    owner.start(QStringLiteral(DECODER_OWNER),
-        {QStringLiteral(OBEDIENT_DECODER), QFile::decodeName(job.url.path()), QFile::decodeName(hanging.url.path())});
-    QTRY_COMPARE(owner.bytesAvailable() > 0 && mFiles->hasBegun("busy"), true);
-    QList<pid_t> decoders;
-    for (const QByteArray& line : owner.readAllStandardOutput().simplified().split(' ')) {
-        decoders.append(line.toInt());
-    }
-    QVERIFY(decoders.size() >= 2);
-    owner.kill();
-    QVERIFY(owner.waitForFinished());
-    for (const pid_t decoder : decoders) {
-        QTRY_VERIFY(!exists(decoder));
-    }
 }
 
 QTEST_GUILESS_MAIN(DecoderPoolTest)

@@ -21,7 +21,7 @@ namespace {
 
 DecoderLimits shortLimits()
 {
-    return {1s, 3s, qint64(16) << 30};
+    return {1s, 2s, qint64(16) << 30};
 }
 
 std::unique_ptr<DecoderProcess> obedient(const DecoderLimits& limits = {})
@@ -250,9 +250,10 @@ void DecoderProcessTest::childInheritsNothing()
     // Two signals of its own the C library leaves ignored.
     QVERIFY2(
         text.contains("SigIgn:\t0000000000000000\n") || text.contains("SigIgn:\t0000000180000000\n"), text.constData());
-    const QStringList open
-        = QDir(folder + QStringLiteral("fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
-    QCOMPARE(open, (QStringList{QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")}));
+    const QDir descriptors(folder + QStringLiteral("fd"));
+    const auto open = [&] { return descriptors.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot); };
+    // What came with the request it has until a moment after its answer.
+    QTRY_COMPARE(open().join(QLatin1Char(' ')), QStringLiteral("0 1 2 3"));
     QCOMPARE(getpgid(process->processId()), process->processId());
 }
 

@@ -5,6 +5,7 @@
 #include "Confinement.h"
 #include "DecoderMessages.h"
 #include "SharedBitmap.h"
+#include "WaitingForFiles.h"
 
 #include <QList>
 
@@ -187,6 +188,12 @@ void hang(const Order& /*order*/)
     spinFor(std::chrono::hours(1));
 }
 
+void hangNoted(const Order& order)
+{
+    noteProcess(order.word(0));
+    hang(order);
+}
+
 void sleepForEver(const Order& /*order*/)
 {
     while (true) {
@@ -200,11 +207,11 @@ void eat(const Order& /*order*/)
     constexpr size_t piece = size_t(8) << 20;
     constexpr int mostPieces = 16;
     for (int i = 0; i < mostPieces; ++i) {
-        void* const memory = std::malloc(piece);
-        if (memory == nullptr) {
+        void* const memory
+            = mmap(nullptr, piece, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+        if (memory == MAP_FAILED) {
             break;
         }
-        std::memset(memory, i, piece);
     }
     std::raise(SIGKILL);
 }
@@ -219,9 +226,7 @@ void spinAwhile(const Order& order)
 void gate(const Order& order)
 {
     noteProcess(order.word(0) + ".begun");
-    while (!exists(order.word(0))) {
-        usleep(1000);
-    }
+    waitUntilThere(order.word(0));
     number(order);
 }
 
@@ -268,9 +273,7 @@ void makeProcess(const Order& order)
 void leaveProcess(const Order& order)
 {
     if (fork() == 0) {
-        while (!exists(order.word(0))) {
-            usleep(1000);
-        }
+        waitUntilThere(order.word(0));
         _exit(0);
     }
     std::raise(SIGKILL);
@@ -411,12 +414,13 @@ const std::map<QByteArray, Action>& actions()
 {
     static const std::map<QByteArray, Action> table{{"picture", picture}, {"number", number}, {"note-name", noteName},
         {"extra", extra}, {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash},
-        {"crash-noted", crashNoted}, {"crash-once", crashOnce}, {"hang", hang}, {"sleep", sleepForEver}, {"eat", eat},
-        {"spin", spinAwhile}, {"gate", gate}, {"open", openFile}, {"write", writeFile}, {"connect", connectOut},
-        {"fork", makeProcess}, {"leave-process", leaveProcess}, {"exec", execute}, {"wrong-size", wrongSize},
-        {"too-large", tooLarge}, {"unsealed", unsealed}, {"shrinkable", shrinkable}, {"wrong-id", wrongId},
-        {"twice", twice}, {"half", half}, {"too-long", tooLong}, {"two-descriptors", twoDescriptors},
-        {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp}, {"own-word", ownWord}};
+        {"crash-noted", crashNoted}, {"crash-once", crashOnce}, {"hang", hang}, {"hang-noted", hangNoted},
+        {"sleep", sleepForEver}, {"eat", eat}, {"spin", spinAwhile}, {"gate", gate}, {"open", openFile},
+        {"write", writeFile}, {"connect", connectOut}, {"fork", makeProcess}, {"leave-process", leaveProcess},
+        {"exec", execute}, {"wrong-size", wrongSize}, {"too-large", tooLarge}, {"unsealed", unsealed},
+        {"shrinkable", shrinkable}, {"wrong-id", wrongId}, {"twice", twice}, {"half", half}, {"too-long", tooLong},
+        {"two-descriptors", twoDescriptors}, {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp},
+        {"own-word", ownWord}};
     return table;
 }
 

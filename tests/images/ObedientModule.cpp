@@ -1,6 +1,8 @@
-// The obedient decoder's counterpart for threads: reports the process that it runs in, or does not end until it is let go.
+// The obedient decoder's counterpart for threads: reports the process that it runs in, or does not end until it is let
+// go.
 
 #include "DecodedPicture.h"
+#include "WaitingForFiles.h"
 
 #include <array>
 
@@ -14,9 +16,7 @@ extern "C" void frameflowDecode(int descriptor, const DecodeRequest* request, De
     const ssize_t length = pread(descriptor, text.data(), text.size(), 0);
     const QByteArray order(text.data(), std::max<ssize_t>(0, length));
     if (order.startsWith("hang ")) {
-        while (access(order.mid(5).constData(), F_OK) != 0) {
-            usleep(1000);
-        }
+        waitUntilThere(order.mid(5));
     }
     if (order == "damaged") {
         result->error = DecodeError::Damaged;
