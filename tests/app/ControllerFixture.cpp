@@ -60,10 +60,20 @@ bool ControllerFixture::openFolder()
 
 bool ControllerFixture::open(const QList<FileUrl>& files)
 {
+    return collect(files) && rest();
+}
+
+bool ControllerFixture::collectFolder()
+{
+    return collect({folder.url()});
+}
+
+bool ControllerFixture::collect(const QList<FileUrl>& files)
+{
     mController->applicationOpenFiles(files);
     const bool collected = QTest::qWaitFor([this] { return !mController->fileSequence().isCollecting(); }, 10000);
     QCoreApplication::processEvents(); // the show begins in the turn after
-    return collected && rest();
+    return collected;
 }
 
 bool ControllerFixture::rest()

@@ -33,6 +33,8 @@ public:
     // Hands the folder over as the system does, and waits until the collection has been applied and the show rests.
     bool openFolder();
     bool open(const QList<FileUrl>& files);
+    // The same without waiting for the show to rest.
+    bool collectFolder();
 
     // The name of the file on screen.
     QByteArray shown() const { return mController->imageURL().fileName().toByteArray(); }
@@ -55,6 +57,8 @@ public:
     ManualClock clock;
 
 private:
+    bool collect(const QList<FileUrl>& files);
+
     TestFolder mSettingsFolder;
     std::unique_ptr<UserDefaults> mDefaults;
     std::unique_ptr<SlideController> mController;

@@ -62,7 +62,7 @@ private:
         mHeld->add("held.png", Qt::green);
         mFixture->addPicture("z.png", Qt::blue);
         auto& controller = mFixture->start();
-        mFixture->openFolder();
+        mFixture->collectFolder();
         return controller;
     }
     QByteArray onScreen() const
@@ -352,7 +352,7 @@ void WaitTest::theHintIsWaitedForToo()
     mFixture->set(keys::hintsShown, false);
     mFixture->addPictures({"1.png", "2.png"});
     auto& controller = mFixture->start();
-    QVERIFY(mFixture->openFolder());
+    QVERIFY(mFixture->collectFolder());
     QTRY_VERIFY(controller.isWaitingForSlide());
     controller.nextSlide();
     mHeld->release("hint screen.png");
