@@ -118,9 +118,11 @@ private:
     void myTimerFireMethod();
     void slideIntervalChanged();
     std::optional<FileUrl> nextURL();
+    void showFirstOfOrder();
     void stepForward();
     void stepBack();
     void beginShow();
+    void endHoldingBack();
 
     // A file to be put on screen; when it cannot be shown, those after it.
     struct Candidate
@@ -143,6 +145,8 @@ private:
     // While a slide is being decoded for the screen the old one stays, and whatever else would read or change sequence,
     // cursor or view waits.
     bool isWaiting() const { return mAwaited.has_value(); }
+    // Whether it is the first slide of a show.
+    bool isBeginning() const { return isWaiting() && mFullScreenView != nullptr && !mFullScreenView->currentImage(); }
     // Runs the job now, or when no slide is being waited for any more.
     void inTurn(WaitingLine::Job job, WaitingLine::From from = WaitingLine::From::Person);
     void serveWaitingLine();
@@ -197,6 +201,8 @@ private:
     WaitingLine mWaitingLine;
     FileUrl mJustPresented; // in this turn of the event loop
     OneShotTimer mTimer;
+    bool mHoldsBack = false; // the first picture of a show, until the order of a small folder is known
+    OneShotTimer mHoldingBack;
     bool mTimerExists = false;
     double mSlideTime = 0;
     double mLastSlideTime = 0;

@@ -35,11 +35,18 @@ QVariantMap defaultsFromResources()
 
 SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder)
     : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
-      mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }), mCurrentScreen(QGuiApplication::primaryScreen()),
-      mTimer(clock), mDispatchQueue("com.quillory.filesequence"), mFileSequence(defaults)
+      mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }),
+      mCurrentScreen(QGuiApplication::primaryScreen()), mTimer(clock), mHoldingBack(clock),
+      mDispatchQueue("com.quillory.filesequence"), mFileSequence(defaults)
 {
     mFileSequence.setDelegate(this);
-    mFileSequence.setGate([this](WaitingLine::Job job) { inTurn(std::move(job), WaitingLine::From::Sequence); });
+    mFileSequence.setGate([this](WaitingLine::Job job) {
+        if (isBeginning()) {
+            job(); // there is no slide yet that it could disturb, and the order may be known before there is one
+        } else {
+            inTurn(std::move(job), WaitingLine::From::Sequence);
+        }
+    });
 }
 
 SlideController::~SlideController()
@@ -121,10 +128,11 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
     mFileSequence.collect(mDispatchQueue, request, [this, showFirst] {
         // The hint stands for the slide that it covers: it stays, and the show will begin with the first of the order.
         // So does a show that is about to begin.
-        if (mHintsScreenShown || mAutoPlayPending) {
+        const bool hintStands = mHintsScreenShown || (mAwaited && mAwaited->isHint);
+        if (hintStands || mAutoPlayPending) {
             mFileSequence.first();
         } else if (showFirst) {
-            firstSlide();
+            showFirstOfOrder();
         }
         collectionFinished();
     });
@@ -136,6 +144,7 @@ void SlideController::collectionFinished()
     if (mStartWindow && mNothingFound) {
         mStartWindow->setNothingFound(mLastOpened);
     }
+    endHoldingBack();
     endEmptyShow();
     updateReadAhead();
     scheduleVisibilityCheck();

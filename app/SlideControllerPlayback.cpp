@@ -12,6 +12,12 @@
 
 namespace frameflow {
 
+namespace {
+
+constexpr Duration smallFolderTime = std::chrono::milliseconds(15);
+
+} // namespace
+
 // ---- The timer
 
 void SlideController::startTimer()
@@ -92,6 +98,20 @@ void SlideController::firstSlide()
             openImageURL(url, false);
         }
     });
+}
+
+// A picture that was found first, and is not there yet, makes way for the first one of the order.
+void SlideController::showFirstOfOrder()
+{
+    if (isBeginning()) {
+        const FileUrl url = mFileSequence.first();
+        if (!url.isEmpty() && url != mAwaited->url) {
+            mAwaited.reset();
+            show({url, false});
+        }
+    } else {
+        firstSlide();
+    }
 }
 
 void SlideController::nextSlide()
@@ -182,6 +202,8 @@ void SlideController::endSlideShow()
     mImageURL = {};
     mHintsScreenShown = false;
     mAutoPlayPending = false;
+    mHoldsBack = false;
+    mHoldingBack.stop();
     mFileSequence.abandonCollections();
     cancelWait();
     exitFullScreen();
@@ -211,10 +233,23 @@ void SlideController::firstFileFound()
 void SlideController::beginShow()
 {
     if (std::exchange(mAutoPlayPending, false)) {
-        // The walk through the folder rests while the picture is decoded, and until its window is likely to be on the
-        // screen: on a machine with few cores it would take them from both.
-        mFileSequence.giveWay(std::chrono::milliseconds(250));
+        // A small folder is in order in a moment, and its first picture is the only one to be decoded. The walk through
+        // a large one rests meanwhile: with few cores it would take them from that.
+        mHoldsBack = true;
+        mHoldingBack.start(mClock.now() + smallFolderTime, [this] {
+            endHoldingBack();
+            mFileSequence.giveWay(std::chrono::milliseconds(250));
+        });
         autoPlay();
+    }
+}
+
+void SlideController::endHoldingBack()
+{
+    mHoldsBack = false;
+    mHoldingBack.stop();
+    if (isBeginning()) {
+        proceed();
     }
 }
 

@@ -53,14 +53,15 @@ void SlideController::proceed()
             ReadAhead& readAhead = ReadAhead::instance();
             if (!readAhead.isReady(file)) {
                 mAwaited->wasWaitedFor = true;
+                if (mHoldsBack && isBeginning() && mFileSequence.isCollecting()) {
+                    return;
+                }
                 readAhead.ask(file, [this, alive = std::weak_ptr(mAlive)] {
                     if (alive.lock()) {
                         proceed();
                     }
                 });
-                if (mFullScreenView->currentImage()) {
-                    updateReadAhead(); // nothing comes before the first picture of a show
-                }
+                updateReadAhead();
                 return;
             }
             if (present(*mAwaited)) {
@@ -137,6 +138,8 @@ void SlideController::slideAppeared(const Candidate& candidate)
     });
     if (candidate.wasWaitedFor) {
         resetTimer(); // it is seen for its full time
+        // The walk through a folder rests until the slide is likely to be on the screen: with few cores it would take
+        // them from that.
         mFileSequence.giveWay(std::chrono::milliseconds(50));
     }
     updateReadAhead();
@@ -185,7 +188,8 @@ void SlideController::cancelWait()
 void SlideController::updateReadAhead()
 {
     std::vector<AheadFile> files;
-    if (mFullScreenView != nullptr) {
+    // Nothing comes before the first picture of a show.
+    if (mFullScreenView != nullptr && mFullScreenView->currentImage()) {
         const FrameRule frame = mFullScreenView->frameRule();
         const size_t count = mFileSequence.count();
         const size_t index = mFileSequence.currentIndex();

@@ -221,8 +221,7 @@ void KLLayerView::prepareCopies()
     for (const LayerPtr& layer : {mCurrentLayer, mPreviousLayer}) {
         const auto pixels = pixelRect(layer->frame(), viewArea);
         const KLImagePtr image = imageOfLayer(layer);
-        wanted.push_back(
-            {layer->contents(), pixels ? pixels->size() : QSize(), image ? image->reduced() : QImage()});
+        wanted.push_back({layer->contents(), pixels ? pixels->size() : QSize(), image ? image->reduced() : QImage()});
     }
     mCopies.setWanted(wanted, picturesIn(presentation(*mBackgroundLayer, mCompositor->now())));
 }

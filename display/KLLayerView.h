@@ -36,8 +36,8 @@ public:
     // Not owned; null for none.
     void setDelegate(KLImageDisplayDelegate* delegate) { mDelegate = delegate; }
 
-    // Loads through the image cache, waiting for it, and presents. What was decoded ahead is there at once. Dropped while the view is busy; a file without a
-    // picture makes ImageOK() false and changes nothing else.
+    // Loads through the image cache, waiting for it, and presents. What was decoded ahead is there at once. Dropped
+    // while the view is busy; a file without a picture makes ImageOK() false and changes nothing else.
     void setImageWithURL(const FileUrl& url, bool forward);
     // Presents a picture, with a transition where there is a slide before it and no animation runs. Not null.
     void setImage(const KLImagePtr& image, bool forward);

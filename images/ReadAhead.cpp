@@ -309,18 +309,19 @@ void ReadAhead::State::reduce(const KLImagePtr& image, const FrameRule& frame)
     }
     mBeingReduced.push_back(image);
     // The job gets values: the picture itself may be loaded anew meanwhile.
-    mReducing.async([weak = weak_from_this(), image, bitmap = image->getCGImage(), pixels = image->reductionFor(frame)] {
-        const QImage reduced = reducedOrNone(bitmap, pixels);
-        if (const auto self = weak.lock()) {
-            self->post([image, key = bitmap.cacheKey(), reduced](State& state) {
-                if (image->getCGImage().cacheKey() == key) {
-                    image->setReduced(reduced);
-                }
-                std::erase(state.mBeingReduced, image);
-                state.check();
-            });
-        }
-    });
+    mReducing.async(
+        [weak = weak_from_this(), image, bitmap = image->getCGImage(), pixels = image->reductionFor(frame)] {
+            const QImage reduced = reducedOrNone(bitmap, pixels);
+            if (const auto self = weak.lock()) {
+                self->post([image, key = bitmap.cacheKey(), reduced](State& state) {
+                    if (image->getCGImage().cacheKey() == key) {
+                        image->setReduced(reduced);
+                    }
+                    std::erase(state.mBeingReduced, image);
+                    state.check();
+                });
+            }
+        });
 }
 
 // Tells whoever asked, when all is there.

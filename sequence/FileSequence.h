@@ -60,8 +60,8 @@ public:
     FileSequence(const FileSequence&) = delete;
     FileSequence& operator=(const FileSequence&) = delete;
 
-    // Through which everything that queued work brings reaches this sequence, on the main thread and in order. A gate may
-    // keep a job and run it later, or drop it. None: jobs run as they come.
+    // Through which everything that queued work brings reaches this sequence, on the main thread and in order. A gate
+    // may keep a job and run it later, or drop it. None: jobs run as they come.
     using Gate = std::function<void(std::function<void()> job)>;
     void setGate(Gate gate) { mGate = std::move(gate); }
 

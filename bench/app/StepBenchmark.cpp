@@ -1,7 +1,7 @@
 // bench_steps [PROGRAM] [STEPS]
 // Measures what a person feels who steps through photographs of 24 megapixels: from the event of the key to the pixels
-// on an X server of its own, after a rest on each slide and as fast as slides appear. The reference of the hurried steps
-// is two djpeg side by side. Prints lines "name|figure|reference|ratio|limit" and fails when a limit is exceeded.
+// on an X server of its own, after a rest on each slide and as fast as slides appear. The reference of the hurried
+// steps is two djpeg side by side. Prints lines "name|figure|reference|ratio|limit" and fails when a limit is exceeded.
 
 #include "Program.h"
 #include "SettingsKeys.h"

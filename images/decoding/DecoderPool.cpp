@@ -84,9 +84,9 @@ DecoderPool::~DecoderPool()
     mState->close();
 }
 
-void DecoderPool::warmUp()
+void DecoderPool::warmUp(int processes)
 {
-    mState->store().prepare(DecoderKind::Common);
+    mState->store().prepare(DecoderKind::Common, static_cast<size_t>(std::max(processes, 0)));
 }
 
 DecoderPool::Ticket DecoderPool::decode(const DecodeJob& job, std::function<void(DecodedFile&&)> done)

@@ -78,8 +78,8 @@ public:
     DecoderPool(const DecoderPool&) = delete;
     DecoderPool& operator=(const DecoderPool&) = delete;
 
-    // Starts the first process, so that it gets ready while its starter does other things. Returns at once.
-    void warmUp();
+    // Starts the first processes, so that they get ready while its starter does other things. Returns at once.
+    void warmUp(int processes = 1);
 
     // Opens and decodes the file. The callback is called exactly once, on a thread of the pool; it is not to block.
     // Jobs of one urgency are begun in the order of their coming.

@@ -9,8 +9,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A cancelled decode that ends within this time costs less than a new process.
-constexpr Duration cancelGrace = 50ms;
+// A cancelled thumbnail that ends within this time costs less than a new process. Whole pictures take longer, and take
+// a core from what is wanted instead.
+constexpr Duration thumbnailGrace = 50ms;
+
+Duration cancelGrace(const PoolJob& job)
+{
+    return job.request.longestSide > 0 ? thumbnailGrace : Duration();
+}
+
 // When the system had no thread left.
 constexpr Duration workerAgainAfter = 1s;
 
@@ -128,10 +135,10 @@ void DecoderPoolState::stopOverdue(TimePoint moment)
         if (!job->isCancelled || job->stop.stop_requested()) {
             continue;
         }
-        if (moment >= job->since + cancelGrace) {
+        if (moment >= job->since + cancelGrace(*job)) {
             job->stop.request_stop();
         } else {
-            lookAgainAt(job->since + cancelGrace);
+            lookAgainAt(job->since + cancelGrace(*job));
         }
     }
 }

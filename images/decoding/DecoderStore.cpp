@@ -91,15 +91,15 @@ void DecoderStore::keep(DecoderKind kind, std::unique_ptr<DecoderProcess> proces
     }
 }
 
-void DecoderStore::prepare(DecoderKind kind)
+void DecoderStore::prepare(DecoderKind kind, size_t count)
 {
-    {
+    const auto missing = [&] {
         const std::lock_guard lock(mMutex);
-        if (!shelf(kind).idle.empty()) {
-            return;
-        }
+        return count - std::min(count, shelf(kind).idle.size());
+    };
+    for (size_t left = missing(); left > 0; --left) {
+        keep(kind, start(kind));
     }
-    keep(kind, start(kind));
 }
 
 size_t DecoderStore::endingCount(int shelf, size_t idle)

@@ -28,7 +28,7 @@ public:
     // Keeps one that has decoded something for later, unless it is of no more use.
     void put(DecoderKind kind, std::unique_ptr<DecoderProcess> process);
     // Starts one to have it ready, unless one is.
-    void prepare(DecoderKind kind);
+    void prepare(DecoderKind kind, size_t count = 1);
 
     // Ends those that have had nothing to do for long, but for one of the common kind.
     void endIdle(TimePoint now);

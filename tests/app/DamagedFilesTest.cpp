@@ -1,5 +1,6 @@
-#include "ControllerFixture.h"
 #include "DamagedFiles.h"
+
+#include "ControllerFixture.h"
 
 #include <QSet>
 #include <QTest>

@@ -87,7 +87,7 @@ void LeftoversTest::tenThousandThumbnailsLeaveNothing()
         QCOMPARE(link(original.constData(), path.constData()), 0);
         urls.push_back(FileUrl::fromPath(path));
     }
-    ThumbnailLoader loader(DecoderPool::instance(), [](const FileUrl&, const QImage&) { });
+    ThumbnailLoader loader(DecoderPool::instance(), [](const FileUrl&, const QImage&) {});
     const auto makeAll = [&](const std::vector<FileUrl>& wanted) {
         loader.setWanted(wanted);
         return QTest::qWaitFor([&] { return loader.isIdle(); }, 300000);

@@ -56,11 +56,11 @@ void ThumbnailLoaderTest::init()
     mFolder = std::make_unique<TestFolder>();
     mArrived.clear();
     mPictures.clear();
-    mLoader = std::make_unique<ThumbnailLoader>(
-        DecoderPool::instance(), [this](const FileUrl& url, const QImage& picture) {
-            mArrived.push_back(url);
-            mPictures.push_back(picture);
-        });
+    mLoader
+        = std::make_unique<ThumbnailLoader>(DecoderPool::instance(), [this](const FileUrl& url, const QImage& picture) {
+              mArrived.push_back(url);
+              mPictures.push_back(picture);
+          });
 }
 
 void ThumbnailLoaderTest::cleanup()
