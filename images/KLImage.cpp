@@ -146,7 +146,7 @@ void KLImage::take(const FileUrl& url, DecodedFile&& file)
     mUrl = url;
     mStamp = file.stamp;
     mCGImage = std::move(picture.pixels);
-    mReduced = QImage();
+    mReduced = std::move(picture.reduced);
     mSize = picture.size;
     mOrientation = picture.orientation;
     mTransform = orientationTransform(mCGImage.size(), mOrientation);

@@ -73,6 +73,8 @@ public:
 private:
     std::vector<EntryPtr> entries() const;
     EntryPtr find(const FileUrl& url) const; // with the lock held
+    QList<DecodeRequest::Reduction> likelyReductions(const FrameRule& frame) const; // with the lock held
+    void noteSize(QSize picture); // with the lock held
     void drop(const EntryPtr& entry);
     EntryPtr begin(const AheadFile& file, Urgency urgency);
     void decoded(const EntryPtr& entry, DecodedFile&& file);
@@ -88,6 +90,7 @@ private:
     mutable std::mutex mMutex; // for the entries: a picture may be taken on any thread
     std::condition_variable mDecoded;
     std::vector<EntryPtr> mEntries;
+    QList<QSize> mLastSizes; // of the pictures decoded last, each once, the last one first
 
     struct Asked
     {
@@ -122,6 +125,26 @@ EntryPtr ReadAhead::State::find(const FileUrl& url) const
     const auto found
         = std::find_if(mEntries.begin(), mEntries.end(), [&](const EntryPtr& entry) { return entry->url == url; });
     return found != mEntries.end() ? *found : nullptr;
+}
+
+// Pictures of a folder often have one size: a copy for it can be made while they are decoded.
+QList<DecodeRequest::Reduction> ReadAhead::State::likelyReductions(const FrameRule& frame) const
+{
+    QList<DecodeRequest::Reduction> reductions;
+    for (const QSize& size : mLastSizes) {
+        const QSize pixels = frame ? frame(size) : QSize();
+        if (!pixels.isEmpty() && needsReduction(size, pixels)) {
+            reductions.append({size, pixels});
+        }
+    }
+    return reductions;
+}
+
+void ReadAhead::State::noteSize(QSize picture)
+{
+    mLastSizes.removeAll(picture);
+    mLastSizes.prepend(picture);
+    mLastSizes.resize(std::min(mLastSizes.size(), DecodeRequest::mostReductions));
 }
 
 void ReadAhead::State::drop(const EntryPtr& entry)
@@ -200,6 +223,7 @@ EntryPtr ReadAhead::State::begin(const AheadFile& file, Urgency urgency)
     job.request.fileName = file.url.fileName().toByteArray();
     job.urgency = urgency;
     const std::lock_guard lock(mMutex);
+    job.request.reductions = likelyReductions(file.frame);
     mEntries.push_back(entry);
     entry->ticket = mPool.decode(job, [weak = weak_from_this(), entry](DecodedFile&& decoded) {
         if (const auto self = weak.lock()) {
@@ -220,11 +244,14 @@ void ReadAhead::State::decoded(const EntryPtr& entry, DecodedFile&& file)
     const auto stamp = file.stamp;
     const bool mayStall = file.mayStall;
     const KLImagePtr image = KLImage::imageWithDecoded(entry->url, std::move(file));
-    if (image) {
+    if (image && !image->isPreparedFor(frame)) {
         image->setReduced(reducedOrNone(image->getCGImage(), image->reductionFor(frame)));
     }
     {
         const std::lock_guard lock(mMutex);
+        if (image) {
+            noteSize(image->uprightSize().toSize());
+        }
         entry->image = image;
         entry->stamp = stamp;
         entry->mayStall = mayStall;

@@ -1,5 +1,7 @@
 #include "Reduction.h"
 
+#include "AreaReduction.h"
+
 namespace frameflow {
 
 bool needsReduction(QSize picture, QSize pixels)
@@ -18,7 +20,16 @@ QImage inDrawableFormat(const QImage& picture)
 
 QImage reducedTo(const QImage& picture, QSize pixels)
 {
-    return inDrawableFormat(picture.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    if (!AreaReduction::isPossible(picture.size(), pixels)) {
+        return inDrawableFormat(picture.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    }
+    const QImage source = inDrawableFormat(picture);
+    QImage reduced(pixels, source.format());
+    if (source.isNull() || reduced.isNull()) {
+        return {};
+    }
+    AreaReduction(source.size(), pixels).advance(source.constBits(), source.bytesPerLine(), source.height(), reduced);
+    return reduced;
 }
 
 } // namespace frameflow

@@ -40,6 +40,7 @@ namespace {
 constexpr double never = 1e9; // milliseconds
 constexpr QSize photograph(6000, 4000);
 constexpr std::array colours{0xFFE614C8U, 0xFF14B43CU, 0xFF1E28DCU, 0xFFE6D214U};
+constexpr int references = 7;
 constexpr xcb_keycode_t rightArrow = 114; // of the usual keyboard of an X server on Linux
 
 bool isColour(QRgb pixel, QRgb colour)
@@ -114,7 +115,7 @@ public:
                 qFatal("no room for the pictures");
             }
         }
-        for (int i = static_cast<int>(colours.size()); i < 3 * mSteps + 10; ++i) {
+        for (int i = static_cast<int>(colours.size()); i < 6 * mSteps + 12; ++i) {
             const int original = i % static_cast<int>(colours.size());
             if (link(QFile::encodeName(name(original)).constData(), QFile::encodeName(name(i)).constData()) != 0) {
                 qFatal("no links");
@@ -144,6 +145,7 @@ private:
     void rested()
     {
         std::vector<double> times;
+        times.reserve(mSteps);
         bool isSharp = true;
         for (int i = 0; i < mSteps; ++i) {
             std::this_thread::sleep_for(2s);
@@ -160,12 +162,14 @@ private:
     void hurried()
     {
         std::vector<double> times;
+        times.reserve(5 * mSteps);
         std::vector<double> reference;
-        for (int i = 0; i < 2 * mSteps; ++i) {
+        reference.reserve(references);
+        for (int i = 0; i < 5 * mSteps; ++i) {
             times.push_back(step());
         }
         std::this_thread::sleep_for(3s); // what is read ahead is not to slow down the reference
-        for (int i = 0; i < 7; ++i) {
+        for (int i = 0; i < references; ++i) {
             reference.push_back(twoSideBySide());
         }
         const double both = median(reference);

@@ -1,7 +1,6 @@
 #include "DecodePace.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace frameflow {
 
@@ -12,14 +11,20 @@ void DecodePace::addDuration(Duration duration)
     mCount = std::min(mCount + 1, remembered);
 }
 
-Duration DecodePace::mean() const
+Duration DecodePace::usual() const
 {
-    return mCount == 0 ? Duration{} : std::accumulate(mDurations, mDurations + mCount, Duration{}) / mCount;
+    if (mCount == 0) {
+        return {};
+    }
+    std::array<Duration, remembered> sorted = mDurations;
+    const auto middle = sorted.begin() + mCount / 2;
+    std::nth_element(sorted.begin(), middle, sorted.begin() + mCount);
+    return *middle;
 }
 
 TimePoint DecodePace::earliestBegin(std::optional<TimePoint> lastBegun, TimePoint now) const
 {
-    return lastBegun ? std::max(now, *lastBegun + mean() / mAtOnce) : now;
+    return lastBegun ? std::max(now, *lastBegun + usual() / mAtOnce) : now;
 }
 
 } // namespace frameflow

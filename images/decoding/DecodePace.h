@@ -2,6 +2,7 @@
 
 #include "Clock.h"
 
+#include <array>
 #include <optional>
 
 namespace frameflow {
@@ -15,8 +16,9 @@ public:
 
     // A decode in full size took that long.
     void addDuration(Duration duration);
-    // The mean of the last few; zero when there was none.
-    Duration mean() const;
+    // The middle one of the last few: single ones take far longer when something is in their way. Zero when there was
+    // none.
+    Duration usual() const;
 
     // When one more may begin, given when the last of those still running began; absent when none runs.
     TimePoint earliestBegin(std::optional<TimePoint> lastBegun, TimePoint now) const;
@@ -25,7 +27,7 @@ private:
     static constexpr int remembered = 8;
 
     int mAtOnce;
-    Duration mDurations[remembered] = {};
+    std::array<Duration, remembered> mDurations = {};
     int mCount = 0;
     int mNext = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QImage>
+#include <QList>
 #include <QSize>
 
 #include <optional>
@@ -36,10 +37,20 @@ enum class Wanted
 // What is wanted of a file.
 struct DecodeRequest
 {
+    struct Reduction
+    {
+        QSize from; // of an upright picture, in pixels
+        QSize to;
+        friend bool operator==(const Reduction&, const Reduction&) = default;
+    };
+    static constexpr qsizetype mostReductions = 4;
+
     Wanted wanted = Wanted::Picture;
     QByteArray fileName; // its suffix says what to try first; never opened
     int longestSide = 0; // pixels that neither side may exceed; 0 for full size
     Turn turn = Turn::Upright;
+    // The copies that a picture of one of these sizes is wanted in, too, where one can be made on the way.
+    QList<Reduction> reductions;
 };
 
 // What a movie is. Without a video stream the size is empty.
@@ -57,6 +68,7 @@ struct MovieFacts
 struct DecodedPicture
 {
     QImage pixels; // sRGB; RGB32 when opaque, else ARGB32_Premultiplied
+    QImage reduced; // a copy in a size that was asked for, in the same colours; null where none was made
     QSize size; // of the picture in the file, turned as pixels is; larger than pixels where that is a reduced one
     int orientation = 1; // EXIF orientation still to be applied
     std::optional<MovieFacts> movie; // of a probe; its pixels may be null when there is only sound

@@ -18,12 +18,23 @@ namespace {
 constexpr qsizetype longestName = 255;
 
 // As they go over the socket, between programs of one build.
+struct ReductionPacket
+{
+    qint32 fromWidth;
+    qint32 fromHeight;
+    qint32 toWidth;
+    qint32 toHeight;
+};
+
 struct RequestPacket
 {
     quint64 id;
     qint32 wanted;
     qint32 longestSide;
     qint32 turn;
+    qint32 hasMemory;
+    qint32 reductionCount;
+    std::array<ReductionPacket, DecodeRequest::mostReductions> reductions;
     qint32 nameLength;
     std::array<char, longestName> name;
 };
@@ -38,10 +49,12 @@ struct AnswerPacket
     qint32 width;
     qint32 height;
     qint32 orientation;
-    qint32 hasPixels;
+    qint32 pixels; // their Place
     qint32 bitmapWidth;
     qint32 bitmapHeight;
     qint32 format;
+    qint32 reducedWidth; // 0 where there is no reduced copy
+    qint32 reducedHeight;
     qint32 hasMovie;
     qint32 movieWidth;
     qint32 movieHeight;
@@ -51,26 +64,41 @@ struct AnswerPacket
     qint32 hasCover;
 };
 
+// Where the pixels of an answer lie.
+enum Place : qint32
+{
+    Nowhere,
+    InOwnMemory,
+    InGivenMemory,
+};
+
+using Descriptors = std::vector<FileDescriptor>;
+
 bool isFlag(qint32 value)
 {
     return value == 0 || value == 1;
 }
 
-bool send(int socket, const void* bytes, size_t length, int descriptor)
+constexpr size_t mostDescriptorsSent = 2;
+
+// Those descriptors that are none are left out.
+bool send(int socket, const void* bytes, size_t length, std::array<int, mostDescriptorsSent> descriptors)
 {
+    const auto end = std::remove_if(descriptors.begin(), descriptors.end(), [](int one) { return one < 0; });
+    const size_t size = (end - descriptors.begin()) * sizeof(int);
     iovec part{const_cast<void*>(bytes), length}; // NOLINT(cppcoreguidelines-pro-type-const-cast): it is only read
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control = {};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(mostDescriptorsSent * sizeof(int))> control = {};
     msghdr message = {};
     message.msg_iov = &part;
     message.msg_iovlen = 1;
-    if (descriptor >= 0) {
+    if (size > 0) {
         message.msg_control = control.data();
-        message.msg_controllen = control.size();
+        message.msg_controllen = CMSG_SPACE(size);
         cmsghdr* const header = CMSG_FIRSTHDR(&message);
         header->cmsg_level = SOL_SOCKET;
         header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(sizeof(int));
-        std::memcpy(CMSG_DATA(header), &descriptor, sizeof(int));
+        header->cmsg_len = CMSG_LEN(size);
+        std::memcpy(CMSG_DATA(header), descriptors.data(), size);
     }
     ssize_t sent = -1;
     do {
@@ -80,9 +108,9 @@ bool send(int socket, const void* bytes, size_t length, int descriptor)
 }
 
 // All descriptors that came along; whoever does not take them over closes them.
-std::vector<FileDescriptor> descriptorsOf(msghdr& message)
+Descriptors descriptorsOf(msghdr& message)
 {
-    std::vector<FileDescriptor> descriptors;
+    Descriptors descriptors;
     for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr; header = CMSG_NXTHDR(&message, header)) {
         if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) {
             continue;
@@ -97,8 +125,8 @@ std::vector<FileDescriptor> descriptorsOf(msghdr& message)
     return descriptors;
 }
 
-// One packet of at most that length, and its descriptor where it has one.
-MessageStatus receive(int socket, void* bytes, size_t mostBytes, size_t* length, FileDescriptor* descriptor)
+// One packet of at most that length, and its descriptors.
+MessageStatus receive(int socket, void* bytes, size_t mostBytes, size_t* length, Descriptors* descriptors)
 {
     iovec part{bytes, mostBytes};
     // Room for more than are allowed, so that surplus ones are seen; further ones the kernel drops, and says so.
@@ -116,26 +144,25 @@ MessageStatus receive(int socket, void* bytes, size_t mostBytes, size_t* length,
     if (received < 0) {
         return MessageStatus::Closed;
     }
-    std::vector<FileDescriptor> descriptors = descriptorsOf(message);
-    if (received == 0 && descriptors.empty()) {
+    *descriptors = descriptorsOf(message);
+    if (received == 0 && descriptors->empty()) {
         return MessageStatus::Closed;
     }
-    if ((message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || descriptors.size() > 1) {
+    if ((message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0) {
         return MessageStatus::Malformed;
-    }
-    if (!descriptors.empty()) {
-        *descriptor = std::move(descriptors.front());
     }
     *length = static_cast<size_t>(received);
     return MessageStatus::Received;
 }
 
-bool makesSense(const RequestPacket& packet, size_t length, const FileDescriptor& file)
+bool makesSense(const RequestPacket& packet, size_t length, size_t descriptors)
 {
     return length >= requestHead && packet.nameLength >= 0 && packet.nameLength <= longestName
         && length == requestHead + packet.nameLength && packet.longestSide >= 0
         && packet.wanted >= qint32(Wanted::Picture) && packet.wanted <= qint32(Wanted::MovieProbe)
-        && (packet.turn == qint32(Turn::AsStored) || packet.turn == qint32(Turn::Upright)) && file.isOpen();
+        && (packet.turn == qint32(Turn::AsStored) || packet.turn == qint32(Turn::Upright)) && isFlag(packet.hasMemory)
+        && packet.reductionCount >= 0 && packet.reductionCount <= DecodeRequest::mostReductions
+        && descriptors == 1 + size_t(packet.hasMemory);
 }
 
 // What a decoder may say of a file; the other errors are found by its client.
@@ -155,34 +182,45 @@ bool movieMakesSense(const AnswerPacket& packet)
         && packet.seconds >= 0;
 }
 
-bool makesSense(const AnswerPacket& packet, size_t length, const FileDescriptor& memory)
+bool makesSense(const AnswerPacket& packet, size_t length, size_t descriptors)
 {
-    if (length != sizeof(AnswerPacket) || !isDecodersError(packet.error) || !isFlag(packet.hasPixels)
-        || !isFlag(packet.hasMovie) || memory.isOpen() != (packet.hasPixels == 1)) {
+    if (length != sizeof(AnswerPacket) || !isDecodersError(packet.error) || packet.pixels < Nowhere
+        || packet.pixels > InGivenMemory || !isFlag(packet.hasMovie)
+        || descriptors != (packet.pixels == InOwnMemory ? 1 : 0)) {
         return false;
     }
     if (packet.error != qint32(DecodeError::None)) {
-        return packet.hasPixels == 0 && packet.hasMovie == 0;
+        return packet.pixels == Nowhere && packet.hasMovie == 0;
     }
     const bool hasSize = packet.width > 0 && packet.height > 0;
-    return (packet.hasPixels == 1 ? hasSize : packet.hasMovie == 1) && packet.orientation >= 1
+    const bool hasReduced = packet.reducedWidth != 0 || packet.reducedHeight != 0;
+    if (hasReduced && (packet.pixels != InGivenMemory || packet.reducedWidth <= 0 || packet.reducedHeight <= 0)) {
+        return false;
+    }
+    return (packet.pixels != Nowhere ? hasSize : packet.hasMovie == 1) && packet.orientation >= 1
         && packet.orientation <= 8 && (packet.hasMovie == 0 || movieMakesSense(packet));
 }
 
 } // namespace
 
-bool sendRequest(int socket, quint64 id, const DecodeRequest& request, int file)
+bool sendRequest(int socket, quint64 id, const DecodeRequest& request, int file, int memory)
 {
     RequestPacket packet = {};
     packet.id = id;
     packet.wanted = qint32(request.wanted);
     packet.longestSide = request.longestSide;
     packet.turn = qint32(request.turn);
+    for (const DecodeRequest::Reduction& reduction : request.reductions.first(
+             std::min(request.reductions.size(), DecodeRequest::mostReductions))) {
+        packet.reductions.at(packet.reductionCount++) = {
+            reduction.from.width(), reduction.from.height(), reduction.to.width(), reduction.to.height()};
+    }
     // Of a longer name the end counts: the suffix stands there.
     const QByteArray name = request.fileName.right(longestName);
+    packet.hasMemory = memory >= 0 ? 1 : 0;
     packet.nameLength = qint32(name.size());
     std::copy(name.begin(), name.end(), packet.name.begin());
-    return file >= 0 && send(socket, &packet, requestHead + name.size(), file);
+    return file >= 0 && send(socket, &packet, requestHead + name.size(), {file, memory});
 }
 
 bool sendAnswer(int socket, const AnswerMessage& answer)
@@ -195,11 +233,13 @@ bool sendAnswer(int socket, const AnswerMessage& answer)
     packet.orientation = answer.picture.orientation;
     if (answer.pixels) {
         const BitmapLayout& layout = answer.pixels->layout;
-        packet.hasPixels = 1;
+        packet.pixels = answer.pixels->memory.isOpen() ? InOwnMemory : InGivenMemory;
         packet.bitmapWidth = layout.width;
         packet.bitmapHeight = layout.height;
         packet.bytesPerLine = layout.bytesPerLine;
         packet.format = layout.format;
+        packet.reducedWidth = answer.reducedSize.width();
+        packet.reducedHeight = answer.reducedSize.height();
     }
     if (answer.picture.movie) {
         const MovieFacts& movie = *answer.picture.movie;
@@ -212,19 +252,19 @@ bool sendAnswer(int socket, const AnswerMessage& answer)
         packet.hasAudio = movie.hasAudio ? 1 : 0;
         packet.hasCover = movie.hasCover ? 1 : 0;
     }
-    return send(socket, &packet, sizeof(packet), answer.pixels ? answer.pixels->memory.number() : -1);
+    return send(socket, &packet, sizeof(packet), {answer.pixels ? answer.pixels->memory.number() : -1, -1});
 }
 
 MessageStatus receiveRequest(int socket, RequestMessage& message)
 {
     RequestPacket packet = {};
     size_t length = 0;
-    FileDescriptor file;
-    const MessageStatus status = receive(socket, &packet, sizeof(packet), &length, &file);
+    Descriptors descriptors;
+    const MessageStatus status = receive(socket, &packet, sizeof(packet), &length, &descriptors);
     if (status != MessageStatus::Received) {
         return status;
     }
-    if (!makesSense(packet, length, file)) {
+    if (!makesSense(packet, length, descriptors.size())) {
         return MessageStatus::Malformed;
     }
     message.id = packet.id;
@@ -232,7 +272,14 @@ MessageStatus receiveRequest(int socket, RequestMessage& message)
     message.request.fileName = QByteArray(packet.name.data(), packet.nameLength);
     message.request.longestSide = packet.longestSide;
     message.request.turn = Turn(packet.turn);
-    message.file = std::move(file);
+    message.request.reductions.clear();
+    for (qint32 i = 0; i < packet.reductionCount; ++i) {
+        const ReductionPacket& reduction = packet.reductions.at(i);
+        message.request.reductions.append(
+            {{reduction.fromWidth, reduction.fromHeight}, {reduction.toWidth, reduction.toHeight}});
+    }
+    message.file = std::move(descriptors.front());
+    message.memory = packet.hasMemory == 1 ? std::move(descriptors.back()) : FileDescriptor();
     return status;
 }
 
@@ -240,12 +287,12 @@ MessageStatus receiveAnswer(int socket, AnswerMessage& message)
 {
     AnswerPacket packet = {};
     size_t length = 0;
-    FileDescriptor memory;
-    const MessageStatus status = receive(socket, &packet, sizeof(packet), &length, &memory);
+    Descriptors descriptors;
+    const MessageStatus status = receive(socket, &packet, sizeof(packet), &length, &descriptors);
     if (status != MessageStatus::Received) {
         return status;
     }
-    if (!makesSense(packet, length, memory)) {
+    if (!makesSense(packet, length, descriptors.size())) {
         return MessageStatus::Malformed;
     }
     message = {};
@@ -253,10 +300,11 @@ MessageStatus receiveAnswer(int socket, AnswerMessage& message)
     message.picture.error = DecodeError(packet.error);
     message.picture.size = QSize(packet.width, packet.height);
     message.picture.orientation = packet.orientation;
-    if (packet.hasPixels == 1) {
-        message.pixels = SharedBitmap{
-            std::move(memory), {packet.bitmapWidth, packet.bitmapHeight, packet.bytesPerLine, packet.format}};
+    if (packet.pixels != Nowhere) {
+        message.pixels = SharedBitmap{descriptors.empty() ? FileDescriptor() : std::move(descriptors.front()),
+            {packet.bitmapWidth, packet.bitmapHeight, packet.bytesPerLine, packet.format}};
     }
+    message.reducedSize = QSize(packet.reducedWidth, packet.reducedHeight);
     if (packet.hasMovie == 1) {
         message.picture.movie = MovieFacts{QSize(packet.movieWidth, packet.movieHeight), packet.rotation,
             packet.seconds, packet.hasVideo == 1, packet.hasAudio == 1, packet.hasCover == 1};

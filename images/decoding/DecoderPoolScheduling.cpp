@@ -83,6 +83,7 @@ void DecoderPoolState::schedule()
 {
     const TimePoint moment = std::chrono::steady_clock::now();
     mLookAgain = mStore.nextEnd();
+    lookAgainAt(mMemories->nextEnd());
     while (!mIsClosing) {
         const auto decision = mSchedule.decide(waiting(), running(), moment);
         if (!decision.begin) {
@@ -99,6 +100,16 @@ void DecoderPoolState::schedule()
     suspend(moment);
     stopOverdue(moment);
     if (mLookAgain && (!mAttendedUntil || *mLookAgain < *mAttendedUntil)) {
+        mAttention.notify_one();
+    }
+}
+
+// On whichever thread drops the last image.
+void DecoderPoolState::memoryCameBack()
+{
+    const Lock lock(mMutex);
+    const auto end = mMemories->nextEnd();
+    if (end && (!mAttendedUntil || *end < *mAttendedUntil)) {
         mAttention.notify_one();
     }
 }
@@ -183,6 +194,7 @@ void DecoderPoolState::attend()
         mAttendedUntil.reset();
         lock.unlock();
         mStore.endIdle(std::chrono::steady_clock::now());
+        mMemories->endIdle(std::chrono::steady_clock::now());
         lock.lock();
     }
 }

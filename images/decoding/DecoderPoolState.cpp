@@ -42,6 +42,11 @@ DecoderPoolState::~DecoderPoolState() = default;
 
 void DecoderPoolState::open()
 {
+    mMemories = std::make_shared<PictureMemoryStore>([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->memoryCameBack();
+        }
+    });
     auto thread = backgroundThread("decoders", [this] { attend(); });
     if (thread) {
         mAttendant = *std::move(thread);
@@ -81,6 +86,7 @@ void DecoderPoolState::close()
     }
     lock.unlock();
     mStore.endAll();
+    mMemories->close();
 }
 
 PoolJobPtr DecoderPoolState::submit(const DecodeJob& order, std::function<void(DecodedFile&&)> done)

@@ -6,6 +6,7 @@
 #include "DecoderStore.h"
 #include "DecoderWorker.h"
 #include "FallbackDecoder.h"
+#include "PictureMemory.h"
 #include "PoolJob.h"
 
 #include <atomic>
@@ -36,6 +37,7 @@ public:
     // ---- For the workers
 
     DecoderStore& store() { return mStore; }
+    const std::shared_ptr<PictureMemoryStore>& memories() const { return mMemories; }
     std::shared_ptr<FallbackDecoder> fallback() const { return mFallback; }
     const DecoderLimits& limits() const { return mLimits; }
     bool isClosing() const { return mIsClosing; }
@@ -63,6 +65,7 @@ private:
     void begin(const PoolJobPtr& job, DecoderWorker& worker, TimePoint moment);
     void schedule();
     void suspend(TimePoint moment);
+    void memoryCameBack();
     void lookAgainAt(std::optional<TimePoint> moment);
     void abandon(const PoolJobPtr& job);
     void stopOverdue(TimePoint moment);
@@ -74,6 +77,7 @@ private:
     const DecoderLimits mLimits;
     const int mOwnPriority;
     DecoderStore mStore;
+    std::shared_ptr<PictureMemoryStore> mMemories; // made by open()
     const std::shared_ptr<FallbackDecoder> mFallback;
     std::atomic<bool> mIsClosing = false;
     std::thread mAttendant;

@@ -3,6 +3,7 @@
 #include "ChildProcess.h"
 #include "DecoderMessages.h"
 #include "Limits.h"
+#include "PictureMemory.h"
 
 #include <algorithm>
 #include <csignal>
@@ -62,6 +63,10 @@ bool isPlausible(const AnswerMessage& answer, const DecodeRequest& request)
     if (!answer.pixels) {
         return picture.movie.has_value();
     }
+    const QSize pixels(answer.pixels->layout.width, answer.pixels->layout.height);
+    if (!answer.reducedSize.isEmpty() && !request.reductions.contains(DecodeRequest::Reduction{pixels, answer.reducedSize})) {
+        return false;
+    }
     return fits(answer.pixels->layout, request.longestSide) && !picture.size.isEmpty() && picture.orientation >= 1
         && picture.orientation <= 8;
 }
@@ -95,9 +100,11 @@ struct DecoderProcess::State
         return pausedFor + (pausedSince ? moment - *pausedSince : Duration{});
     }
     Event await() const;
+    std::optional<QImage> pixelsOf(const SharedBitmap& shared) const;
     DecodedPicture receive(quint64 id, const DecodeRequest& request) const;
 
-    ChildProcess child;
+    std::shared_ptr<PictureMemory> memory; // that a lost process may still write into
+    ChildProcess child; // ended before the memory is let go
     DecoderLimits limits;
     FileDescriptor interrupted;
     quint64 lastId = 0;
@@ -138,6 +145,14 @@ DecoderProcess::State::Event DecoderProcess::State::await() const
     }
 }
 
+std::optional<QImage> DecoderProcess::State::pixelsOf(const SharedBitmap& shared) const
+{
+    if (shared.memory.isOpen()) {
+        return mapSealed(shared.memory, shared.layout);
+    }
+    return memory ? PictureMemory::image(memory, shared.layout) : std::nullopt;
+}
+
 DecodedPicture DecoderProcess::State::receive(quint64 id, const DecodeRequest& request) const
 {
     AnswerMessage answer;
@@ -148,11 +163,18 @@ DecodedPicture DecoderProcess::State::receive(quint64 id, const DecodeRequest& r
     DecodedPicture picture = std::move(answer.picture);
     picture.pixels = {};
     if (answer.pixels) {
-        auto pixels = mapSealed(answer.pixels->memory, answer.pixels->layout);
+        auto pixels = pixelsOf(*answer.pixels);
         if (!pixels || pixels->isNull()) {
             return DecodedPicture::failed(DecodeError::DecoderLost);
         }
         picture.pixels = *std::move(pixels);
+    }
+    if (!answer.reducedSize.isEmpty() && memory) {
+        auto reduced = PictureMemory::imageBehind(memory, answer.pixels->layout, answer.reducedSize);
+        if (!reduced) {
+            return DecodedPicture::failed(DecodeError::DecoderLost);
+        }
+        picture.reduced = *std::move(reduced);
     }
     return picture;
 }
@@ -177,13 +199,15 @@ DecoderProcess::DecoderProcess(std::unique_ptr<State> state) : mState(std::move(
 
 DecoderProcess::~DecoderProcess() = default;
 
-DecodedPicture DecoderProcess::decode(const FileDescriptor& file, const DecodeRequest& request)
+DecodedPicture DecoderProcess::decode(
+    const FileDescriptor& file, const DecodeRequest& request, std::shared_ptr<PictureMemory> memory)
 {
     DecodedPicture picture = DecodedPicture::failed(DecodeError::DecoderLost);
     const quint64 id = ++mState->lastId;
     if (isReady(mState->interrupted.number())) {
         picture.error = DecodeError::Cancelled;
-    } else if (isUsable() && sendRequest(mState->child.socket(), id, request, file.number())) {
+    } else if (isUsable() && sendRequest(mState->child.socket(), id, request, file.number(), memory ? memory->descriptor() : -1)) {
+        mState->memory = std::move(memory);
         switch (mState->await()) {
         case State::Event::Answered:
             picture = mState->receive(id, request);
@@ -199,6 +223,8 @@ DecodedPicture DecoderProcess::decode(const FileDescriptor& file, const DecodeRe
     if (!isOfADecoder(picture.error)) {
         mState->isLost = true;
         mState->child.signal(SIGKILL);
+    } else {
+        mState->memory.reset();
     }
     return picture;
 }

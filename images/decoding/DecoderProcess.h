@@ -12,6 +12,8 @@
 
 namespace frameflow {
 
+class PictureMemory;
+
 // What one decoding may take.
 struct DecoderLimits
 {
@@ -30,8 +32,10 @@ public:
     ~DecoderProcess();
 
     // Blocks until the file is decoded, the limits are reached, the process is lost, or interrupt() was called. After
-    // DecoderLost or Cancelled the process is of no more use. The pixels are mapped, not copied.
-    DecodedPicture decode(const FileDescriptor& file, const DecodeRequest& request);
+    // DecoderLost or Cancelled the process is of no more use. The pixels are mapped, not copied; large ones may lie in
+    // the memory that is given, which may be null.
+    DecodedPicture decode(const FileDescriptor& file, const DecodeRequest& request,
+        std::shared_ptr<PictureMemory> memory = nullptr);
     // Any thread: makes a running decode() end with Cancelled, and every later one.
     void interrupt();
 

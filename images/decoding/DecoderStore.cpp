@@ -29,12 +29,13 @@ std::unique_ptr<DecoderProcess> DecoderStore::take(DecoderKind kind)
         const std::lock_guard lock(mMutex);
         auto& idle = shelf(kind).idle;
         while (!idle.empty()) {
-            Idle last = std::move(idle.back());
-            idle.pop_back();
-            if (last.process->isUsable()) {
-                return std::move(last.process);
+            // In turn, so that each knows the memories that go round by the time when all of them are needed.
+            Idle first = std::move(idle.front());
+            idle.erase(idle.begin());
+            if (first.process->isUsable()) {
+                return std::move(first.process);
             }
-            useless.push_back(std::move(last));
+            useless.push_back(std::move(first));
         }
     }
     return start(kind);

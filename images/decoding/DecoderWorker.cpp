@@ -2,7 +2,9 @@
 
 #include "BackgroundThread.h"
 #include "DecoderPoolState.h"
+#include "TargetMemory.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace frameflow {
@@ -16,6 +18,16 @@ struct ThreadDecode
     DecodeRequest request;
     DecodedPicture picture;
 };
+
+// What a picture like this one takes, with a copy of it behind.
+qint64 roomFor(const DecodeRequest& request, const QImage& picture)
+{
+    qint64 copy = 0;
+    for (const auto& reduction : request.reductions) {
+        copy = std::max(copy, qint64(reduction.to.width()) * reduction.to.height() * 4);
+    }
+    return placeBehind(picture.sizeInBytes()) + copy;
+}
 
 } // namespace
 
@@ -123,9 +135,14 @@ DecodedPicture DecoderWorker::decodeBy(DecoderKind kind, PoolJob& job, const std
     DecodedPicture picture;
     {
         const std::stop_callback interruption(stop, [&] { process->interrupt(); });
+        const bool mayBeLarge = job.request.wanted == Wanted::Picture && job.request.longestSide == 0;
+        auto memory = mayBeLarge ? mPool.memories()->take() : nullptr;
         mPool.attach(job, *process);
-        picture = process->decode(opened->file, job.request);
+        picture = process->decode(opened->file, job.request, std::move(memory));
         mPool.detach(job);
+        if (mayBeLarge && !picture.pixels.isNull()) {
+            mPool.memories()->noteSize(roomFor(job.request, picture.pixels));
+        }
     }
     if (process->isUsable()) {
         mPool.store().put(kind, std::move(process));

@@ -1,6 +1,6 @@
 #include "Orientation.h"
 
-#include "LargeBitmap.h"
+#include "TargetMemory.h"
 
 #include <algorithm>
 #include <array>
@@ -87,7 +87,7 @@ QImage turnedUpright(const QImage& image, const QTransform& transform)
         return {};
     }
     const bool turned = qRound(transform.m11()) == 0;
-    QImage result = largeBitmap(turned ? image.size().transposed() : image.size(), image.format());
+    QImage result = targetBitmap(turned ? image.size().transposed() : image.size(), image.format());
     if (result.isNull()) {
         return {};
     }

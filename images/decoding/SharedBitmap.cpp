@@ -35,40 +35,6 @@ bool isFormat(qint64 format)
     return format == QImage::Format_RGB32 || format == QImage::Format_ARGB32_Premultiplied;
 }
 
-FileDescriptor emptyMemory()
-{
-    constexpr unsigned flags = MFD_CLOEXEC | MFD_ALLOW_SEALING;
-    const int descriptor = memfd_create("pixels", flags | MFD_NOEXEC_SEAL);
-    return FileDescriptor(descriptor < 0 && errno == EINVAL ? memfd_create("pixels", flags) : descriptor);
-}
-
-bool writeAll(const FileDescriptor& memory, const uchar* bytes, qsizetype count)
-{
-    qsizetype written = 0;
-    while (written < count) {
-        const ssize_t part = pwrite(memory.number(), bytes + written, count - written, written);
-        if (part < 0 && errno == EINTR) {
-            continue;
-        }
-        if (part <= 0) {
-            return false;
-        }
-        written += part;
-    }
-    return true;
-}
-
-// Nothing when no bitmap lies like that.
-std::optional<qint64> bytesOf(const BitmapLayout& layout)
-{
-    const bool makesSense = layout.width > 0 && layout.height > 0 && isFormat(layout.format)
-        && qint64(layout.width) * layout.height <= mostPixelsHeld && layout.bytesPerLine % bytesPerPixel == 0
-        && layout.bytesPerLine >= layout.width * bytesPerPixel
-        && layout.bytesPerLine <= std::numeric_limits<int>::max();
-    const qint64 bytes = makesSense ? layout.bytesPerLine * layout.height : 0;
-    return bytes > 0 && bytes <= mostPixelsHeld * bytesPerPixel ? std::optional(bytes) : std::nullopt;
-}
-
 bool isSealedMemory(const FileDescriptor& memory, qint64 leastBytes)
 {
     const int seals = fcntl(memory.number(), F_GET_SEALS);
@@ -113,6 +79,46 @@ void unmapInBackground(void* info)
 
 } // namespace
 
+std::optional<qint64> bytesOf(const BitmapLayout& layout)
+{
+    const bool makesSense = layout.width > 0 && layout.height > 0 && isFormat(layout.format)
+        && qint64(layout.width) * layout.height <= mostPixelsHeld && layout.bytesPerLine % bytesPerPixel == 0
+        && layout.bytesPerLine >= layout.width * bytesPerPixel
+        && layout.bytesPerLine <= std::numeric_limits<int>::max();
+    const qint64 bytes = makesSense ? layout.bytesPerLine * layout.height : 0;
+    return bytes > 0 && bytes <= mostPixelsHeld * bytesPerPixel ? std::optional(bytes) : std::nullopt;
+}
+
+FileDescriptor emptySharedMemory()
+{
+    constexpr unsigned flags = MFD_CLOEXEC | MFD_ALLOW_SEALING;
+    const int descriptor = memfd_create("pixels", flags | MFD_NOEXEC_SEAL);
+    return FileDescriptor(descriptor < 0 && errno == EINVAL ? memfd_create("pixels", flags) : descriptor);
+}
+
+BitmapLayout layoutOf(const QImage& image)
+{
+    return {image.width(), image.height(), image.bytesPerLine(), qint32(image.format())};
+}
+
+bool writePixels(const QImage& image, const FileDescriptor& memory)
+{
+    const uchar* const bytes = image.constBits();
+    const qsizetype count = image.sizeInBytes();
+    qsizetype written = 0;
+    while (written < count) {
+        const ssize_t part = pwrite(memory.number(), bytes + written, count - written, written);
+        if (part < 0 && errno == EINTR) {
+            continue;
+        }
+        if (part <= 0) {
+            return false;
+        }
+        written += part;
+    }
+    return true;
+}
+
 std::optional<SharedBitmap> sealed(const QImage& image)
 {
     if (image.isNull() || !isFormat(image.format())) {
@@ -120,8 +126,8 @@ std::optional<SharedBitmap> sealed(const QImage& image)
     }
     // Written, not decoded into: a write takes half the time of bringing in the memory page by page, and a decoder's
     // own bitmap has large pages, which memory of this kind rarely has.
-    SharedBitmap shared{emptyMemory(), {image.width(), image.height(), image.bytesPerLine(), qint32(image.format())}};
-    if (!shared.memory.isOpen() || !writeAll(shared.memory, image.constBits(), image.sizeInBytes())
+    SharedBitmap shared{emptySharedMemory(), layoutOf(image)};
+    if (!shared.memory.isOpen() || !writePixels(image, shared.memory)
         || fcntl(shared.memory.number(), F_ADD_SEALS, allSeals) != 0) {
         return std::nullopt;
     }

@@ -17,6 +17,17 @@ struct BitmapLayout
     qint32 format = 0; // QImage::Format: RGB32 or ARGB32_Premultiplied
 };
 
+// The bytes from the first line to the end of the last; nothing when no bitmap that may be shown lies like that.
+std::optional<qint64> bytesOf(const BitmapLayout& layout);
+
+// Memory without a name, of no size yet, that may be sealed. Not open when there is none.
+FileDescriptor emptySharedMemory();
+
+BitmapLayout layoutOf(const QImage& image);
+
+// False when not everything could be written to the start of that memory.
+bool writePixels(const QImage& image, const FileDescriptor& memory);
+
 struct SharedBitmap
 {
     FileDescriptor memory;

@@ -68,26 +68,35 @@ void DecoderDriver::closeSocket()
     const FileDescriptor closing = std::move(mSocket);
 }
 
-bool DecoderDriver::ask(const QByteArray& path, const DecodeRequest& request)
+bool DecoderDriver::ask(const QByteArray& path, const DecodeRequest& request, int memory)
 {
     const FileDescriptor file = openForDecoding(FileUrl::fromPath(path));
-    return sendRequest(mSocket.number(), ++mLastId, request, file.number());
+    return sendRequest(mSocket.number(), ++mLastId, request, file.number(), memory);
 }
 
-std::optional<DecodedPicture> DecoderDriver::answer()
+std::optional<AnswerMessage> DecoderDriver::message()
 {
     AnswerMessage message;
     if (receiveAnswer(mSocket.number(), message) != MessageStatus::Received || message.id != mLastId) {
         return std::nullopt;
     }
-    if (message.pixels) {
-        const auto pixels = mapSealed(message.pixels->memory, message.pixels->layout);
+    return message;
+}
+
+std::optional<DecodedPicture> DecoderDriver::answer()
+{
+    auto answer = message();
+    if (!answer) {
+        return std::nullopt;
+    }
+    if (answer->pixels) {
+        const auto pixels = mapSealed(answer->pixels->memory, answer->pixels->layout);
         if (!pixels) {
             return std::nullopt;
         }
-        message.picture.pixels = *pixels;
+        answer->picture.pixels = *pixels;
     }
-    return message.picture;
+    return answer->picture;
 }
 
 std::optional<DecodedPicture> DecoderDriver::decode(const QByteArray& path, const DecodeRequest& request)

@@ -36,9 +36,11 @@ public:
     int socket() const { return mSocket.number(); }
     void closeSocket();
 
-    // Sends a request for the file, under that name.
-    bool ask(const QByteArray& path, const DecodeRequest& request);
-    // Waits for the answer; its pixels are mapped. Nothing when the process answers no more.
+    // Sends a request for the file, under that name, with memory for its picture where there is any.
+    bool ask(const QByteArray& path, const DecodeRequest& request, int memory = -1);
+    // Waits for the answer as it comes. Nothing when the process answers no more.
+    std::optional<AnswerMessage> message();
+    // The same, with pixels that came in memory of the decoder's own mapped.
     std::optional<DecodedPicture> answer();
     // Both.
     std::optional<DecodedPicture> decode(const QByteArray& path, const DecodeRequest& request);

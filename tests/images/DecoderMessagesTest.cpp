@@ -164,6 +164,10 @@ private Q_SLOTS:
     void requestsArriveWhole_data();
     void requestsArriveWhole();
     void ofALongNameTheEndArrives();
+    void memoryComesWithTheRequest();
+    void wantedCopiesArrive();
+    void answersInGivenMemoryNeedNoDescriptor();
+    void copiesLieInGivenMemoryAlone();
     void answersArriveWhole();
     void answersAboutMoviesArriveWhole();
     void answersAboutSoundNeedNoPixels();
@@ -225,6 +229,64 @@ void DecoderMessagesTest::ofALongNameTheEndArrives()
     RequestMessage message;
     QCOMPARE(receiveRequest(pair.far.number(), message), MessageStatus::Received);
     QCOMPARE(message.request.fileName, QByteArray(251, 'n') + ".jpg");
+}
+
+void DecoderMessagesTest::memoryComesWithTheRequest()
+{
+    const SocketPair pair;
+    const auto file = someFile();
+    const auto memory = someFile();
+    QVERIFY(sendRequest(pair.near.number(), 1, {}, file.number(), memory.number()));
+    RequestMessage message;
+    QCOMPARE(receiveRequest(pair.far.number(), message), MessageStatus::Received);
+    QCOMPARE(stampOf(message.file)->inode, stampOf(file)->inode);
+    QCOMPARE(stampOf(message.memory)->inode, stampOf(memory)->inode);
+    QVERIFY(sendRequest(pair.near.number(), 2, {}, file.number()));
+    QCOMPARE(receiveRequest(pair.far.number(), message), MessageStatus::Received);
+    QVERIFY(!message.memory.isOpen());
+}
+
+void DecoderMessagesTest::wantedCopiesArrive()
+{
+    const SocketPair pair;
+    DecodeRequest request;
+    for (int i = 1; i <= 6; ++i) {
+        request.reductions.append({QSize(100 * i, 200 * i), QSize(i, 2 * i)});
+    }
+    QVERIFY(sendRequest(pair.near.number(), 1, request, someFile().number()));
+    RequestMessage message;
+    message.request.reductions = request.reductions;
+    QCOMPARE(receiveRequest(pair.far.number(), message), MessageStatus::Received);
+    QCOMPARE(message.request.reductions, request.reductions.first(DecodeRequest::mostReductions));
+}
+
+void DecoderMessagesTest::answersInGivenMemoryNeedNoDescriptor()
+{
+    const SocketPair pair;
+    AnswerMessage answer = answerWithPixels();
+    answer.pixels->memory = FileDescriptor();
+    answer.reducedSize = QSize(40, 24);
+    QVERIFY(sendAnswer(pair.near.number(), answer));
+    AnswerMessage message;
+    QCOMPARE(receiveAnswer(pair.far.number(), message), MessageStatus::Received);
+    QVERIFY(message.pixels);
+    QVERIFY(!message.pixels->memory.isOpen());
+    QCOMPARE(message.pixels->layout.width, quartersSize.width());
+    QCOMPARE(message.reducedSize, QSize(40, 24));
+    QCOMPARE(answerStatus(bytesOf(answer), 1), MessageStatus::Malformed);
+}
+
+void DecoderMessagesTest::copiesLieInGivenMemoryAlone()
+{
+    AnswerMessage answer = answerWithPixels();
+    answer.reducedSize = QSize(40, 24);
+    QCOMPARE(answerStatus(bytesOf(answer), 1), MessageStatus::Malformed);
+    answer.pixels->memory = FileDescriptor();
+    QCOMPARE(answerStatus(bytesOf(answer), 0), MessageStatus::Received);
+    for (const QSize size : {QSize(0, 24), QSize(40, 0), QSize(-40, -24)}) {
+        answer.reducedSize = size;
+        QCOMPARE(answerStatus(bytesOf(answer), 0), MessageStatus::Malformed);
+    }
 }
 
 void DecoderMessagesTest::answersArriveWhole()

@@ -2,6 +2,7 @@
 
 #include "Confinement.h"
 #include "Leftovers.h"
+#include "PictureMemory.h"
 #include "TestFiles.h"
 
 #include <QDir>
@@ -29,6 +30,8 @@ std::unique_ptr<DecoderProcess> obedient(const DecoderLimits& limits = {})
     return DecoderProcess::start(OBEDIENT_DECODER, limits);
 }
 
+constexpr qint64 memoryBytes = qint64(4000) * 3000 * 4;
+
 } // namespace
 
 class DecoderProcessTest : public QObject
@@ -44,6 +47,11 @@ private Q_SLOTS:
     void decodersOwnWordLeavesItUsable();
     void misbehaviourCostsTheProcess_data();
     void misbehaviourCostsTheProcess();
+    void picturesLieInTheMemoryGiven();
+    void wrongUseOfMemoryCostsTheProcess_data();
+    void wrongUseOfMemoryCostsTheProcess();
+    void memoryOfALostDecoderIsHeldUntilItHasEnded();
+    void pixelsThatChangeAreOnlyPixels();
     void surplusAnswerMakesItUnusable();
     void endIsSeenThoughItsSocketIsStillHeld();
     void processKilledWhileIdleIsNotUsable();
@@ -132,6 +140,68 @@ void DecoderProcessTest::misbehaviourCostsTheProcess()
     QVERIFY(!process->isUsable());
     QCOMPARE(process->decode(order("picture 3 2 0"), request).error, DecodeError::DecoderLost);
     QCOMPARE(obedient(shortLimits())->decode(order("picture 3 2 0"), request).error, DecodeError::None);
+}
+
+void DecoderProcessTest::picturesLieInTheMemoryGiven()
+{
+    const auto process = obedient();
+    std::shared_ptr<PictureMemory> memory = PictureMemory::create(memoryBytes);
+    DecodedPicture picture = process->decode(order("in-memory 4000 3000 ff8000"), {}, memory);
+    QCOMPARE(picture.error, DecodeError::None);
+    QCOMPARE(picture.pixels.size(), QSize(4000, 3000));
+    QCOMPARE(picture.pixels.pixel(3999, 2999), qRgb(0xff, 0x80, 0));
+    QCOMPARE(memory.use_count(), 2); // the image's and this one
+    // Memory that is not used is let go as well.
+    QCOMPARE(process->decode(order("picture 3 2 0"), {}, memory).error, DecodeError::None);
+    QCOMPARE(process->decode(order("damaged"), {}, memory).error, DecodeError::Damaged);
+    QCOMPARE(memory.use_count(), 2);
+    picture = {};
+    QCOMPARE(memory.use_count(), 1);
+    QVERIFY(process->isUsable());
+}
+
+void DecoderProcessTest::wrongUseOfMemoryCostsTheProcess_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<bool>("hasMemory");
+    QTest::newRow("a picture larger than the memory") << QByteArray("beyond-memory") << true;
+    QTest::newRow("a copy that nobody wants") << QByteArray("strange-copy") << true;
+    QTest::newRow("a copy behind the end of the memory") << QByteArray("copy-beyond-memory") << true;
+    QTest::newRow("memory that was not given") << QByteArray("in-memory-of-nobody") << false;
+}
+
+void DecoderProcessTest::wrongUseOfMemoryCostsTheProcess()
+{
+    QFETCH(const QByteArray, text);
+    QFETCH(const bool, hasMemory);
+    const auto process = obedient(shortLimits());
+    DecodeRequest request;
+    request.reductions = {{QSize(4000, 3000), QSize(400, 300)}};
+    const std::shared_ptr<PictureMemory> memory = hasMemory ? PictureMemory::create(memoryBytes) : nullptr;
+    const DecodedPicture picture = process->decode(order(text), request, memory);
+    QCOMPARE(picture.error, DecodeError::DecoderLost);
+    QVERIFY(picture.pixels.isNull());
+    QVERIFY(!process->isUsable());
+}
+
+void DecoderProcessTest::memoryOfALostDecoderIsHeldUntilItHasEnded()
+{
+    auto process = obedient(shortLimits());
+    const std::shared_ptr<PictureMemory> memory = PictureMemory::create(memoryBytes);
+    QCOMPARE(process->decode(order("crash"), {}, memory).error, DecodeError::DecoderLost);
+    QCOMPARE(memory.use_count(), 2);
+    process.reset();
+    QCOMPARE(memory.use_count(), 1);
+}
+
+void DecoderProcessTest::pixelsThatChangeAreOnlyPixels()
+{
+    const auto process = obedient();
+    const std::shared_ptr<PictureMemory> memory = PictureMemory::create(memoryBytes);
+    const DecodedPicture picture = process->decode(order("in-memory-that-changes"), {}, memory);
+    QCOMPARE(picture.error, DecodeError::None);
+    QCOMPARE(picture.pixels.scaled(40, 30, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).size(), QSize(40, 30));
+    QTRY_COMPARE(picture.pixels.pixel(3999, 2999), qRgb('x', 'x', 'x'));
 }
 
 void DecoderProcessTest::surplusAnswerMakesItUnusable()

@@ -2,6 +2,8 @@
 
 #include "DecoderDriver.h"
 #include "PictureFiles.h"
+#include "PictureMemory.h"
+#include "SharedBitmap.h"
 #include "TypeSamples.h"
 
 #include <QDir>
@@ -11,6 +13,8 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <memory>
+#include <vector>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -92,6 +96,10 @@ private Q_SLOTS:
     void whatNeedsTheOtherKindIsLeftToIt_data();
     void whatNeedsTheOtherKindIsLeftToIt();
     void thumbnailsAreReducedAndTurned();
+    void largePicturesComeInTheMemoryGiven();
+    void otherPicturesComeInMemoryOfTheirOwn_data();
+    void otherPicturesComeInMemoryOfTheirOwn();
+    void moreMemoriesThanAreRemembered();
     void textIsDrawnInConfinement();
     void brokenFilesAreAnswered_data();
     void brokenFilesAreAnswered();
@@ -205,6 +213,76 @@ void DecoderServiceTest::thumbnailsAreReducedAndTurned()
     QCOMPARE(stored->pixels.size(), QSize(300, 180));
     QCOMPARE(stored->orientation, 6);
     QCOMPARE(quarters(stored->pixels, 40), QByteArray("RGBY"));
+}
+
+void DecoderServiceTest::largePicturesComeInTheMemoryGiven()
+{
+    constexpr QSize whole(6000, 4000);
+    constexpr QSize copy(1620, 1080);
+    DecoderDriver decoder(common);
+    DecodeRequest request;
+    request.fileName = "photo.jpg";
+    request.reductions = {{whole, copy}};
+    const auto memory = std::shared_ptr(PictureMemory::create(qint64(6000) * 4000 * 4 + qint64(1620) * 1080 * 4));
+    const QImage expected = decoder.decode(mFolder.pathOf("photo.jpg"))->pixels;
+    // Fresh memory is written to; the next time it is decoded into, and a copy is made meanwhile.
+    for (const bool isFresh : {true, false, false}) {
+        QVERIFY(decoder.ask(mFolder.pathOf("photo.jpg"), request, memory->descriptor()));
+        const auto answer = decoder.message();
+        QVERIFY(answer && answer->pixels);
+        QVERIFY(!answer->pixels->memory.isOpen());
+        QCOMPARE(PictureMemory::image(memory, answer->pixels->layout).value(), expected);
+        QCOMPARE(answer->reducedSize, isFresh ? QSize(0, 0) : copy);
+        if (!isFresh) {
+            const auto reduced = PictureMemory::imageBehind(memory, answer->pixels->layout, copy);
+            QVERIFY(reduced);
+            QVERIFY(isNear(reduced->pixel(10, 10), expected.pixel(40, 40), 2));
+            QVERIFY(isNear(reduced->pixel(1610, 1070), expected.pixel(5960, 3960), 2));
+        }
+    }
+}
+
+void DecoderServiceTest::otherPicturesComeInMemoryOfTheirOwn_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<qint64>("room");
+    QTest::newRow("small") << QByteArray("a.dng") << qint64(6000) * 4000 * 4;
+    QTest::newRow("too large") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 4 - 1;
+    QTest::newRow("much smaller than the memory") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 8 + 2;
+}
+
+void DecoderServiceTest::otherPicturesComeInMemoryOfTheirOwn()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(qint64, room);
+    DecoderDriver decoder(extra);
+    const auto memory = PictureMemory::create(room);
+    DecodeRequest request;
+    request.fileName = name;
+    QVERIFY(decoder.ask(mFolder.pathOf(name), request, memory->descriptor()));
+    const auto answer = decoder.message();
+    QVERIFY(answer && answer->pixels);
+    QVERIFY(mapSealed(answer->pixels->memory, answer->pixels->layout));
+}
+
+void DecoderServiceTest::moreMemoriesThanAreRemembered()
+{
+    constexpr qint64 room = qint64(800) * 480 * 4;
+    DecoderDriver decoder(common);
+    DecodeRequest request;
+    request.fileName = "turned.jpg";
+    std::vector<std::shared_ptr<PictureMemory>> memories;
+    for (int i = 0; i < 20; ++i) {
+        memories.push_back(PictureMemory::create(room));
+    }
+    for (int round = 0; round < 3; ++round) {
+        for (const auto& memory : memories) {
+            QVERIFY(decoder.ask(mFolder.pathOf("turned.jpg"), request, memory->descriptor()));
+            const auto answer = decoder.message();
+            QVERIFY(answer && answer->pixels && !answer->pixels->memory.isOpen());
+            QCOMPARE(quarters(PictureMemory::image(memory, answer->pixels->layout).value(), 24), uprightQuarters(6));
+        }
+    }
 }
 
 void DecoderServiceTest::textIsDrawnInConfinement()

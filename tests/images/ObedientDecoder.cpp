@@ -19,6 +19,7 @@
 #include <ctime>
 #include <iterator>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -42,6 +43,7 @@ struct Order
 {
     quint64 id = 0;
     DecodeRequest request;
+    FileDescriptor memory;
     QList<QByteArray> words; // without the first
 
     QByteArray word(qsizetype index) const { return words.value(index); }
@@ -299,6 +301,59 @@ void tooLarge(const Order& order)
     answer(message);
 }
 
+// In the memory that came with the request, in that size.
+AnswerMessage answerInMemory(const Order& order, QSize size)
+{
+    AnswerMessage message;
+    message.id = order.id;
+    message.picture.size = size;
+    message.pixels = SharedBitmap{
+        {}, {size.width(), size.height(), qint64(size.width()) * 4, qint32(QImage::Format_RGB32)}};
+    return message;
+}
+
+void inMemory(const Order& order)
+{
+    const QSize size(order.word(0).toInt(), order.word(1).toInt());
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(QRgb(0xff000000U | order.word(2).toUInt(nullptr, 16)));
+    static_cast<void>(!writePixels(image, order.memory));
+    answer(answerInMemory(order, size));
+}
+
+void beyondMemory(const Order& order)
+{
+    answer(answerInMemory(order, QSize(4000, 3001)));
+}
+
+void strangeCopy(const Order& order)
+{
+    AnswerMessage message = answerInMemory(order, QSize(40, 30));
+    message.reducedSize = QSize(4, 4);
+    answer(message);
+}
+
+void copyBeyondMemory(const Order& order)
+{
+    AnswerMessage message = answerInMemory(order, QSize(4000, 3000));
+    message.reducedSize = QSize(400, 300);
+    answer(message);
+}
+
+void inMemoryOfNobody(const Order& order)
+{
+    answer(answerInMemory(order, QSize(4, 3)));
+}
+
+// Answers, and writes on.
+void inMemoryThatChanges(const Order& order)
+{
+    answer(answerInMemory(order, QSize(4000, 3000)));
+    const QByteArray noise(48'000'000, 'x');
+    while (pwrite(order.memory.number(), noise.constData(), noise.size(), 0) > 0) {
+    }
+}
+
 void unsealed(const Order& order)
 {
     AnswerMessage message = smallAnswer(order);
@@ -420,15 +475,18 @@ const std::map<QByteArray, Action>& actions()
         {"exec", execute}, {"wrong-size", wrongSize}, {"too-large", tooLarge}, {"unsealed", unsealed},
         {"shrinkable", shrinkable}, {"wrong-id", wrongId}, {"twice", twice}, {"half", half}, {"too-long", tooLong},
         {"two-descriptors", twoDescriptors}, {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp},
-        {"own-word", ownWord}};
+        {"own-word", ownWord}, {"in-memory", inMemory}, {"beyond-memory", beyondMemory}, {"strange-copy", strangeCopy},
+        {"copy-beyond-memory", copyBeyondMemory}, {"in-memory-of-nobody", inMemoryOfNobody},
+        {"in-memory-that-changes", inMemoryThatChanges}};
     return table;
 }
 
-void obey(const RequestMessage& message)
+void obey(RequestMessage& message)
 {
     DecodeError error = DecodeError::None;
     const auto contents = readContents(message.file.number(), &error);
-    Order order{message.id, message.request, contents.value_or(QByteArray()).simplified().split(' ')};
+    Order order{message.id, message.request, std::move(message.memory),
+        contents.value_or(QByteArray()).simplified().split(' ')};
     if (order.words.first() == "confined") {
         order.words.removeFirst();
         confine(memoryLimit);

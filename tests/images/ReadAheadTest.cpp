@@ -105,8 +105,10 @@ void ReadAheadTest::whatIsReadIsReducedToo()
 
 void ReadAheadTest::noMoreThanThreeAreHeld()
 {
+    constexpr int count = 6;
     std::vector<AheadFile> files;
-    for (int i = 0; i < 6; ++i) {
+    files.reserve(count);
+    for (int i = 0; i < count; ++i) {
         files.push_back({add(QByteArray::number(i) + ".png"), {}});
     }
     mReadAhead->setWanted(files);

@@ -39,6 +39,7 @@ private:
     std::vector<FileUrl> add(int from, int count) const
     {
         std::vector<FileUrl> urls;
+        urls.reserve(count);
         for (int i = 0; i < count; ++i) {
             urls.push_back(add(from + i));
         }

@@ -110,16 +110,19 @@ QImage convertRgb(QImage image, const QByteArray& icc)
     return image;
 }
 
-QImage toSrgb(QImage image, const QByteArray& profile)
+// Of the image itself, else of the file.
+QByteArray profileOf(const QImage& image, const QByteArray& profile)
 {
     const QColorSpace space = image.colorSpace();
-    const QByteArray icc = space.isValid() || !space.iccProfile().isEmpty() ? space.iccProfile() : profile;
-    if (!space.isValid() && icc.isEmpty()) {
+    return space.isValid() || !space.iccProfile().isEmpty() ? space.iccProfile() : profile;
+}
+
+QImage toSrgb(QImage image, const QByteArray& profile)
+{
+    if (isInScreenColours(image, profile)) {
         return image;
     }
-    if (space.isValid() && isNearlySrgb(space)) {
-        return image;
-    }
+    const QByteArray icc = profileOf(image, profile);
     const cmsColorSpaceSignature model = modelOf(icc);
     if (model == cmsSigGrayData) {
         return convertGrey(image, icc);
@@ -143,6 +146,12 @@ bool isOpaque(const QImage& image)
 }
 
 } // namespace
+
+bool isInScreenColours(const QImage& image, const QByteArray& profile)
+{
+    const QColorSpace space = image.colorSpace();
+    return space.isValid() ? isNearlySrgb(space) : profileOf(image, profile).isEmpty();
+}
 
 QImage toScreenColours(QImage image, const QByteArray& profile)
 {

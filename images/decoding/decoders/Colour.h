@@ -9,4 +9,7 @@ namespace frameflow {
 // that makes no sense counts as sRGB. Null when there is no memory.
 QImage toScreenColours(QImage image, const QByteArray& profile = {});
 
+// Whether that leaves the colours as they are.
+bool isInScreenColours(const QImage& image, const QByteArray& profile);
+
 } // namespace frameflow

@@ -5,16 +5,19 @@
 #include "ExtraDecoders.h"
 #include "FileContents.h"
 #include "FileTypes.h"
+#include "JpegDecoder.h"
 #include "Limits.h"
 #include "Metadata.h"
 #include "Orientation.h"
 #include "QtDecoder.h"
 #include "SvgDecoder.h"
+#include "TargetMemory.h"
 
 #include <QColorSpace>
 
 #include <new>
 #include <optional>
+#include <utility>
 
 namespace frameflow {
 
@@ -38,13 +41,19 @@ bool needsExtra(const QByteArray& contents, ContentType type)
     return type != ContentType::Svg && (!isQtType(type) || isMisreadByQt(contents, type));
 }
 
-DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, int longestSide)
+DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, const DecodeRequest& request)
 {
+    const int longestSide = request.longestSide;
     if (type == ContentType::Svg) {
         return decodeSvg(contents, longestSide);
     }
     if (needsExtra(contents, type)) {
         return decodeWithExtra(contents, type, longestSide);
+    }
+    if (type == ContentType::Jpeg && longestSide == 0) {
+        if (auto jpeg = decodeJpeg(contents, request)) {
+            return *std::move(jpeg);
+        }
     }
     DecodedPicture picture = decodeWithQt(contents, type, longestSide);
     // TIFF is a box for many codecs and layouts, of which each library reads some.
@@ -102,11 +111,15 @@ void finish(DecodedPicture& picture, const DecodeRequest& request, const QByteAr
         }
         picture.pixels = picture.pixels.scaled(held, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
+    if (!isInScreenColours(picture.pixels, profile)) {
+        picture.reduced = QImage();
+    }
     picture.pixels = toScreenColours(std::move(picture.pixels), profile);
     if (request.turn == Turn::Upright && picture.orientation != 1) {
         QImage upright
             = turnedUpright(picture.pixels, orientationTransform(picture.pixels.size(), picture.orientation));
         if (!upright.isNull()) {
+            picture.reduced = QImage();
             picture.pixels = std::move(upright);
             picture.size = turnedSize(picture.size, picture.orientation);
             picture.orientation = 1;
@@ -117,8 +130,10 @@ void finish(DecodedPicture& picture, const DecodeRequest& request, const QByteAr
     }
 }
 
-DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int longestSide, QByteArray& profile)
+DecodedPicture decodeOther(
+    const QByteArray& contents, ContentType type, const DecodeRequest& request, QByteArray& profile)
 {
+    const int longestSide = request.longestSide;
     if (type == ContentType::Unknown) {
         return DecodedPicture::failed(DecodeError::NotAPicture);
     }
@@ -131,10 +146,13 @@ DecodedPicture decodeOther(const QByteArray& contents, ContentType type, int lon
     if (contentType(metadata.thumbnail, {}) == ContentType::Jpeg) {
         picture = decodeWithQt(metadata.thumbnail, ContentType::Jpeg, longestSide);
     }
+    const int orientation = validOrientation(metadata.orientation);
     if (picture.pixels.isNull()) {
-        picture = decodeByContents(contents, type, longestSide);
+        // What is still to be turned lies elsewhere before.
+        const TargetMemory::Kept kept(request.turn == Turn::Upright && orientation != 1);
+        picture = decodeByContents(contents, type, request);
     }
-    picture.orientation = validOrientation(metadata.orientation);
+    picture.orientation = orientation;
     // Qt leaves out of PNG the profiles that it cannot apply itself.
     if (type == ContentType::Png) {
         profile = metadata.profile;
@@ -159,7 +177,7 @@ DecodedPicture decodeContents(const QByteArray& contents, const DecodeRequest& r
         }
     }
     if (!picture) {
-        picture = decodeOther(contents, type, request.longestSide, profile);
+        picture = decodeOther(contents, type, request, profile);
     }
     if (picture->error == DecodeError::None) {
         finish(*picture, request, profile);

@@ -2,6 +2,7 @@
 
 #include "LargeBitmap.h"
 #include "Limits.h"
+#include "TargetMemory.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -97,7 +98,7 @@ DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int lo
             reader.setScaledSize(held);
         } else if (reader.imageFormat() != QImage::Format_Invalid) {
             // The reader writes into a bitmap that fits, and makes its own otherwise.
-            picture.pixels = largeBitmap(picture.size, reader.imageFormat());
+            picture.pixels = targetBitmap(picture.size, reader.imageFormat());
         }
     }
     if (!reader.read(&picture.pixels)) {

@@ -1,6 +1,6 @@
 #include "VipsDecoder.h"
 
-#include "LargeBitmap.h"
+#include "TargetMemory.h"
 #include "Limits.h"
 #include "MemoryFile.h"
 #include "PhotoshopInks.h"
@@ -163,7 +163,7 @@ QImage toImage(const VipsImagePtr& image)
         return {};
     }
     const QSize size = sizeOf(image);
-    QImage result = largeBitmap(size, QImage::Format_ARGB32_Premultiplied);
+    QImage result = targetBitmap(size, QImage::Format_ARGB32_Premultiplied);
     const std::unique_ptr<VipsRegion, Unref> region(vips_region_new(image.get()));
     if (result.isNull() || !region) {
         return {};

@@ -2,7 +2,9 @@
 
 #include "Decode.h"
 #include "DecoderMessages.h"
+#include "GivenMemories.h"
 #include "SharedBitmap.h"
+#include "TargetMemory.h"
 
 #include <thread>
 #include <utility>
@@ -32,14 +34,29 @@ void limitProcessorTime(std::chrono::seconds most)
     setitimer(ITIMER_PROF, &limit, nullptr);
 }
 
-AnswerMessage answerTo(const RequestMessage& message)
+// The pixels where the program looks for them; nothing when there is no memory.
+std::optional<SharedBitmap> shared(const QImage& pixels, const FileDescriptor& given, const TargetMemory& target)
 {
+    if (target.holds(pixels) || (target.suits(pixels.sizeInBytes()) && writePixels(pixels, given))) {
+        return SharedBitmap{{}, layoutOf(pixels)};
+    }
+    return sealed(pixels);
+}
+
+AnswerMessage answerTo(const RequestMessage& message, GivenMemories& memories)
+{
+    // Declared first: no image is to be left in it.
+    TargetMemory target(memories.lookAt(message.memory));
     AnswerMessage answer;
     answer.id = message.id;
     answer.picture = decodePicture(message.file.number(), message.request);
     const QImage pixels = std::exchange(answer.picture.pixels, QImage());
+    const QImage reduced = std::exchange(answer.picture.reduced, QImage());
+    if (target.holds(pixels) && !reduced.isNull()) {
+        answer.reducedSize = reduced.size();
+    }
     if (!pixels.isNull()) {
-        answer.pixels = sealed(pixels);
+        answer.pixels = shared(pixels, message.memory, target);
         if (!answer.pixels) {
             answer.picture = DecodedPicture::failed(DecodeError::TooLarge);
         }
@@ -52,10 +69,11 @@ AnswerMessage answerTo(const RequestMessage& message)
 void serveDecoding(int socket, std::chrono::seconds processorTime)
 {
     std::thread(endWithOtherSide, socket).detach();
+    GivenMemories memories;
     RequestMessage message;
     while (receiveRequest(socket, message) == MessageStatus::Received) {
         limitProcessorTime(processorTime);
-        const AnswerMessage answer = answerTo(message);
+        const AnswerMessage answer = answerTo(message, memories);
         limitProcessorTime({});
         message = {};
         if (!sendAnswer(socket, answer)) {
