@@ -50,7 +50,7 @@ struct DecodeRequest
     int longestSide = 0; // pixels that neither side may exceed; 0 for full size
     Turn turn = Turn::Upright;
     // The copies that a picture of one of these sizes is wanted in, too, where one can be made on the way.
-    QList<Reduction> reductions;
+    QList<Reduction> reductions = {};
 };
 
 // What a movie is. Without a video stream the size is empty.

@@ -50,6 +50,9 @@ void endInBackground(std::unique_ptr<PictureMemory> memory)
 std::unique_ptr<PictureMemory> PictureMemory::create(qint64 bytes)
 {
     FileDescriptor memory = emptySharedMemory();
+    // Whole pages: of a part nothing could be given back.
+    const qint64 page = sysconf(_SC_PAGESIZE);
+    bytes = (bytes + page - 1) / page * page;
     if (bytes <= 0 || !memory.isOpen() || ftruncate(memory.number(), bytes) != 0
         || fcntl(memory.number(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {
         return nullptr;

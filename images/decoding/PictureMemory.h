@@ -21,7 +21,7 @@ namespace frameflow {
 class PictureMemory
 {
 public:
-    // Null when there is no memory.
+    // At least so many bytes. Null when there is no memory.
     static std::unique_ptr<PictureMemory> create(qint64 bytes);
     // Gives the pages back, even where a decoder still knows the memory, and takes tens of milliseconds for it.
     ~PictureMemory();

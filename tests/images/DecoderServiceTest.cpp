@@ -247,8 +247,8 @@ void DecoderServiceTest::otherPicturesComeInMemoryOfTheirOwn_data()
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<qint64>("room");
     QTest::newRow("small") << QByteArray("a.dng") << qint64(6000) * 4000 * 4;
-    QTest::newRow("too large") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 4 - 1;
-    QTest::newRow("much smaller than the memory") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 8 + 2;
+    QTest::newRow("too large") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 4 - 4096;
+    QTest::newRow("much smaller than the memory") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 8 + 4096;
 }
 
 void DecoderServiceTest::otherPicturesComeInMemoryOfTheirOwn()

