@@ -82,7 +82,7 @@ void FileSequence::searchFolder(const FileUrl& folder)
     addDirectly(std::move(found), folder);
     if (*self != nullptr) {
         mAddDirectories = true;
-        if (mEventStream) {
+        if (mClock != nullptr) {
             updateHotFolder(); // which has the folders watched, too
         }
     }

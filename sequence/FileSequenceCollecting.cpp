@@ -177,7 +177,9 @@ void FileSequence::endPending()
     --mCollecting.pending;
     if (mCollecting.pending == 0) {
         dropPending();
-        updateHotFolder();
+        if (mClock != nullptr) {
+            updateHotFolder();
+        }
     }
 }
 

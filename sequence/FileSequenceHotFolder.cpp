@@ -230,10 +230,12 @@ void FileSequence::scanFinished(RescanResult& result)
     }
     const bool isPlanGood = mWatching.revision == mRevision && mWatching.order == sortOrder()
         && mWatching.newItemsNext == mDefaults.boolValue(keys::showNewItemsASAP);
-    if (isPlanGood) {
-        applyRescan(result);
-    } else {
+    if (!isPlanGood) {
         planAgain(result);
+    } else if (result.plan.changesNothing()) {
+        endScanning();
+    } else {
+        applyRescan(result);
     }
 }
 

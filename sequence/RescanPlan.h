@@ -39,6 +39,8 @@ public:
     RescanPlan(const ListState& state, const TreeChanges& changes);
 
     bool foundNew() const { return mFoundNew; }
+    // Then it is not to be applied: that would find the cursor anew.
+    bool changesNothing() const { return !mFoundNew && mVanished.empty(); }
     // Whether the list has been brought into an order as a whole.
     bool sortsAll() const { return mFoundNew && !mNewItemsNext; }
     bool insertsItems() const { return mFoundNew && mNewItemsNext; }
