@@ -283,9 +283,25 @@ FileUrl FileSequence::trash()
 
 void FileSequence::remove(const FileUrl& url)
 {
-    if (url.isEmpty()) {
-        return;
+    if (!url.isEmpty()) {
+        mRemovedURLs.append(url);
+        takeOut(url);
     }
+}
+
+void FileSequence::removeUnloadable(const FileUrl& url)
+{
+    if (mHotFolder.isEmpty()) {
+        remove(url);
+    } else if (!url.isEmpty()) {
+        mWatching.unloadable.push_back(url);
+        takeOut(url);
+        lookForUnloadable();
+    }
+}
+
+void FileSequence::takeOut(const FileUrl& url)
+{
     bool found = current() == url;
     if (found) {
         noteRemoved(mItems.takeAt(mCurrentFileIndex));
@@ -296,7 +312,6 @@ void FileSequence::remove(const FileUrl& url)
             found = true;
         }
     }
-    mRemovedURLs.append(url);
     listChanged(ListChange::Removal);
     if (mCurrentFileIndex == count()) {
         rewind();
@@ -305,7 +320,8 @@ void FileSequence::remove(const FileUrl& url)
 
 QList<FileUrl> FileSequence::removedURLs() const
 {
-    const auto urls = mRemovedURLs.copy();
+    auto urls = mRemovedURLs.copy();
+    urls.insert(urls.end(), mWatching.unloadable.begin(), mWatching.unloadable.end());
     return {urls.begin(), urls.end()};
 }
 

@@ -125,6 +125,9 @@ public:
     void removeDuplicates(SlideItems& items);
     FileUrl trash();
     void remove(const FileUrl& url);
+    // The same for a file that could not be shown; but one of the hot folder that is not there any more, as when a
+    // volume was taken away, may come back with its folder.
+    void removeUnloadable(const FileUrl& url);
     // After remove() of the current item: puts the cursor so that next() answers the file that followed it, also when
     // the first item was removed (previous() would wrap to the end there).
     void stepBackAfterRemoval() { --mCurrentFileIndex; }
@@ -132,7 +135,7 @@ public:
     void clear();
     void itemChanged(const FileUrl& url);
 
-    // Removed on purpose, by remove() or as duplicates, in order; kept when the sequence is cleared.
+    // Removed on purpose, by remove() or as duplicates; kept when the sequence is cleared.
     QList<FileUrl> removedURLs() const;
 
     // The hot folder: the one folder of a sequence that is watched for new, vanished and rewritten files, while it is
@@ -194,6 +197,9 @@ private:
         TimePoint walked{};
         TimePoint scanBegan{};
 
+        UrlList::Entries unloadable; // of which it is not known yet whether they are there
+        bool isLookingForUnloadable = false;
+
         QSet<FileUrl> unfinished; // as the last rescan found them
         QSet<FileUrl> modified; // while this one runs
     };
@@ -211,6 +217,9 @@ private:
     void addDirectly(SlideItems&& items, const FileUrl& source);
     void searchFolder(const FileUrl& folder);
     void beginFolder(const FileUrl& folder);
+    void takeOut(const FileUrl& url);
+    void lookForUnloadable();
+    void recordUnloadable();
     void noteRemoved(SlideItemPtr item);
     bool mayHoldEquals();
 
@@ -229,6 +238,7 @@ private:
     void folderChanged(const std::vector<FileEvent>& batch);
     bool mayLookOnly(qint64 levelLimit) const;
     ListState listState();
+    SerialQueue& hotFolderQueue();
     void scanOnQueue(std::function<RescanResult()> scan);
     void startScanning(ListState&& list);
     void scanFinished(RescanResult& result);

@@ -5,7 +5,10 @@
 #include "UserDefaults.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
+
+#include <unistd.h>
 
 namespace frameflow {
 
@@ -122,6 +125,39 @@ void FileSequence::folderChanged(const std::vector<FileEvent>& batch)
     }
 }
 
+// ---- Files that could not be shown
+
+void FileSequence::lookForUnloadable()
+{
+    if (mWatching.isLookingForUnloadable) {
+        return;
+    }
+    mWatching.isLookingForUnloadable = true;
+    hotFolderQueue().async([self = mSelf, cancel = mWatching.cancel, urls = mWatching.unloadable] {
+        UrlList::Entries there;
+        std::copy_if(urls.begin(), urls.end(), std::back_inserter(there),
+            [](const FileUrl& url) { return access(url.path().constData(), F_OK) == 0; });
+        deliver(self, [cancel, there = std::move(there), count = urls.size()](FileSequence& sequence) {
+            if (!cancel.isCancelled()) {
+                auto& waiting = sequence.mWatching.unloadable;
+                waiting.erase(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(count));
+                sequence.mRemovedURLs.append(UrlList::Entries(there));
+                sequence.mWatching.isLookingForUnloadable = false;
+                if (!waiting.empty()) {
+                    sequence.lookForUnloadable();
+                }
+            }
+        });
+    });
+}
+
+// Without waiting for the answer.
+void FileSequence::recordUnloadable()
+{
+    mRemovedURLs.append(std::exchange(mWatching.unloadable, {}));
+    mWatching.isLookingForUnloadable = false;
+}
+
 // ---- The rescan
 
 void FileSequence::updateHotFolder()
@@ -143,6 +179,7 @@ ListState FileSequence::listState()
     state.items = mItems;
     state.removed = mRemovedURLs;
     state.trashed = mTrashedURLs;
+    state.trashed.append(UrlList::Entries(mWatching.unloadable));
     state.cursor = mCurrentFileIndex;
     state.order = sortOrder();
     state.newItemsNext = mDefaults.boolValue(keys::showNewItemsASAP);
@@ -186,18 +223,24 @@ void FileSequence::startScanning(ListState&& list)
     scanOnQueue([rescan = std::move(rescan)] { return rescan.run(); });
 }
 
-void FileSequence::scanOnQueue(std::function<RescanResult()> scan)
+SerialQueue& FileSequence::hotFolderQueue()
 {
     if (!mWatching.queue) {
         mWatching.queue = std::make_unique<SerialQueue>("com.quillory.hotfolder");
     }
+    return *mWatching.queue;
+}
+
+void FileSequence::scanOnQueue(std::function<RescanResult()> scan)
+{
+    SerialQueue& queue = hotFolderQueue();
     // Lists are destroyed there too: that takes as long as they are.
-    const auto share = [queue = mWatching.queue->handle()](RescanResult&& result) {
-        return std::shared_ptr<RescanResult>(new RescanResult(std::move(result)), [queue](RescanResult* old) {
-            queue.async([owned = std::shared_ptr<RescanResult>(old)]() mutable { owned.reset(); });
+    const auto share = [handle = queue.handle()](RescanResult&& result) {
+        return std::shared_ptr<RescanResult>(new RescanResult(std::move(result)), [handle](RescanResult* old) {
+            handle.async([owned = std::shared_ptr<RescanResult>(old)]() mutable { owned.reset(); });
         });
     };
-    mWatching.queue->async([scan = std::move(scan), share, self = mSelf, cancel = mWatching.cancel] {
+    queue.async([scan = std::move(scan), share, self = mSelf, cancel = mWatching.cancel] {
         deliver(self, [result = share(scan()), cancel](FileSequence& sequence) {
             if (!cancel.isCancelled()) {
                 sequence.scanFinished(*result);
@@ -291,7 +334,8 @@ void FileSequence::stopScanning()
 {
     mWatching.cancel.cancel();
     mWatching.cancel = CancelToken();
-    if (mWatching.isScanning && mWatching.queue) {
+    recordUnloadable();
+    if (mWatching.queue) {
         mWatching.queue->abandonRunning();
     }
     mWatching.memory.reset(); // a scan that is stuck may still have it

@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace frameflow {
@@ -13,6 +14,13 @@ Writer writerOf(int folder, const char* name)
     const int file = openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (file < 0) {
         return errno == EWOULDBLOCK ? Writer::Some : Writer::Unknown;
+    }
+    struct stat attributes
+    {
+    };
+    if (fstat(file, &attributes) == 0 && S_ISREG(attributes.st_mode) && attributes.st_size == 0) {
+        close(file);
+        return Writer::Some;
     }
     // A read lease is refused while there is a writer. Whoever begins to write while we have it, which is for a moment,
     // waits that long, and we get a signal, which must be a harmless one.

@@ -4,11 +4,11 @@
 
 namespace frameflow {
 
-// Whether somebody holds a file open for writing, as far as the kernel tells.
+// Whether somebody writes a file, as far as the kernel tells.
 enum class Writer
 {
     None,
-    Some,
+    Some, // holds it open, or will write it soon: it is empty, as programs leave a name that they have reserved
     Unknown, // not our file, or a file system that cannot tell
 };
 

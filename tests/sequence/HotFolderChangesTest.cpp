@@ -77,6 +77,9 @@ private Q_SLOTS:
     void delegateMayClear();
     void delegateMayStep();
     void descriptorsRunOut();
+    void unloadableFileStaysAway();
+    void unloadableFileThatWasAwayComesBack();
+    void unloadableFilesOfAnEndedWatchStayAway();
 };
 
 void HotFolderChangesTest::changesDuringTheWalk_data()
@@ -395,6 +398,48 @@ void HotFolderChangesTest::descriptorsRunOut()
     f.addFile("c.jpg");
     f.rescan();
     QCOMPARE(f.names(), "a.jpg c.jpg sub/b.jpg");
+}
+
+void HotFolderChangesTest::unloadableFileStaysAway()
+{
+    HotFixture f;
+    f.watch("a.jpg b.jpg c.jpg", "b.jpg");
+    f.sequence.removeUnloadable(f.urlOf("b.jpg"));
+    QCOMPARE(f.names(), "a.jpg c.jpg");
+    QCOMPARE(f.sequence.removedURLs(), QList<FileUrl>{f.urlOf("b.jpg")});
+    f.rescan(); // perhaps before it is known that the file is there
+    f.addFile("b.jpg", "rewritten");
+    f.rescan();
+    QCOMPARE(f.names(), "a.jpg c.jpg");
+    QCOMPARE(f.sequence.removedURLs(), QList<FileUrl>{f.urlOf("b.jpg")});
+}
+
+// The show steps over all files of a folder that has gone, before it is looked at.
+void HotFolderChangesTest::unloadableFileThatWasAwayComesBack()
+{
+    HotFixture f;
+    f.watch("a.jpg b.jpg c.jpg", "b.jpg");
+    f.rename("hot", "away");
+    for (const char* name : {"b.jpg", "c.jpg", "a.jpg"}) {
+        f.sequence.removeUnloadable(f.urlOf(name));
+    }
+    QCOMPARE(f.sequence.count(), size_t(0));
+    QTRY_VERIFY(f.sequence.removedURLs().isEmpty());
+    f.rename("away", "hot");
+    f.rescan();
+    QCOMPARE(f.names(), "a.jpg b.jpg c.jpg");
+}
+
+void HotFolderChangesTest::unloadableFilesOfAnEndedWatchStayAway()
+{
+    HotFixture f;
+    f.watch("a.jpg b.jpg", "b.jpg");
+    f.sequence.removeUnloadable(f.urlOf("b.jpg"));
+    f.sequence.stopHotfolder();
+    f.sequence.removeUnloadable(f.urlOf("a.jpg"));
+    f.sequence.removeUnloadable({});
+    QCOMPARE(f.sequence.removedURLs(), (QList<FileUrl>{f.urlOf("b.jpg"), f.urlOf("a.jpg")}));
+    QCOMPARE(f.sequence.count(), size_t(0));
 }
 
 } // namespace frameflow

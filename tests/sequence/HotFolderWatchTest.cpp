@@ -59,6 +59,8 @@ private Q_SLOTS:
     void unfinishedFileIsNotFoundByLooking();
     void unfinishedFileInANewFolder();
     void unfinishedFileUnderAnotherName();
+    void reservedNameJoinsWhenItIsWritten_data();
+    void reservedNameJoinsWhenItIsWritten();
     void itemBeingRewrittenStays();
 
     void vanishedFolder_data();
@@ -407,6 +409,30 @@ void HotFolderWatchTest::unfinishedFileUnderAnotherName()
     QVERIFY(f.listBecomes("a.jpg b.jpg c.jpg"));
 }
 
+void HotFolderWatchTest::reservedNameJoinsWhenItIsWritten_data()
+{
+    QTest::addColumn<bool>("byEvents");
+    QTest::newRow("told") << true;
+    QTest::newRow("looked at") << false;
+}
+
+// An empty file is no picture yet. Downloads begin so, and end by being renamed over it.
+void HotFolderWatchTest::reservedNameJoinsWhenItIsWritten()
+{
+    QFETCH(const bool, byEvents);
+    HotFixture f;
+    byEvents ? f.watchByEventsOnly("a.jpg", "a.jpg") : f.watchByTimerOnly("a.jpg", "a.jpg");
+    f.addFile("b.jpg", "");
+    f.addFile("c.jpg", "");
+    f.addFile("d.jpg");
+    QVERIFY(f.listBecomes("a.jpg d.jpg"));
+    f.addFile("b.jpg");
+    QVERIFY(f.listBecomes("a.jpg b.jpg d.jpg"));
+    f.addFile("c.jpg.part");
+    f.rename("hot/c.jpg.part", "hot/c.jpg");
+    QVERIFY(f.listBecomes("a.jpg c.jpg b.jpg d.jpg"));
+}
+
 void HotFolderWatchTest::itemBeingRewrittenStays()
 {
     HotFixture f;
@@ -526,7 +552,7 @@ void HotFolderWatchTest::burst()
     f.watchByEventsOnly("a.jpg z.jpg", "a.jpg");
     constexpr int count = 10000;
     for (int i = 0; i < count; ++i) {
-        f.addFile(QByteArray::number(i) + ".jpg", "");
+        f.addFile(QByteArray::number(i) + ".jpg");
     }
     QVERIFY(f.comesTrue([&] { return f.sequence.count() == count + 2; }));
     QCOMPARE(f.current(), "a.jpg");
@@ -560,7 +586,7 @@ void HotFolderWatchTest::lostEvents()
     f.watchByEventsOnly("a.jpg b.jpg", "a.jpg");
     cache(f.urlOf("a.jpg"));
     cache(f.urlOf("b.jpg"));
-    const QByteArray source = f.outside.addFile("source", "");
+    const QByteArray source = f.outside.addFile("source");
     constexpr int count = 33000; // more than one batch holds
     for (int i = 0; i < count; ++i) {
         QCOMPARE(link(source.constData(), f.pathOf(QByteArray::number(i) + ".jpg").constData()), 0);

@@ -16,6 +16,7 @@ private Q_SLOTS:
     void writersAreSeen();
     void nameInAFolder();
     void lookingHindersNobody();
+    void emptyFilesAreStillToBeWritten();
     void strangeFiles();
     void unfinished_data();
     void unfinished();
@@ -61,6 +62,15 @@ void OpenForWritingTest::lookingHindersNobody()
     const int file = open(path.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     QVERIFY(file >= 0);
     close(file);
+}
+
+void OpenForWritingTest::emptyFilesAreStillToBeWritten()
+{
+    const TestFolder folder;
+    const auto path = folder.addFile("a.jpg", "");
+    QVERIFY(writerOf(AT_FDCWD, path.constData()) == Writer::Some);
+    folder.addFile("a.jpg", "x");
+    QVERIFY(writerOf(AT_FDCWD, path.constData()) == Writer::None);
 }
 
 void OpenForWritingTest::strangeFiles()
