@@ -20,17 +20,26 @@ public:
     ChunkedList() = default;
     ~ChunkedList() = default;
     // From now on each of the two lists copies a piece before changing it.
-    ChunkedList(const ChunkedList& other) : mChunks(other.sharedChunks()) { }
+    ChunkedList(const ChunkedList& other) : mChunks(other.sharedChunks()), mEnds(other.mEnds) { }
     ChunkedList& operator=(const ChunkedList& other)
     {
         mChunks = other.sharedChunks();
+        mEnds = other.mEnds;
         return *this;
     }
-    ChunkedList(ChunkedList&&) noexcept = default;
-    ChunkedList& operator=(ChunkedList&&) noexcept = default;
+    ChunkedList(ChunkedList&& other) noexcept
+        : mChunks(std::exchange(other.mChunks, {})), mEnds(std::exchange(other.mEnds, {}))
+    {
+    }
+    ChunkedList& operator=(ChunkedList&& other) noexcept
+    {
+        mChunks = std::exchange(other.mChunks, {});
+        mEnds = std::exchange(other.mEnds, {});
+        return *this;
+    }
     explicit ChunkedList(Entries&& entries) { assign(std::move(entries)); }
 
-    size_t size() const { return mChunks.empty() ? 0 : mChunks.back().end; }
+    size_t size() const { return mEnds.empty() ? 0 : mEnds.back(); }
     bool isEmpty() const { return mChunks.empty(); }
     const T& at(size_t index) const
     {
@@ -41,7 +50,7 @@ public:
     void append(T entry)
     {
         writableEnd().push_back(std::move(entry));
-        ++mChunks.back().end;
+        ++mEnds.back();
     }
     // Moves the entries behind those of the list.
     void append(Entries&& entries)
@@ -77,16 +86,11 @@ private:
     struct Chunk
     {
         std::shared_ptr<Entries> entries; // never empty
-        size_t end = 0; // the index after its last entry
         mutable bool isShared = false; // with another list, or it was once
     };
 
-    size_t beginOf(size_t chunk) const { return chunk == 0 ? 0 : mChunks[chunk - 1].end; }
-    size_t chunkOf(size_t index) const
-    {
-        const auto isAfter = [](size_t place, const Chunk& chunk) { return place < chunk.end; };
-        return std::upper_bound(mChunks.begin(), mChunks.end(), index, isAfter) - mChunks.begin();
-    }
+    size_t beginOf(size_t chunk) const { return chunk == 0 ? 0 : mEnds[chunk - 1]; }
+    size_t chunkOf(size_t index) const { return std::upper_bound(mEnds.begin(), mEnds.end(), index) - mEnds.begin(); }
     static std::shared_ptr<Entries> makeEntries()
     {
         auto entries = std::make_shared<Entries>();
@@ -99,7 +103,7 @@ private:
         if (place.isShared) {
             auto own = makeEntries();
             own->assign(place.entries->begin(), place.entries->end());
-            place = {std::move(own), place.end, false};
+            place = {std::move(own), false};
         }
         return *place.entries;
     }
@@ -110,7 +114,8 @@ private:
         const bool isFull = mChunks.empty() || mChunks.back().entries->size() >= chunkSize
             || (mChunks.back().isShared && mChunks.back().entries->size() >= chunkSize / 2);
         if (isFull) {
-            mChunks.push_back({makeEntries(), size(), false});
+            mChunks.push_back({makeEntries(), false});
+            mEnds.push_back(size());
         }
         return writable(mChunks.size() - 1);
     }
@@ -119,6 +124,7 @@ private:
     void updateEnds(size_t fromChunk);
 
     std::vector<Chunk> mChunks;
+    std::vector<size_t> mEnds; // for each piece, the index after its last entry
 };
 
 template <typename T>
@@ -140,7 +146,7 @@ void ChunkedList<T>::insert(size_t index, ChunkedList&& list)
     splitBefore(index);
     const size_t before = index == size() ? mChunks.size() : chunkOf(index);
     mChunks.insert(mChunks.begin() + static_cast<std::ptrdiff_t>(before), list.mChunks.begin(), list.mChunks.end());
-    list.mChunks.clear();
+    list = {};
     updateEnds(before);
 }
 
@@ -157,7 +163,7 @@ void ChunkedList<T>::splitBefore(size_t index)
     auto back = makeEntries();
     std::move(middle, front.end(), std::back_inserter(*back));
     front.erase(middle, front.end());
-    mChunks.insert(mChunks.begin() + static_cast<std::ptrdiff_t>(chunk) + 1, {std::move(back), 0, false});
+    mChunks.insert(mChunks.begin() + static_cast<std::ptrdiff_t>(chunk) + 1, {std::move(back), false});
     updateEnds(chunk);
 }
 
@@ -169,10 +175,13 @@ T ChunkedList<T>::takeAt(size_t index)
     const auto place = entries.begin() + static_cast<std::ptrdiff_t>(index - beginOf(chunk));
     T taken = std::move(*place);
     entries.erase(place);
+    for (size_t later = chunk; later < mEnds.size(); ++later) {
+        --mEnds[later];
+    }
     if (entries.empty()) {
         mChunks.erase(mChunks.begin() + static_cast<std::ptrdiff_t>(chunk));
+        mEnds.erase(mEnds.begin() + static_cast<std::ptrdiff_t>(chunk));
     }
-    updateEnds(chunk);
     return taken;
 }
 
@@ -189,6 +198,7 @@ typename ChunkedList<T>::Entries ChunkedList<T>::takeAll()
         }
     }
     mChunks.clear();
+    mEnds.clear();
     return all;
 }
 
@@ -196,6 +206,7 @@ template <typename T>
 void ChunkedList<T>::assign(Entries&& entries)
 {
     mChunks.clear();
+    mEnds.clear();
     append(std::move(entries));
 }
 
@@ -222,8 +233,9 @@ std::vector<typename ChunkedList<T>::Chunk> ChunkedList<T>::sharedChunks() const
 template <typename T>
 void ChunkedList<T>::updateEnds(size_t fromChunk)
 {
+    mEnds.resize(mChunks.size());
     for (size_t chunk = fromChunk; chunk < mChunks.size(); ++chunk) {
-        mChunks[chunk].end = beginOf(chunk) + mChunks[chunk].entries->size();
+        mEnds[chunk] = beginOf(chunk) + mChunks[chunk].entries->size();
     }
 }
 

@@ -19,10 +19,14 @@ public:
     explicit KnownFiles(const ListState& list) : mTable(list.items.size() + list.removed.size() + list.trashed.size())
     {
         mItems.reserve(list.items.size());
-        list.items.forEach([this](const SlideItemPtr& item, size_t) { mItems.push_back(&item); });
+        mKeys.reserve(list.items.size() + list.removed.size() + list.trashed.size());
+        list.items.forEach([this](const SlideItemPtr& item, size_t) {
+            mItems.push_back(&item);
+            mKeys.emplace_back(item->mURL().path());
+        });
         mStates.resize(mItems.size(), State::Missing);
         for (quint32 number = 0; number < mItems.size(); ++number) {
-            const quint32 first = mTable.findOrInsert(keyOf(number), number, mKeyOf);
+            const quint32 first = mTable.findOrInsert(mKeys[number], number, KeyOf{mKeys});
             if (first != number) {
                 mEquals.push_back({first, number});
             }
@@ -35,7 +39,7 @@ public:
     // Whether there is nothing more to be known about a file that was met.
     bool meet(const QByteArray& path)
     {
-        const quint32 number = mTable.find(path, mKeyOf);
+        const quint32 number = mTable.find(path, KeyOf{mKeys});
         if (number == ByteTable::none) {
             return false;
         }
@@ -62,8 +66,8 @@ public:
 private:
     struct KeyOf
     {
-        const KnownFiles& files;
-        QByteArrayView operator()(quint32 number) const { return files.keyOf(number); }
+        const std::vector<QByteArrayView>& keys;
+        QByteArrayView operator()(quint32 number) const { return keys[number]; }
     };
 
     enum class State : unsigned char
@@ -73,16 +77,11 @@ private:
         Barred,
     };
 
-    QByteArrayView keyOf(quint32 number) const
-    {
-        return number < mItems.size() ? (*mItems[number])->mURL().path() : mBarred[number - mItems.size()]->path();
-    }
-
     void bar(const FileUrl& url)
     {
-        const auto number = static_cast<quint32>(mItems.size() + mBarred.size());
-        mBarred.push_back(&url);
-        const quint32 known = mTable.findOrInsert(url.path(), number, mKeyOf);
+        const auto number = static_cast<quint32>(mKeys.size());
+        mKeys.emplace_back(url.path());
+        const quint32 known = mTable.findOrInsert(url.path(), number, KeyOf{mKeys});
         if (known < mStates.size()) {
             mStates[known] = State::Barred;
         }
@@ -90,10 +89,9 @@ private:
 
     ByteTable mTable;
     std::vector<const SlideItemPtr*> mItems;
-    std::vector<const FileUrl*> mBarred;
+    std::vector<QByteArrayView> mKeys; // of the items, and then of those that are barred
     std::vector<State> mStates; // of the items
     std::vector<std::pair<quint32, quint32>> mEquals; // items of the same path: the first of them, and another
-    const KeyOf mKeyOf{*this};
 };
 
 // Compares a tree with a list while walking through it.

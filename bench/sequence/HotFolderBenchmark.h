@@ -21,6 +21,7 @@ public:
 private:
     UserDefaults& mDefaults;
     SerialQueue& mQueue;
+    // Processor time, of the tree before.
     double mLastRescan = 0;
     double mLastCollecting = 0;
 };
