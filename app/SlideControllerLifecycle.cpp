@@ -37,7 +37,7 @@ SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QSt
     : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
       mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }),
       mCurrentScreen(QGuiApplication::primaryScreen()), mTimer(clock), mHoldingBack(clock),
-      mDispatchQueue("com.quillory.filesequence"), mFileSequence(defaults)
+      mDispatchQueue("com.quillory.filesequence"), mFileSequence(defaults, clock)
 {
     mFileSequence.setDelegate(this);
     mFileSequence.setGate([this](WaitingLine::Job job) {

@@ -262,6 +262,7 @@ void SlideController::newFilesFound()
             next();
             autoPlay();
         }
+        updateReadAhead();
     });
 }
 

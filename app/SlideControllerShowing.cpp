@@ -147,7 +147,7 @@ void SlideController::slideAppeared(const Candidate& candidate)
 
 void SlideController::dropUnloadable(const FileUrl& url)
 {
-    mFileSequence.remove(url);
+    mFileSequence.removeUnloadable(url);
     mImageURL = {};
     mFileSequence.stepBackAfterRemoval();
 }
