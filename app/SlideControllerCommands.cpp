@@ -1,4 +1,5 @@
 #include "OpenPanel.h"
+#include "PrintableText.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "SlideKeys.h"
@@ -9,6 +10,17 @@
 #include <QStandardPaths>
 
 namespace frameflow {
+
+namespace {
+
+QString nameWithoutExtension(const FileUrl& url)
+{
+    const QByteArrayView name = url.fileName();
+    const QByteArrayView extension = url.extension();
+    return QString::fromUtf8(extension.isEmpty() ? name : name.chopped(extension.size() + 1));
+}
+
+} // namespace
 
 // ---- Actions
 
@@ -146,6 +158,26 @@ void SlideController::sortOrderChanged()
         mFileSequence.sort();
         firstSlide();
     });
+}
+
+// ---- The file's path or name over the slide
+
+void SlideController::updateInfoDisplayForURL(const FileUrl& url)
+{
+    const bool showsPath = mSharedUserDefaults.boolValue(keys::showFilePath);
+    if (!showsPath && !mSharedUserDefaults.boolValue(keys::showFileName)) {
+        if (mLabel) {
+            mLabel->clear();
+            mLabel->hide();
+        }
+        return;
+    }
+    if (!mLabel && mFullScreenView != nullptr) {
+        mLabel = new SlideLabel(mFullScreenView);
+    }
+    if (mLabel) {
+        mLabel->showText(printable(showsPath ? url.displayPath() : nameWithoutExtension(url)));
+    }
 }
 
 void SlideController::showAbout()
