@@ -37,6 +37,11 @@ void SlideController::connectActions()
 
 void SlideController::perform(const ActionRow& row)
 {
+    // A held key repeats as long as it is held: what it brings while a slide is being waited for is no further wish. So
+    // nothing is left to be done when it is released.
+    if (isWaiting() && row.whileWaiting == WhileWaiting::Waits && mMainMenu.isKeyRepeated()) {
+        return;
+    }
     if (row.whileWaiting == WhileWaiting::Waits) {
         inTurn([this, handler = row.handler] { (this->*handler)(); });
     } else if (row.whileWaiting == WhileWaiting::AtOnce || !isWaiting()) {
@@ -220,7 +225,9 @@ void SlideController::keyDown(QKeyEvent* event)
         if (key->isSpace) {
             event->accept();
         }
-        inTurn([this, key = *key] { slideKeyPressed(key); });
+        if (!isWaiting() || !event->isAutoRepeat()) {
+            inTurn([this, key = *key] { slideKeyPressed(key); });
+        }
     }
 }
 
