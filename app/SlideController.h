@@ -219,6 +219,7 @@ private:
     FileUrl mImageURL;
     bool mHintsScreenShown = false;
     bool mAutoPlayPending = false; // the first file was found, and is shown in the next turn of the event loop
+    bool mFirstOfOrderIsKnown = false; // before that turn
     std::optional<Candidate> mAwaited; // absent while no slide is being waited for
     WaitingLine mWaitingLine;
     FileUrl mJustPresented; // in this turn of the event loop

@@ -126,6 +126,7 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
         // So does a show that is about to begin.
         const bool hintStands = mHintsScreenShown || (mAwaited && mAwaited->isHint);
         if (hintStands || mAutoPlayPending) {
+            mFirstOfOrderIsKnown = showFirst && mAutoPlayPending;
             mFileSequence.first();
         } else if (showFirst) {
             showFirstOfOrder();

@@ -108,6 +108,8 @@ void SlideController::showFirstOfOrder()
         if (!url.isEmpty() && url != mAwaited->url) {
             mAwaited.reset();
             show({url, false});
+        } else {
+            mAwaited->isLabelled = true; // it is opened for the second time, as the first of the order
         }
     } else {
         firstSlide();
@@ -211,6 +213,7 @@ void SlideController::endSlideShow()
     mImageURL = {};
     mHintsScreenShown = false;
     mAutoPlayPending = false;
+    mFirstOfOrderIsKnown = false;
     mHoldsBack = false;
     mHoldingBack.stop();
     mFileSequence.abandonCollections();
@@ -251,6 +254,9 @@ void SlideController::beginShow()
             mFileSequence.giveWay(std::chrono::milliseconds(250));
         });
         autoPlay();
+        if (std::exchange(mFirstOfOrderIsKnown, false) && mAwaited && !mAwaited->isHint) {
+            mAwaited->isLabelled = true; // it is opened for the second time, as the first of the order
+        }
     }
 }
 
