@@ -3,7 +3,7 @@
 #include "ui_MainMenu.h"
 
 #include <QApplication>
-#include <QEvent>
+#include <QKeyEvent>
 
 #include <algorithm>
 
@@ -74,8 +74,21 @@ void MainMenu::addSlideKeysTo(QWidget* view) const
 
 bool MainMenu::eventFilter(QObject* object, QEvent* event)
 {
-    if (event->type() == QEvent::ShortcutOverride && mRefresh) {
-        mRefresh();
+    switch (event->type()) {
+    case QEvent::ShortcutOverride:
+        mKeyIsRepeated = static_cast<const QKeyEvent*>(event)->isAutoRepeat();
+        if (mRefresh) {
+            mRefresh();
+        }
+        break;
+    case QEvent::KeyRelease:
+        mKeyIsRepeated = mKeyIsRepeated && static_cast<const QKeyEvent*>(event)->isAutoRepeat();
+        break;
+    case QEvent::MouseButtonPress:
+        mKeyIsRepeated = false;
+        break;
+    default:
+        break;
     }
     return QObject::eventFilter(object, event);
 }

@@ -36,6 +36,9 @@ public:
     // Called before a menu opens and before a key is looked up, so that no action is out of date when it is used.
     void setRefresher(std::function<void()> refresh) { mRefresh = std::move(refresh); }
 
+    // Whether the action that is being triggered is so because its key is held down, not for the first time.
+    bool isKeyRepeated() const { return mKeyIsRepeated; }
+
 protected:
     bool eventFilter(QObject* object, QEvent* event) override;
 
@@ -43,6 +46,7 @@ private:
     std::unique_ptr<QMainWindow> mForm; // never shown: it only owns what the interface file describes
     std::unique_ptr<Ui::MainMenu> mUi;
     std::function<void()> mRefresh;
+    bool mKeyIsRepeated = false;
 };
 
 } // namespace frameflow

@@ -2,13 +2,16 @@
 
 #include "ActionTable.h"
 #include "ActivationMonitor.h"
+#include "CancelToken.h"
 #include "Clock.h"
+#include "DisplaySleep.h"
 #include "FileSequence.h"
 #include "KLLayerView.h"
 #include "MainMenu.h"
 #include "OpenPanel.h"
 #include "SerialQueue.h"
 #include "SlideKeys.h"
+#include "SlideLabel.h"
 #include "SlideWindow.h"
 #include "UserDefaults.h"
 #include "WaitingLine.h"
@@ -74,6 +77,9 @@ public:
     void newFilesFound() override;
     void currentFileChanged() override;
     void autoPlay();
+    void openAddfolder();
+    void preventSleep();
+    void allowSleep();
     static bool isMovieURL(const FileUrl& url);
 
     // Commands.
@@ -91,17 +97,22 @@ public:
     void shuffle();
     void sortOrderChanged();
     void keyDown(QKeyEvent* event);
+    void updateInfoDisplayForURL(const FileUrl& url);
     void showAbout();
     void quit();
 
     // What a person would see, for tests and for the parts of the program that report it.
     FileSequence& fileSequence() { return mFileSequence; }
+    // Null until ads have been opened.
+    const FileSequence* addSequence() const { return mAddSequence.get(); }
     MainMenu& mainMenu() { return mMainMenu; }
     SlideWindow* screenWindow() const { return mScreenWindow.get(); }
     KLLayerView* slideView() const { return mFullScreenView; }
     StartWindow* startWindow() const { return mStartWindow.get(); }
     ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
     OpenPanel* openPanel() const { return mOpenPanel; }
+    // The path or name over the slide; null while there is none.
+    SlideLabel* label() const { return mLabel; }
     const FileUrl& imageURL() const { return mImageURL; }
     QScreen* currentScreen() const { return mCurrentScreen; }
     bool timerRuns() const { return mTimerExists; }
@@ -117,7 +128,6 @@ private:
     void resetTimer();
     void myTimerFireMethod();
     void slideIntervalChanged();
-    std::optional<FileUrl> nextURL();
     void showFirstOfOrder();
     void stepForward();
     void stepBack();
@@ -130,17 +140,27 @@ private:
         FileUrl url;
         bool forward = true;
         bool isHint = false;
+        bool isAd = false;
+        bool isLabelled = true; // not where the window is made for it
         bool wasWaitedFor = false;
         FileUrl firstSkipped = {}; // the first that was stepped over and kept
     };
+    std::optional<Candidate> nextCandidate();
+    void open(const Candidate& candidate);
     void show(Candidate candidate);
-    void prepareWindow(const FileUrl& url);
+    void prepareWindow(Candidate& candidate);
     void proceed();
     bool stepOver();
     bool present(const Candidate& candidate);
     void slideAppeared(const Candidate& candidate);
-    void dropUnloadable(const FileUrl& url);
+    void dropUnloadable(const Candidate& candidate);
     void endEmptyShow();
+
+    void collectAds(const FileUrl& folder);
+    void abandonAddFolder();
+    void closeAddFolder();
+    FileUrl nextAd();
+    std::vector<FileUrl> comingFiles() const;
 
     // While a slide is being decoded for the screen the old one stays, and whatever else would read or change sequence,
     // cursor or view waits.
@@ -149,6 +169,7 @@ private:
     bool isBeginning() const { return isWaiting() && mFullScreenView != nullptr && !mFullScreenView->currentImage(); }
     // Runs the job now, or when no slide is being waited for any more.
     void inTurn(WaitingLine::Job job, WaitingLine::From from = WaitingLine::From::Person);
+    void gate(WaitingLine::Job job);
     void serveWaitingLine();
     void cancelWait();
     void updateReadAhead();
@@ -189,6 +210,7 @@ private:
     QPointer<QMessageBox> mAbout;
     std::unique_ptr<SlideWindow> mScreenWindow;
     KLLayerView* mFullScreenView = nullptr; // owned by mScreenWindow
+    QPointer<SlideLabel> mLabel; // owned by mFullScreenView
     QPointer<QScreen> mCurrentScreen;
     QRect mFullScreenFrame; // the display's frame at the last goFullScreen
     bool mWindowMode = false;
@@ -197,6 +219,7 @@ private:
     FileUrl mImageURL;
     bool mHintsScreenShown = false;
     bool mAutoPlayPending = false; // the first file was found, and is shown in the next turn of the event loop
+    bool mFirstOfOrderIsKnown = false; // before that turn
     std::optional<Candidate> mAwaited; // absent while no slide is being waited for
     WaitingLine mWaitingLine;
     FileUrl mJustPresented; // in this turn of the event loop
@@ -207,9 +230,15 @@ private:
     double mSlideTime = 0;
     double mLastSlideTime = 0;
     std::optional<TimePoint> mLastSlideChange;
+    DisplaySleep mDisplaySleep;
 
     SerialQueue mDispatchQueue;
     FileSequence mFileSequence;
+    SerialQueue mAddQueue;
+    std::unique_ptr<FileSequence> mAddSequence; // made when ads are first opened
+    CancelToken mAddOpening; // of the folder that is being looked for
+    FileUrl mSecurityScopedAddURL;
+    qint64 mAddCounter = 0; // slides since the last ad
     QList<FileUrl> mLastOpened;
     bool mNothingFound = false; // in what was opened last
     int mPendingClears = 0;

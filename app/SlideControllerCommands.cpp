@@ -1,4 +1,5 @@
 #include "OpenPanel.h"
+#include "PrintableText.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "SlideKeys.h"
@@ -9,6 +10,17 @@
 #include <QStandardPaths>
 
 namespace frameflow {
+
+namespace {
+
+QString nameWithoutExtension(const FileUrl& url)
+{
+    const QByteArrayView name = url.fileName();
+    const QByteArrayView extension = url.extension();
+    return QString::fromUtf8(extension.isEmpty() ? name : name.chopped(extension.size() + 1));
+}
+
+} // namespace
 
 // ---- Actions
 
@@ -25,6 +37,11 @@ void SlideController::connectActions()
 
 void SlideController::perform(const ActionRow& row)
 {
+    // A held key repeats as long as it is held: what it brings while a slide is being waited for is no further wish. So
+    // nothing is left to be done when it is released.
+    if (isWaiting() && row.whileWaiting == WhileWaiting::Waits && mMainMenu.isKeyRepeated()) {
+        return;
+    }
     if (row.whileWaiting == WhileWaiting::Waits) {
         inTurn([this, handler = row.handler] { (this->*handler)(); });
     } else if (row.whileWaiting == WhileWaiting::AtOnce || !isWaiting()) {
@@ -148,6 +165,26 @@ void SlideController::sortOrderChanged()
     });
 }
 
+// ---- The file's path or name over the slide
+
+void SlideController::updateInfoDisplayForURL(const FileUrl& url)
+{
+    const bool showsPath = mSharedUserDefaults.boolValue(keys::showFilePath);
+    if (!showsPath && !mSharedUserDefaults.boolValue(keys::showFileName)) {
+        if (mLabel) {
+            mLabel->clear();
+            mLabel->hide();
+        }
+        return;
+    }
+    if (!mLabel && mFullScreenView != nullptr) {
+        mLabel = new SlideLabel(mFullScreenView);
+    }
+    if (mLabel) {
+        mLabel->showText(printable(showsPath ? url.displayPath() : nameWithoutExtension(url)));
+    }
+}
+
 void SlideController::showAbout()
 {
     if (!mAbout) {
@@ -188,7 +225,9 @@ void SlideController::keyDown(QKeyEvent* event)
         if (key->isSpace) {
             event->accept();
         }
-        inTurn([this, key = *key] { slideKeyPressed(key); });
+        if (!isWaiting() || !event->isAutoRepeat()) {
+            inTurn([this, key = *key] { slideKeyPressed(key); });
+        }
     }
 }
 

@@ -37,22 +37,18 @@ SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QSt
     : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
       mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }),
       mCurrentScreen(QGuiApplication::primaryScreen()), mTimer(clock), mHoldingBack(clock),
-      mDispatchQueue("com.quillory.filesequence"), mFileSequence(defaults, clock)
+      mDisplaySleep(QStringLiteral("Viewing Slideshow")), mDispatchQueue("com.quillory.filesequence"),
+      mFileSequence(defaults, clock), mAddQueue("com.quillory.addsequence")
 {
     mFileSequence.setDelegate(this);
-    mFileSequence.setGate([this](WaitingLine::Job job) {
-        if (isBeginning()) {
-            job(); // there is no slide yet that it could disturb, and the order may be known before there is one
-        } else {
-            inTurn(std::move(job), WaitingLine::From::Sequence);
-        }
-    });
+    mFileSequence.setGate([this](WaitingLine::Job job) { gate(std::move(job)); });
 }
 
 SlideController::~SlideController()
 {
     mFileSequence.setDelegate(nullptr);
     mFileSequence.abandonCollections();
+    abandonAddFolder();
     cancelWait();
     delete mOpenPanel;
     delete mAbout;
@@ -130,6 +126,7 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
         // So does a show that is about to begin.
         const bool hintStands = mHintsScreenShown || (mAwaited && mAwaited->isHint);
         if (hintStands || mAutoPlayPending) {
+            mFirstOfOrderIsKnown = showFirst && mAutoPlayPending;
             mFileSequence.first();
         } else if (showFirst) {
             showFirstOfOrder();
@@ -250,6 +247,8 @@ void SlideController::makeScreenWindow()
     mMainMenu.addKeysTo(mScreenWindow.get());
     mMainMenu.addSlideKeysTo(mFullScreenView);
     connect(mScreenWindow.get(), &SlideWindow::keyUnhandled, this, &SlideController::keyDown);
+    connect(mScreenWindow.get(), &SlideWindow::becameKey, this, &SlideController::preventSleep);
+    connect(mScreenWindow.get(), &SlideWindow::resignedKey, this, &SlideController::allowSleep);
     connect(mScreenWindow.get(), &SlideWindow::closeRequested, this, &SlideController::cancel);
     connect(mScreenWindow.get(), &SlideWindow::resized, this, &SlideController::viewResized);
 }
@@ -266,6 +265,7 @@ void SlideController::closeScreenWindow()
     mFullScreenView = nullptr;
     // One of the window's own events may have led here.
     mScreenWindow.release()->deleteLater();
+    allowSleep();
 }
 
 void SlideController::exitFullScreen()

@@ -108,6 +108,8 @@ void SlideController::showFirstOfOrder()
         if (!url.isEmpty() && url != mAwaited->url) {
             mAwaited.reset();
             show({url, false});
+        } else {
+            mAwaited->isLabelled = true; // it is opened for the second time, as the first of the order
         }
     } else {
         firstSlide();
@@ -140,18 +142,27 @@ void SlideController::stepForward()
     if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
         return;
     }
-    if (const auto url = nextURL()) {
-        openImageURL(*url, true);
+    if (const auto candidate = nextCandidate()) {
+        open(*candidate);
     }
 }
 
-// The file that a step forward shows. Absent at the end of the sequence, where the end mode has been carried out. What
-// a running collection has found so far has no end yet.
-std::optional<FileUrl> SlideController::nextURL()
+// What a step forward shows. Absent at the end of the sequence, where the end mode has been carried out. What a running
+// collection has found so far has no end yet.
+std::optional<SlideController::Candidate> SlideController::nextCandidate()
 {
-    const FileUrl url = mHintsScreenShown ? mFileSequence.current() : mFileSequence.next();
-    if (!url.isEmpty()) {
-        return url;
+    Candidate candidate;
+    if (mHintsScreenShown) {
+        candidate.url = mFileSequence.current();
+    } else {
+        candidate.url = nextAd();
+        candidate.isAd = !candidate.url.isEmpty();
+        if (!candidate.isAd) {
+            candidate.url = mFileSequence.next();
+        }
+    }
+    if (!candidate.url.isEmpty()) {
+        return candidate;
     }
     if (mSharedUserDefaults.stringValue(keys::endMode) == keys::endModeClose && !mFileSequence.isCollecting()) {
         endSlideShow();
@@ -202,6 +213,7 @@ void SlideController::endSlideShow()
     mImageURL = {};
     mHintsScreenShown = false;
     mAutoPlayPending = false;
+    mFirstOfOrderIsKnown = false;
     mHoldsBack = false;
     mHoldingBack.stop();
     mFileSequence.abandonCollections();
@@ -212,6 +224,7 @@ void SlideController::endSlideShow()
         --mPendingClears;
         scheduleVisibilityCheck();
     });
+    closeAddFolder();
     KLImageCache::purge();
     ReadAhead::instance().purge();
     KLThumbnailCache::purge();
@@ -241,6 +254,9 @@ void SlideController::beginShow()
             mFileSequence.giveWay(std::chrono::milliseconds(250));
         });
         autoPlay();
+        if (std::exchange(mFirstOfOrderIsKnown, false) && mAwaited && !mAwaited->isHint) {
+            mAwaited->isLabelled = true; // it is opened for the second time, as the first of the order
+        }
     }
 }
 
@@ -289,6 +305,19 @@ void SlideController::autoPlay()
     if (mSharedUserDefaults.boolValue(keys::autoStart) && !mTimerExists) {
         Play();
     }
+    openAddfolder();
+}
+
+// ---- The display's sleep
+
+void SlideController::preventSleep()
+{
+    mDisplaySleep.prevent();
+}
+
+void SlideController::allowSleep()
+{
+    mDisplaySleep.allow();
 }
 
 } // namespace frameflow

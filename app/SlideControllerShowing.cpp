@@ -12,29 +12,36 @@ namespace frameflow {
 
 void SlideController::openImageURL(const FileUrl& url, bool forward)
 {
+    open({url, forward});
+}
+
+void SlideController::open(const Candidate& candidate)
+{
     // What is on its way to the screen, or came there in this turn, is not presented twice.
+    const FileUrl& url = candidate.url;
     const bool isOnItsWay = mAwaited && mWaitingLine.isEmpty() && mAwaited->url == url;
     const bool isThere = !url.isEmpty() && url == mJustPresented && mFullScreenView != nullptr
         && mFullScreenView->currentImage() != nullptr;
     if (isOnItsWay || isThere) {
         return;
     }
-    inTurn([this, url, forward] { show({url, forward}); });
+    inTurn([this, candidate] { show(candidate); });
 }
 
 void SlideController::show(Candidate candidate)
 {
-    prepareWindow(candidate.url);
+    prepareWindow(candidate);
     if (!candidate.url.isEmpty()) {
         mAwaited = std::move(candidate);
         proceed();
     }
 }
 
-void SlideController::prepareWindow(const FileUrl& url)
+void SlideController::prepareWindow(Candidate& candidate)
 {
     mHintsScreenShown = false;
-    mImageURL = url;
+    mImageURL = candidate.url;
+    candidate.isLabelled = mFullScreenView != nullptr;
     if (mScreenWindow) {
         mScreenWindow->hidePointerUntilMouseMoves();
     }
@@ -82,7 +89,7 @@ bool SlideController::stepOver()
 {
     Candidate candidate = *mAwaited;
     if (!isMovieURL(candidate.url)) {
-        dropUnloadable(candidate.url);
+        dropUnloadable(candidate);
     } else if (candidate.firstSkipped.isEmpty()) {
         // Stepped over but kept: without a player nothing is known against the file.
         candidate.firstSkipped = candidate.url;
@@ -90,16 +97,20 @@ bool SlideController::stepOver()
         mAwaited.reset(); // a whole round without a slide
         return false;
     }
-    const auto next = nextURL();
+    auto next = nextCandidate();
+    if (!next && mFullScreenView != nullptr && !mFullScreenView->currentImage()) {
+        // No slide stands on the screen on which a show could rest at its end.
+        const FileUrl first = mFileSequence.first();
+        next = first.isEmpty() ? std::nullopt : std::optional(Candidate{first});
+    }
     if (!next) {
         mAwaited.reset();
         return false;
     }
-    candidate.url = *next;
-    candidate.forward = true;
-    candidate.isHint = false;
-    prepareWindow(candidate.url);
-    mAwaited = std::move(candidate);
+    next->wasWaitedFor = candidate.wasWaitedFor;
+    next->firstSkipped = candidate.firstSkipped;
+    prepareWindow(*next);
+    mAwaited = std::move(next);
     return true;
 }
 
@@ -130,6 +141,9 @@ bool SlideController::present(const Candidate& candidate)
 void SlideController::slideAppeared(const Candidate& candidate)
 {
     mHintsScreenShown = candidate.isHint;
+    if (candidate.isLabelled) {
+        updateInfoDisplayForURL(candidate.url);
+    }
     mJustPresented = candidate.url;
     postToMainThread([this, alive = std::weak_ptr(mAlive)] {
         if (alive.lock()) {
@@ -145,11 +159,18 @@ void SlideController::slideAppeared(const Candidate& candidate)
     updateReadAhead();
 }
 
-void SlideController::dropUnloadable(const FileUrl& url)
+// Puts the cursor where the next step leads to the file after it, and after the last one to the end.
+void SlideController::dropUnloadable(const Candidate& candidate)
 {
-    mFileSequence.removeUnloadable(url);
+    FileSequence& sequence = candidate.isAd ? *mAddSequence : mFileSequence;
+    const bool wasLast = sequence.current() == candidate.url && sequence.currentIndex() + 1 == sequence.count();
+    sequence.removeUnloadable(candidate.url);
     mImageURL = {};
-    mFileSequence.stepBackAfterRemoval();
+    if (wasLast) {
+        sequence.previous();
+    } else {
+        sequence.stepBackAfterRemoval();
+    }
 }
 
 // ---- Waiting for it
@@ -160,6 +181,16 @@ void SlideController::inTurn(WaitingLine::Job job, WaitingLine::From from)
         mWaitingLine.add(from, std::move(job));
     } else {
         job();
+    }
+}
+
+// Where what background work brings reaches the sequences.
+void SlideController::gate(WaitingLine::Job job)
+{
+    if (isBeginning()) {
+        job(); // there is no slide yet that it could disturb, and the order may be known before there is one
+    } else {
+        inTurn(std::move(job), WaitingLine::From::Sequence);
     }
 }
 
@@ -191,14 +222,7 @@ void SlideController::updateReadAhead()
     // Nothing comes before the first picture of a show.
     if (mFullScreenView != nullptr && mFullScreenView->currentImage()) {
         const FrameRule frame = mFullScreenView->frameRule();
-        const size_t count = mFileSequence.count();
-        const size_t index = mFileSequence.currentIndex();
-        const bool goesRound = mSharedUserDefaults.stringValue(keys::endMode) == keys::endModeRewind;
-        // In the order in which they are likely to be wanted. The hint stands for the slide that it covers.
-        const QList<int> offsets = mHintsScreenShown ? QList{0, 1, 2} : QList{1, 2, -1};
-        for (const int offset : offsets) {
-            const bool isPastTheEnd = offset > 0 && index + size_t(offset) >= count;
-            const FileUrl url = isPastTheEnd && !goesRound ? FileUrl() : mFileSequence.atOffset(offset);
+        for (const FileUrl& url : comingFiles()) {
             if (!url.isEmpty() && !isMovieURL(url)) {
                 files.push_back({url, frame});
             }

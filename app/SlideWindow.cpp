@@ -141,6 +141,18 @@ void SlideWindow::closeEvent(QCloseEvent* event)
     Q_EMIT closeRequested();
 }
 
+void SlideWindow::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange) {
+        if (isActiveWindow()) {
+            Q_EMIT becameKey();
+        } else {
+            Q_EMIT resignedKey();
+        }
+    }
+}
+
 void SlideWindow::layOut()
 {
     const int barHeight = mMenuBar->sizeHint().height();

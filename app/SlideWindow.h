@@ -34,6 +34,9 @@ Q_SIGNALS:
     void keyUnhandled(QKeyEvent* event);
     void resized();
     void closeRequested();
+    // The keyboard is, or is no longer, the window's.
+    void becameKey();
+    void resignedKey();
 
 protected:
     bool eventFilter(QObject* object, QEvent* event) override;
@@ -42,6 +45,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void layOut();

@@ -1,6 +1,7 @@
 #include "StartWindow.h"
 
 #include "MainMenu.h"
+#include "PrintableText.h"
 
 #include <QCloseEvent>
 #include <QFontMetrics>
@@ -18,17 +19,6 @@ namespace {
 
 // Long names are cut in the middle at this many pixels; the tool tip has the whole.
 constexpr int longestName = 420;
-
-// A name may hold line ends and other characters that are no letters.
-QString printable(QString name)
-{
-    for (QChar& character : name) {
-        if (!character.isPrint() && !character.isSurrogate()) {
-            character = QChar::ReplacementCharacter;
-        }
-    }
-    return name;
-}
 
 QString sentenceAbout(const FileUrl& file)
 {

@@ -36,6 +36,17 @@ void HeldPictures::addTo(const TestFolder& folder, const QByteArray& name, QColo
     folder.addFile(name, "held " + pipe + '\n' + bytes);
 }
 
+QList<qint64> HeldPictures::decodersOf(const QByteArray& name) const
+{
+    QFile notes(QFile::decodeName(mPipes.pathOf(name) + ".decoders"));
+    const QByteArray text = notes.open(QIODevice::ReadOnly) ? notes.readAll().simplified() : QByteArray();
+    QList<qint64> processes;
+    for (const QByteArray& process : text.isEmpty() ? QList<QByteArray>() : text.split(' ')) {
+        processes.append(process.toLongLong());
+    }
+    return processes;
+}
+
 void HeldPictures::answer(const QByteArray& name, char word)
 {
     const QByteArray pipe = mPipes.pathOf(name);

@@ -3,7 +3,7 @@
 #include "TestFiles.h"
 
 #include <QColor>
-#include <QMap>
+#include <QList>
 
 namespace frameflow {
 
@@ -19,6 +19,8 @@ public:
     void add(const QByteArray& name, QColor colour) { addTo(mFolder, name, colour); }
     void addTo(const TestFolder& folder, const QByteArray& name, QColor colour);
 
+    // The decoders that have been given the file, in their order.
+    QList<qint64> decodersOf(const QByteArray& name) const;
     // Lets the decoding of the file end, with its picture or as that of a damaged file. Without effect where nobody
     // decodes it any more.
     void release(const QByteArray& name) { answer(name, 'g'); }

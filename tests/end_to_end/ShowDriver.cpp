@@ -6,9 +6,11 @@
 #include <QElapsedTimer>
 #include <QPainter>
 
+#include <cstdio>
+
 namespace frameflow::e2e {
 
-ShowDriver::ShowDriver() : mServer(XServer::open()), mProgram(QStringLiteral(FRAMEFLOW_PROGRAM))
+ShowDriver::ShowDriver(const QString& program) : mServer(XServer::open()), mProgram(program)
 {
     if (!mServer) {
         qFatal("no display");
@@ -19,6 +21,11 @@ ShowDriver::ShowDriver() : mServer(XServer::open()), mProgram(QStringLiteral(FRA
     set(keys::transition, QStringLiteral("None"));
     // Away from the top edge, where it would reveal the menu bar.
     mServer->moveMouse(mServer->bounds().center());
+}
+
+QString ShowDriver::builtProgram()
+{
+    return QStringLiteral(FRAMEFLOW_PROGRAM);
 }
 
 QString ShowDriver::samplesFolder()
@@ -74,12 +81,15 @@ bool ShowDriver::waitForColour(QColor colour) const
     return waitForScreen(expected, colour.name().mid(1), {4, 4.0});
 }
 
-void ShowDriver::addColour(const QByteArray& name, QColor colour) const
+void ShowDriver::addColourTo(const TestFolder& other, const QByteArray& name, QColor colour, QSize size) const
 {
-    const QByteArray path = folder.addFile(name);
-    QImage picture(mServer->bounds().size(), QImage::Format_RGB32);
+    QImage picture(size.isEmpty() ? mServer->bounds().size() : size, QImage::Format_RGB32);
     picture.fill(colour);
-    if (!picture.save(QString::fromUtf8(path), nullptr, 95)) {
+    // Put there in one step: whoever watches the folder never sees half a picture.
+    const QByteArray path = other.addFile(name + ".part", "");
+    const QByteArray type = name.mid(name.lastIndexOf('.') + 1);
+    if (!picture.save(QString::fromUtf8(path), type.constData(), 95)
+        || std::rename(path.constData(), other.pathOf(name).constData()) != 0) {
         qFatal("cannot save %s", path.constData());
     }
 }

@@ -17,8 +17,10 @@ namespace frameflow::e2e {
 class ShowDriver
 {
 public:
-    ShowDriver();
+    // Runs the program as it was built, or another copy of it.
+    explicit ShowDriver(const QString& program = builtProgram());
 
+    static QString builtProgram();
     // Where the pictures that come with the program lie.
     static QString samplesFolder();
 
@@ -45,8 +47,12 @@ public:
     // Waits until the whole screen, but for edges of a few pixels, has one colour.
     bool waitForColour(QColor colour) const;
 
-    // A picture of one colour that covers the screen.
-    void addColour(const QByteArray& name, QColor colour) const;
+    // A picture of one colour that covers the screen, or of another size.
+    void addColour(const QByteArray& name, QColor colour, QSize size = {}) const
+    {
+        addColourTo(folder, name, colour, size);
+    }
+    void addColourTo(const TestFolder& other, const QByteArray& name, QColor colour, QSize size = {}) const;
 
     TestFolder folder;
 

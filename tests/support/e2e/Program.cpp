@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QTest>
 
+#include <unistd.h>
+
 namespace frameflow::e2e {
 
 namespace {
@@ -35,6 +37,14 @@ QStringList threadsOf(qint64 process)
     return process <= 0
         ? QStringList()
         : QDir(QStringLiteral("/proc/%1/task").arg(process)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+}
+
+// The fields of the process's stat file from the third, the state, on. Its name, before them, may hold anything.
+QList<QByteArray> statOf(qint64 process)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(process));
+    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return text.isEmpty() ? QList<QByteArray>() : text.mid(text.lastIndexOf(')') + 2).split(' ');
 }
 
 } // namespace
@@ -141,6 +151,33 @@ qint64 residentBytesOf(qint64 process)
 {
     const QByteArray status = statusOf(QString::number(process));
     return status.contains("\nVmRSS:") ? statusNumber(status, "VmRSS") * 1024 : -1; // an ended one has none
+}
+
+QList<qint64> childrenOf(qint64 process)
+{
+    QList<qint64> children;
+    for (const QString& thread : threadsOf(process)) {
+        QFile file(QStringLiteral("/proc/%1/task/%2/children").arg(QString::number(process), thread));
+        const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll().simplified() : QByteArray();
+        for (const QByteArray& child : text.isEmpty() ? QList<QByteArray>() : text.split(' ')) {
+            children.append(child.toLongLong());
+        }
+    }
+    return children;
+}
+
+std::chrono::milliseconds processorTimeOf(qint64 process)
+{
+    constexpr int userTime = 11;
+    const QList<QByteArray> fields = statOf(process);
+    const qint64 ticks = fields.value(userTime).toLongLong() + fields.value(userTime + 1).toLongLong();
+    return std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
+}
+
+bool hasEnded(qint64 process)
+{
+    const QByteArray state = statOf(process).value(0);
+    return state.isEmpty() || state == "Z" || state == "X";
 }
 
 } // namespace frameflow::e2e

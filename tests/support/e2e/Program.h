@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QMap>
 #include <QProcess>
 #include <QString>
@@ -59,5 +60,10 @@ private:
 // As the functions of Program, for a process known by its number. -1 when there is none.
 qint64 contextSwitchesOf(qint64 process);
 qint64 residentBytesOf(qint64 process);
+// Those that the process has started and not waited for yet.
+QList<qint64> childrenOf(qint64 process);
+// What its threads have used so far; none for one that is not there.
+std::chrono::milliseconds processorTimeOf(qint64 process);
+bool hasEnded(qint64 process); // whether it was waited for or not
 
 } // namespace frameflow::e2e

@@ -253,6 +253,16 @@ void XServer::pressKey(const QString& key) const
     useDevices({QStringLiteral("key"), QStringLiteral("--clearmodifiers"), key});
 }
 
+void XServer::holdKey(const QString& key) const
+{
+    useDevices({QStringLiteral("keydown"), key});
+}
+
+void XServer::releaseKey(const QString& key) const
+{
+    useDevices({QStringLiteral("keyup"), key});
+}
+
 void XServer::type(const QString& text) const
 {
     useDevices({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("5"), QStringLiteral("--"), text});

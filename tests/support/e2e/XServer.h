@@ -67,6 +67,9 @@ public:
     // Input as from the devices themselves; each call returns when the server has it. Keys are named as in X, with
     // modifiers in front: "Right", "plus", "ctrl+shift+w". Fails the program (qFatal) when the server does not take it.
     void pressKey(const QString& key) const;
+    // Held down it repeats after a while, until it is released.
+    void holdKey(const QString& key) const;
+    void releaseKey(const QString& key) const;
     void type(const QString& text) const;
     void moveMouse(const QPoint& place) const;
     QPoint mousePosition() const;

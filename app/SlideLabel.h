@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QLabel>
+
+namespace frameflow {
+
+// One line of text over a slide, at the lower left of the widget that it belongs to, which may change its size.
+class SlideLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    explicit SlideLabel(QWidget* parent);
+
+    // In front of everything else over the slide, as large as the text.
+    void showText(const QString& text);
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void place();
+};
+
+} // namespace frameflow

@@ -1,0 +1,208 @@
+// bench_soak [PROGRAM] [SLIDES] [TRANSITION]
+// Lets a show run for SLIDES (1000) slides with transitions, on an X server of its own, and compares what the program
+// and its decoders hold in memory at the end with what they held after the first 50. Shared memory counts by shares
+// (PSS). Prints lines "name|figure|reference|ratio|limit" and fails when the limit is exceeded.
+
+#include "Program.h"
+#include "SettingsKeys.h"
+#include "XServer.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QImage>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+using namespace frameflow;
+using namespace frameflow::e2e;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::array colours{0xFFE614C8U, 0xFF14B43CU, 0xFF1E28DCU, 0xFFE6D214U};
+constexpr int files = 60;
+constexpr int firstSlides = 50;
+
+bool isColour(QRgb pixel, QRgb colour)
+{
+    constexpr int tolerance = 12; // JPEG
+    return std::abs(qRed(pixel) - qRed(colour)) <= tolerance && std::abs(qGreen(pixel) - qGreen(colour)) <= tolerance
+        && std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
+}
+
+// Fine lines, as in a photograph, beside a plain square in the middle, by which it is known.
+QImage picture(QRgb colour, const QSize& size)
+{
+    QImage image(size, QImage::Format_RGB32);
+    QRandomGenerator random(7);
+    for (int y = 0; y < image.height(); ++y) {
+        auto* const line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            const int noise = static_cast<int>(random.generate() & 15);
+            line[x] = qRgb(x / 30 + noise, y / 20 + noise, (x ^ y) / 32 % 128 + noise);
+        }
+    }
+    const QSize square = size / 4;
+    QPainter painter(&image);
+    painter.fillRect(
+        QRect(image.rect().center() - QPoint(square.width(), square.height()) / 2, square), QColor(colour));
+    return image;
+}
+
+// In mebibytes; below zero where the kernel does not tell.
+double proportionalShare(qint64 process)
+{
+    QFile file(QStringLiteral("/proc/%1/smaps_rollup").arg(process));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return -1;
+    }
+    for (const QByteArray& line : file.readAll().split('\n')) {
+        if (line.startsWith("Pss:")) {
+            return line.simplified().split(' ').value(1).toDouble() / 1024;
+        }
+    }
+    return -1;
+}
+
+class Soak
+{
+public:
+    Soak(const QString& program, int slides, QString transition)
+        : mProgram(program), mSlides(slides), mTransition(std::move(transition)), mServer(XServer::open())
+    {
+        if (!mServer) {
+            qFatal("no X server");
+        }
+        // Of several sizes, so that what is allocated for one does not fit the next.
+        const std::array sizes{QSize(4000, 3000), QSize(1600, 2400), QSize(3000, 2000), QSize(1000, 700)};
+        for (int i = 0; i < files; ++i) {
+            const size_t kind = static_cast<size_t>(i) % colours.size();
+            const bool saved = i < static_cast<int>(colours.size())
+                ? picture(colours[kind], sizes[kind]).save(name(i), "JPG", 85)
+                : QFile::copy(name(static_cast<int>(kind)), name(i));
+            if (!saved) {
+                qFatal("no room for the pictures");
+            }
+        }
+    }
+
+    bool run()
+    {
+        writeSettings({{keys::hintsShown, true}, {keys::autoStart, true}, {keys::slideInterval, 0.3},
+            {keys::transition, mTransition}, {keys::sort, keys::sortByName}, {keys::endMode, keys::endModeRewind},
+            {keys::autoCheckNewVersion, false}});
+        if (!mProgram.start({mFolder.path()}) || !await(firstSlides)) {
+            std::fprintf(stderr, "no show: %s\n", mProgram.output().constData());
+            return false;
+        }
+        const double before = memoryAtRest();
+        mServer->pressKey(QStringLiteral("ctrl+p"));
+        if (!await(mSlides)) {
+            std::fprintf(stderr, "the show stopped after %d slides: %s\n", mSeen, mProgram.output().constData());
+            return false;
+        }
+        const double after = memoryAtRest();
+        std::printf("memory after %d slides against %d, MiB|%.1f|%.1f|%.3f|1.05\n", mSlides, firstSlides, after, before,
+            after / before);
+        std::fflush(stdout);
+        return before > 0 && after > 0 && after / before <= 1.05;
+    }
+
+private:
+    QString name(int number) const
+    {
+        return mFolder.filePath(QStringLiteral("%1.jpg").arg(number, 3, 10, QLatin1Char('0')));
+    }
+
+    // Waits until so many slides have been on the screen since the start.
+    bool await(int slides)
+    {
+        const QPoint centre = mServer->bounds().center();
+        QElapsedTimer sinceSlide;
+        sinceSlide.start();
+        while (mSeen < slides && sinceSlide.elapsed() < 30000) {
+            const QRgb pixel = mServer->pixel(centre);
+            for (const QRgb colour : colours) {
+                if (colour != mLast && isColour(pixel, colour)) {
+                    mLast = colour;
+                    ++mSeen;
+                    sinceSlide.restart();
+                }
+            }
+            std::this_thread::sleep_for(3ms);
+        }
+        return mSeen >= slides;
+    }
+
+    // Stops the show, goes to the same slide by the same steps, so that the same pictures are held, and waits until
+    // nothing moves any more.
+    double memoryAtRest()
+    {
+        mServer->pressKey(QStringLiteral("ctrl+p"));
+        std::this_thread::sleep_for(2s); // for a transition on its way, which would not let go of a key
+        mServer->pressKey(QStringLiteral("Home"));
+        for (int step = 0; step < 6; ++step) {
+            std::this_thread::sleep_for(2s);
+            mServer->pressKey(QStringLiteral("Right"));
+        }
+        qint64 last = -1;
+        int quiet = 0;
+        while (quiet < 20) {
+            const qint64 now = mProgram.contextSwitches();
+            quiet = now == last ? quiet + 1 : 0;
+            last = now;
+            std::this_thread::sleep_for(100ms);
+        }
+        double sum = proportionalShare(mProgram.processId());
+        const QList<qint64> decoders = childrenOf(mProgram.processId());
+        for (const qint64 decoder : decoders) {
+            sum += std::max(proportionalShare(decoder), 0.0);
+        }
+        std::fprintf(stderr, "after %d slides: %.1f MiB, %lld decoders among it\n", mSeen, sum,
+            static_cast<long long>(decoders.size()));
+        return sum;
+    }
+
+    Program mProgram;
+    const int mSlides;
+    const QString mTransition;
+    std::unique_ptr<XServer> mServer;
+    QTemporaryDir mFolder;
+    QRgb mLast = 0;
+    int mSeen = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (!qEnvironmentVariableIsSet("FRAMEFLOW_TEST_HOME")) {
+        std::vector<char*> arguments{argv, argv + argc};
+        static char mode[] = "display";
+        static char script[] = RUN_ISOLATED;
+        QByteArray self = QFile::symLinkTarget(QStringLiteral("/proc/self/exe")).toUtf8();
+        arguments[0] = self.data();
+        arguments.insert(arguments.begin(), {script, mode});
+        arguments.push_back(nullptr);
+        qputenv("FRAMEFLOW_TEST_SCREEN", "1920x1080x24");
+        execv(script, arguments.data());
+        qFatal("%s cannot be run", script);
+    }
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/frameflow");
+    const int slides = arguments.value(2, QStringLiteral("1000")).toInt();
+    const QString transition = arguments.value(3, QStringLiteral("Fast Cross Fade"));
+    return Soak(arguments.value(1, beside), std::max(slides, firstSlides), transition).run() ? 0 : 1;
+}
