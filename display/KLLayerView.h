@@ -96,6 +96,23 @@ public:
     void transitionNone(const LayerPtr& from, const LayerPtr& to);
     void transitionCrossFade(const LayerPtr& from, const LayerPtr& to);
     void transitionFastCross(const LayerPtr& from, const LayerPtr& to);
+    void transitionHorizontalFlip(const LayerPtr& from, const LayerPtr& to);
+    void transitionHorizontalFlipBack(const LayerPtr& from, const LayerPtr& to);
+    // Stored under no title.
+    void transitionPush_BuildIn(const LayerPtr& from, const LayerPtr& to);
+    void transitionRotate(const LayerPtr& from, const LayerPtr& to);
+    void transitionRotateLeft(const LayerPtr& from, const LayerPtr& to);
+    void transitionRotateRight(const LayerPtr& from, const LayerPtr& to);
+    void transitionShrink(const LayerPtr& from, const LayerPtr& to);
+    void transitionExpand(const LayerPtr& from, const LayerPtr& to);
+    void transitionSlide(const LayerPtr& from, const LayerPtr& to);
+    void transitionSlideBack(const LayerPtr& from, const LayerPtr& to);
+    void transitionBarSwipe(const LayerPtr& from, const LayerPtr& to);
+    void transitionMod(const LayerPtr& from, const LayerPtr& to);
+    void transitionSwipe(const LayerPtr& from, const LayerPtr& to);
+    void transitionTest(const LayerPtr& from, const LayerPtr& to);
+    // The next of eleven transitions in turn; the turn is one for all views of the process.
+    void transitionAll(const LayerPtr& from, const LayerPtr& to);
 
     void animationDidStart(const AnimationPtr& animation) override;
     void animationDidStop(const AnimationPtr& animation, bool finished) override;
@@ -116,6 +133,12 @@ private:
     void prepareZoom();
     void animate(KeyPath keyPath, double from, double to, const QString& key);
     void fade(const LayerPtr& from, const LayerPtr& to, Duration duration);
+    AnimationPtr filter(const char* name, Duration duration, const QRectF& extent = {});
+    // Puts the first directly above the second, both at z-position 0.
+    void putFlat(const LayerPtr& layer, const LayerPtr& above);
+    AnimationPtr change(KeyPath keyPath, double from, double to, Duration duration, Curve curve);
+    // Both layers half a turn about their lower left corners: from to that angle, to from that angle.
+    void rotate(const LayerPtr& from, const LayerPtr& to, float fromAngle, float toAngle, const QString& key);
 
     UserDefaults& mDefaults;
     std::shared_ptr<Compositor> mCompositor;
