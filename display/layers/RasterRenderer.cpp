@@ -81,7 +81,9 @@ void RasterRenderer::paintUpright(
     }
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.setRenderHint(QPainter::Antialiasing, !place.isWhole());
-    painter.drawImage(part.pixels, picture, part.ofPicture);
+    // QPainter moves a picture of the right size to whole pixels; one that is stretched ever so little it does not.
+    constexpr double stretch = 1e-6;
+    painter.drawImage(part.pixels, picture, part.ofPicture.adjusted(0, 0, -stretch, -stretch));
 }
 
 void RasterRenderer::paintTurned(QPainter& painter, const DrawItem& item, const Placement& place) const
