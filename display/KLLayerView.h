@@ -11,7 +11,16 @@
 
 namespace frameflow {
 
+class LayerSurface;
 class UserDefaults;
+
+// Who draws the layers of a view.
+enum class LayerDrawing
+{
+    ByProbe, // the graphics processor, where there is one
+    Raster, // this program
+    OpenGL, // only where probeOpenGL() works
+};
 
 // What the slide view tells its controller.
 class KLImageDisplayDelegate
@@ -29,8 +38,9 @@ class KLLayerView : public QWidget, public AnimationDelegate
     Q_OBJECT
 
 public:
-    // Settings and clock outlive the view.
-    KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent = nullptr);
+    // Settings and clock outlive the view. Where OpenGL fails later, the view goes on without.
+    KLLayerView(
+        UserDefaults& defaults, Clock& clock, QWidget* parent = nullptr, LayerDrawing drawing = LayerDrawing::ByProbe);
     ~KLLayerView() override;
 
     // Not owned; null for none.
@@ -87,6 +97,8 @@ public:
     const KLImagePtr& currentImage() const { return mCurrentImage; }
     const KLImagePtr& previousImage() const { return mPreviousImage; }
     Compositor& compositor() const { return *mCompositor; }
+    // Null where the view draws its layers itself.
+    LayerSurface* layerSurface() const { return mLayerSurface; }
     // Whether a sharper picture than the one drawn is being made.
     bool isSharpening() const { return mCopies.isReducing(); }
 
@@ -123,6 +135,10 @@ protected:
 
 private:
     LayerPtr addLayer();
+    void useOpenGL();
+    void redraw();
+    // What is to be drawn now; has everything ready for that.
+    DrawList prepareFrame();
     KLImagePtr imageOfLayer(const LayerPtr& layer) const;
     ViewArea area() const;
     QString fitMode() const;
@@ -144,6 +160,7 @@ private:
     std::shared_ptr<Compositor> mCompositor;
     ReducedCopies mCopies;
     RasterRenderer mRenderer;
+    LayerSurface* mLayerSurface = nullptr; // a child of the view
 
     LayerPtr mBackgroundLayer;
     LayerPtr mCurrentLayer;

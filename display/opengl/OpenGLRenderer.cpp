@@ -72,6 +72,11 @@ bool OpenGLRenderer::paint(const DrawList& items, const ViewArea& area, GLuint f
         mFailed = true;
         return false;
     }
+    aimAt(framebuffer, area);
+    if (mFunctions.glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
+        mFailed = true;
+        return false;
+    }
     mMixed = false;
     mFunctions.glDisable(GL_DEPTH_TEST);
     mFunctions.glDisable(GL_CULL_FACE);
