@@ -65,17 +65,42 @@ double covered(double at, double end, double ofAPixel)
     return clamped(std::min(at / ofAPixel + 0.5, 1.0) - std::max(0.5 - (end - at) / ofAPixel, 0.0));
 }
 
-Colour pictureAt(const DrawItem& item, const ViewArea& area, QPointF pixel)
+// A step with what does not change from point to point.
+struct Prepared
 {
-    const QTransform toPixels = item.toView * layersToPixels(area);
-    bool isInvertible = false;
-    const QTransform fromPixels = toPixels.inverted(&isInvertible);
-    if (!isInvertible) {
+    const DrawItem* item = nullptr;
+    QTransform fromPixels; // to the bounds of the picture
+    bool isShown = false;
+    std::vector<Prepared> source; // of a mixture
+    std::vector<Prepared> target;
+};
+
+std::vector<Prepared> prepared(const DrawList& items, const ViewArea& area)
+{
+    std::vector<Prepared> result;
+    for (const DrawItem& item : items) {
+        Prepared& step = result.emplace_back();
+        step.item = &item;
+        if (item.mix) {
+            step.source = prepared(item.mix->source, area);
+            step.target = prepared(item.mix->target, area);
+        } else {
+            step.fromPixels = (item.toView * layersToPixels(area)).inverted(&step.isShown);
+        }
+    }
+    return result;
+}
+
+Colour pictureAt(const Prepared& step, QPointF pixel)
+{
+    const DrawItem& item = *step.item;
+    if (!step.isShown) {
         return {};
     }
-    const QPointF place = fromPixels.map(pixel) - item.bounds.topLeft();
-    const double coverage = covered(place.x(), item.bounds.width(), std::hypot(fromPixels.m11(), fromPixels.m21()))
-        * covered(place.y(), item.bounds.height(), std::hypot(fromPixels.m12(), fromPixels.m22()));
+    const QTransform& map = step.fromPixels;
+    const QPointF place = map.map(pixel) - item.bounds.topLeft();
+    const double coverage = covered(place.x(), item.bounds.width(), std::hypot(map.m11(), map.m21()))
+        * covered(place.y(), item.bounds.height(), std::hypot(map.m12(), map.m22()));
     if (coverage <= 0) {
         return {};
     }
@@ -131,16 +156,16 @@ double shareAt(const MixDraw& mix, const ViewArea& area, QPointF pixel)
     return modShare(place - corner, corner, mix.progress);
 }
 
-Colour colourAt(const DrawList& items, const ViewArea& area, QPointF pixel)
+Colour colourAt(const std::vector<Prepared>& steps, const ViewArea& area, QPointF pixel)
 {
     Colour colour;
-    for (const DrawItem& item : items) {
-        if (item.mix) {
-            const double share = shareAt(*item.mix, area, pixel);
-            const Colour source = colourAt(item.mix->source, area, pixel);
-            colour = over(source * (1 - share) + colourAt(item.mix->target, area, pixel) * share, colour);
+    for (const Prepared& step : steps) {
+        if (step.item->mix) {
+            const double share = shareAt(*step.item->mix, area, pixel);
+            const Colour source = colourAt(step.source, area, pixel);
+            colour = over(source * (1 - share) + colourAt(step.target, area, pixel) * share, colour);
         } else {
-            colour = over(pictureAt(item, area, pixel), colour);
+            colour = over(pictureAt(step, pixel), colour);
         }
     }
     return colour;
@@ -150,11 +175,12 @@ Colour colourAt(const DrawList& items, const ViewArea& area, QPointF pixel)
 
 QImage referenceDrawing(const DrawList& items, const ViewArea& area, const QRect& part)
 {
+    const std::vector<Prepared> steps = prepared(items, area);
     QImage image(part.size(), QImage::Format_RGB32);
     for (int y = 0; y < part.height(); ++y) {
         auto* const line = reinterpret_cast<QRgb*>(image.scanLine(y));
         for (int x = 0; x < part.width(); ++x) {
-            const Colour colour = colourAt(items, area, QPointF(part.x() + x + 0.5, part.y() + y + 0.5));
+            const Colour colour = colourAt(steps, area, QPointF(part.x() + x + 0.5, part.y() + y + 0.5));
             const auto rounded = [](double value) { return static_cast<int>(std::lround(value)); };
             line[x] = qRgb(rounded(colour.red), rounded(colour.green), rounded(colour.blue));
         }
