@@ -42,13 +42,11 @@ float ringAt(float distance)
 float sizeOfHoleAt(float x, float y, float ring)
 {
     using namespace filters;
-    const float cell = std::floor(ring + 0.5F);
-    const float outwards = 2 * (ring - cell);
-    // Every other ring is turned by half a hole. The hole in the middle is alone in its ring.
-    const bool isTurned = std::fmod(cell, 2.0F) != 0;
-    const float turn
-        = std::atan2(y, x) * static_cast<float>(modSectors / (2 * std::numbers::pi)) + (isTurned ? 0.5F : 0.0F);
-    const float around = cell == 0 ? 0 : 2 * (turn - std::floor(turn)) - 1;
+    const float outwards = 2 * (ring - std::floor(ring + 0.5F));
+    const float turn = std::atan2(y, x) * static_cast<float>(modSectors / (2 * std::numbers::pi))
+        + static_cast<float>(modTwist) * ring;
+    // The hole in the middle is alone, and passes into the ring around it.
+    const float around = (2 * (turn - std::floor(turn)) - 1) * std::min(2 * ring, 1.0F);
     return std::sqrt((outwards * outwards + around * around) / 2);
 }
 
@@ -118,7 +116,7 @@ void FilterShares::prepareMod(const ViewArea& area, Bands& bands)
     }
     mOpeningPixels = pixels;
     mOpeningScale = area.pixelsPerPoint;
-    const int columns = (pixels.width() + 1) / 2;
+    const int columns = pixels.width();
     const int rows = (pixels.height() + 1) / 2;
     mOpening.resize(static_cast<size_t>(columns) * static_cast<size_t>(rows));
     const auto scale = static_cast<float>(area.pixelsPerPoint);
@@ -126,7 +124,7 @@ void FilterShares::prepareMod(const ViewArea& area, Bands& bands)
     const float outermost = ringAt(static_cast<float>(std::hypot(corner.x(), corner.y())));
     bands.forEach(rows, [&](int first, int last) {
         for (int row = first; row < last; ++row) {
-            const float y = (static_cast<float>(pixels.height()) / 2 - 0.5F - static_cast<float>(row)) / scale;
+            const float y = (static_cast<float>(row) + 0.5F - static_cast<float>(pixels.height()) / 2) / scale;
             quint16* const out = mOpening.data() + static_cast<size_t>(row) * static_cast<size_t>(columns);
             for (int column = 0; column < columns; ++column) {
                 const float x = (static_cast<float>(column) + 0.5F - static_cast<float>(pixels.width()) / 2) / scale;
@@ -145,14 +143,14 @@ const quint16* FilterShares::row(int y, std::vector<quint16>& room) const
         return mRow.data();
     }
     const int width = mOpeningPixels.width();
-    const int columns = (width + 1) / 2;
-    const auto quarterRow = static_cast<size_t>(std::min(y, mOpeningPixels.height() - 1 - y));
-    const quint16* const opening = mOpening.data() + quarterRow * static_cast<size_t>(columns);
-    for (int x = 0; x < columns; ++x) {
-        room[x] = static_cast<quint16>(std::clamp(mModLevel - opening[x], 0, whole));
-    }
-    for (int x = columns; x < width; ++x) {
-        room[x] = room[width - 1 - x];
+    const bool isUpper = y < (mOpeningPixels.height() + 1) / 2;
+    const auto half = static_cast<size_t>(isUpper ? y : mOpeningPixels.height() - 1 - y);
+    const quint16* const opening = mOpening.data() + half * static_cast<size_t>(width);
+    const auto share = [&](quint16 opened) { return static_cast<quint16>(std::clamp(mModLevel - opened, 0, whole)); };
+    if (isUpper) {
+        std::transform(opening, opening + width, room.begin(), share);
+    } else {
+        std::transform(opening, opening + width, room.rbegin(), share);
     }
     return room.data();
 }

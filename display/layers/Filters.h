@@ -16,7 +16,7 @@ class Bands;
 enum class TransitionFilter
 {
     BarsSwipe, // upright bars that all open from right to left, the right one first
-    Mod, // round holes in rings about the middle, warped towards it, that grow together
+    Mod, // holes in rings about the middle, warped around it, that grow together
     Swipe, // a soft edge that passes from right to left
 };
 
@@ -31,7 +31,8 @@ constexpr double barOffset = 10; // how far the last bar to open lags behind the
 
 constexpr double modRadius = 150; // from the middle to the first gap between rings
 constexpr double modCompression = 300; // the distance at which the rings are twice as far apart as in the middle
-constexpr int modSectors = 8; // holes in a ring; even, so that all quarters of the view are alike
+constexpr int modSectors = 8; // holes in a ring; even, so that the view looks the same upside down
+constexpr double modTwist = 0.5; // how far each ring is turned against the one inside it, in holes
 constexpr double modSoftness = 0.15; // of a hole's edge, as a part of its size
 constexpr double modSpread = 0.8; // how much later the corners open than the middle, in openings of one hole
 
@@ -59,7 +60,7 @@ private:
 
     TransitionFilter mFilter = TransitionFilter::Swipe;
     std::vector<quint16> mRow; // where all rows are alike
-    // When each pixel of the upper left quarter of the view opens, for "Mod".
+    // When each pixel of the upper half of the view opens, for "Mod".
     std::vector<quint16> mOpening;
     QSize mOpeningPixels; // of the whole view
     double mOpeningScale = 0;

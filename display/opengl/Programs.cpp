@@ -95,13 +95,9 @@ float shareOfTarget()
     vec2 middle = view / (2.0 * scale);
     vec2 at = pixel / scale - middle;
     float ring = ringAt(length(at));
-    float cell = floor(ring + 0.5);
-    float outwards = 2.0 * (ring - cell);
-    float around = 0.0;
-    if (cell > 0.5) {
-        float turn = atan(at.y, at.x) * modSectors / 6.283185307 + 0.5 * cell;
-        around = 2.0 * fract(turn) - 1.0;
-    }
+    float outwards = 2.0 * (ring - floor(ring + 0.5));
+    float turn = atan(at.y, at.x) * modSectors / 6.283185307 + modTwist * ring;
+    float around = (2.0 * fract(turn) - 1.0) * min(2.0 * ring, 1.0);
     float hole = sqrt((outwards * outwards + around * around) / 2.0);
     float later = modSpread * ring / ringAt(length(middle));
     return clamp(((1.0 + modSoftness) * ((1.0 + modSpread) * progress - later) - hole) / modSoftness, 0.0, 1.0);
@@ -129,6 +125,7 @@ QByteArray measures()
     add("modRadius", filters::modRadius);
     add("modCompression", filters::modCompression);
     add("modSectors", filters::modSectors);
+    add("modTwist", filters::modTwist);
     add("modSoftness", filters::modSoftness);
     add("modSpread", filters::modSpread);
     add("swipeWidth", filters::swipeWidth);

@@ -127,13 +127,9 @@ double swipeShare(double x, double width, double progress)
 double modShare(QPointF fromMiddle, QPointF corner, double progress)
 {
     const auto ring = [](QPointF at) { return 2 * std::log(1 + std::hypot(at.x(), at.y()) / 300); };
-    const double cell = std::round(ring(fromMiddle));
-    const double outwards = 2 * (ring(fromMiddle) - cell);
-    double around = 0;
-    if (cell > 0) {
-        const double turn = std::atan2(fromMiddle.y(), fromMiddle.x()) / (2 * std::numbers::pi) * 8 + cell / 2;
-        around = 2 * (turn - std::floor(turn)) - 1;
-    }
+    const double outwards = 2 * (ring(fromMiddle) - std::round(ring(fromMiddle)));
+    const double turn = std::atan2(fromMiddle.y(), fromMiddle.x()) / (2 * std::numbers::pi) * 8 + ring(fromMiddle) / 2;
+    const double around = (2 * (turn - std::floor(turn)) - 1) * std::min(2 * ring(fromMiddle), 1.0);
     const double size = std::hypot(outwards, around) / std::numbers::sqrt2;
     const double later = 0.8 * ring(fromMiddle) / ring(corner);
     return clamped((1.15 * (1.8 * progress - later) - size) / 0.15);
