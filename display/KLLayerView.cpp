@@ -5,6 +5,8 @@
 #include "Clock.h"
 #include "Coordinates.h"
 #include "KLImageCache.h"
+#include "LayerSurface.h"
+#include "OpenGLProbe.h"
 #include "Presentation.h"
 #include "SettingsKeys.h"
 #include "UserDefaults.h"
@@ -35,9 +37,9 @@ QRectF frameOf(QSizeF picture, QSizeF view, const QString& mode)
 
 } // namespace
 
-KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent)
-    : QWidget(parent), mDefaults(defaults), mCompositor(Compositor::create(clock, [this] { update(); })),
-      mCopies([this] { update(); }), mRenderer(mCopies)
+KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent, LayerDrawing drawing)
+    : QWidget(parent), mDefaults(defaults), mCompositor(Compositor::create(clock, [this] { redraw(); })),
+      mCopies([this] { redraw(); }), mRenderer(mCopies)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
     mBackgroundLayer = std::make_shared<Layer>(mCompositor);
@@ -47,11 +49,37 @@ KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent)
     mCursorLayer = addLayer();
     mCursorLayer->setZPosition(2.0);
     mCursorLayer->setLevel(LayerLevel::Front);
+    if (drawing == LayerDrawing::OpenGL || (drawing == LayerDrawing::ByProbe && hasHardwareOpenGL())) {
+        useOpenGL();
+    }
 }
 
 KLLayerView::~KLLayerView()
 {
     mCompositor->stop();
+    delete mLayerSurface; // while the copies that it draws from are there
+}
+
+void KLLayerView::useOpenGL()
+{
+    const auto frame = [this] { return LayerSurface::Frame{prepareFrame(), area()}; };
+    mLayerSurface = new LayerSurface(mCopies, frame, this);
+    mLayerSurface->lower();
+    connect(mLayerSurface, &LayerSurface::failed, this, [this] {
+        mLayerSurface->deleteLater();
+        mLayerSurface->hide();
+        mLayerSurface = nullptr;
+        update();
+    });
+}
+
+void KLLayerView::redraw()
+{
+    if (mLayerSurface) {
+        mLayerSurface->update();
+    } else {
+        update();
+    }
 }
 
 LayerPtr KLLayerView::addLayer()
@@ -226,15 +254,22 @@ void KLLayerView::prepareCopies()
     mCopies.setWanted(wanted, picturesIn(presentation(*mBackgroundLayer, mCompositor->now())));
 }
 
-void KLLayerView::paintEvent(QPaintEvent* /*event*/)
+DrawList KLLayerView::prepareFrame()
 {
     if (const QScreen* display = screen()) {
         mCompositor->setRefreshRate(display->refreshRate()); // the window may have moved
     }
     fitRootLayer();
     prepareCopies();
-    QPainter painter(this);
-    mRenderer.paint(painter, presentation(*mBackgroundLayer, mCompositor->now()), area());
+    return presentation(*mBackgroundLayer, mCompositor->now());
+}
+
+void KLLayerView::paintEvent(QPaintEvent* /*event*/)
+{
+    if (!mLayerSurface) {
+        QPainter painter(this);
+        mRenderer.paint(painter, prepareFrame(), area());
+    }
 }
 
 void KLLayerView::fitRootLayer()
@@ -245,6 +280,9 @@ void KLLayerView::fitRootLayer()
 void KLLayerView::resizeEvent(QResizeEvent* /*event*/)
 {
     fitRootLayer();
+    if (mLayerSurface) {
+        mLayerSurface->setGeometry(rect());
+    }
 }
 
 } // namespace frameflow

@@ -11,7 +11,16 @@
 
 namespace frameflow {
 
+class LayerSurface;
 class UserDefaults;
+
+// Who draws the layers of a view.
+enum class LayerDrawing
+{
+    ByProbe, // the graphics processor, where there is one
+    Raster, // this program
+    OpenGL, // only where probeOpenGL() works
+};
 
 // What the slide view tells its controller.
 class KLImageDisplayDelegate
@@ -29,8 +38,9 @@ class KLLayerView : public QWidget, public AnimationDelegate
     Q_OBJECT
 
 public:
-    // Settings and clock outlive the view.
-    KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent = nullptr);
+    // Settings and clock outlive the view. Where OpenGL fails later, the view goes on without.
+    KLLayerView(
+        UserDefaults& defaults, Clock& clock, QWidget* parent = nullptr, LayerDrawing drawing = LayerDrawing::ByProbe);
     ~KLLayerView() override;
 
     // Not owned; null for none.
@@ -87,6 +97,8 @@ public:
     const KLImagePtr& currentImage() const { return mCurrentImage; }
     const KLImagePtr& previousImage() const { return mPreviousImage; }
     Compositor& compositor() const { return *mCompositor; }
+    // Null where the view draws its layers itself.
+    LayerSurface* layerSurface() const { return mLayerSurface; }
     // Whether a sharper picture than the one drawn is being made.
     bool isSharpening() const { return mCopies.isReducing(); }
 
@@ -96,6 +108,23 @@ public:
     void transitionNone(const LayerPtr& from, const LayerPtr& to);
     void transitionCrossFade(const LayerPtr& from, const LayerPtr& to);
     void transitionFastCross(const LayerPtr& from, const LayerPtr& to);
+    void transitionHorizontalFlip(const LayerPtr& from, const LayerPtr& to);
+    void transitionHorizontalFlipBack(const LayerPtr& from, const LayerPtr& to);
+    // Stored under no title.
+    void transitionPush_BuildIn(const LayerPtr& from, const LayerPtr& to);
+    void transitionRotate(const LayerPtr& from, const LayerPtr& to);
+    void transitionRotateLeft(const LayerPtr& from, const LayerPtr& to);
+    void transitionRotateRight(const LayerPtr& from, const LayerPtr& to);
+    void transitionShrink(const LayerPtr& from, const LayerPtr& to);
+    void transitionExpand(const LayerPtr& from, const LayerPtr& to);
+    void transitionSlide(const LayerPtr& from, const LayerPtr& to);
+    void transitionSlideBack(const LayerPtr& from, const LayerPtr& to);
+    void transitionBarSwipe(const LayerPtr& from, const LayerPtr& to);
+    void transitionMod(const LayerPtr& from, const LayerPtr& to);
+    void transitionSwipe(const LayerPtr& from, const LayerPtr& to);
+    void transitionTest(const LayerPtr& from, const LayerPtr& to);
+    // The next of eleven transitions in turn; the turn is one for all views of the process.
+    void transitionAll(const LayerPtr& from, const LayerPtr& to);
 
     void animationDidStart(const AnimationPtr& animation) override;
     void animationDidStop(const AnimationPtr& animation, bool finished) override;
@@ -106,6 +135,10 @@ protected:
 
 private:
     LayerPtr addLayer();
+    void useOpenGL();
+    void redraw();
+    // What is to be drawn now; has everything ready for that.
+    DrawList prepareFrame();
     KLImagePtr imageOfLayer(const LayerPtr& layer) const;
     ViewArea area() const;
     QString fitMode() const;
@@ -116,11 +149,18 @@ private:
     void prepareZoom();
     void animate(KeyPath keyPath, double from, double to, const QString& key);
     void fade(const LayerPtr& from, const LayerPtr& to, Duration duration);
+    AnimationPtr filter(const char* name, Duration duration, const QRectF& extent = {});
+    // Puts the first directly above the second, both at z-position 0.
+    void putFlat(const LayerPtr& layer, const LayerPtr& above);
+    AnimationPtr change(KeyPath keyPath, double from, double to, Duration duration, Curve curve);
+    // Both layers half a turn about their lower left corners: from to that angle, to from that angle.
+    void rotate(const LayerPtr& from, const LayerPtr& to, float fromAngle, float toAngle, const QString& key);
 
     UserDefaults& mDefaults;
     std::shared_ptr<Compositor> mCompositor;
     ReducedCopies mCopies;
     RasterRenderer mRenderer;
+    LayerSurface* mLayerSurface = nullptr; // a child of the view
 
     LayerPtr mBackgroundLayer;
     LayerPtr mCurrentLayer;

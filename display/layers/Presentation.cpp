@@ -15,7 +15,27 @@ struct Surroundings
     QTransform toView;
     double opacity = 1;
     double viewWidth = 0;
+    bool movesInX = false;
+    bool movesInY = false;
 };
+
+bool isOfX(KeyPath keyPath)
+{
+    return keyPath == KeyPath::BoundsSizeWidth || keyPath == KeyPath::PositionX;
+}
+
+bool isOfY(KeyPath keyPath)
+{
+    return keyPath == KeyPath::BoundsSizeHeight || keyPath == KeyPath::PositionY;
+}
+
+bool isMoving(const Layer& layer, TimePoint now, bool (*isOfAxis)(KeyPath))
+{
+    return std::any_of(layer.runs().begin(), layer.runs().end(), [&](const auto& run) {
+        const auto* change = std::get_if<PropertyChange>(&run->animation->effect);
+        return change && isOfAxis(change->keyPath) && run->progressAt(now);
+    });
+}
 
 void applyChange(LayerValues& values, const PropertyChange& change, double progress)
 {
@@ -66,6 +86,7 @@ DrawList moved(DrawList items, double dx)
             item.mix = std::move(mix);
         } else {
             item.toView *= QTransform::fromTranslate(dx, 0);
+            item.movesInX = true;
         }
     }
     return items;
@@ -139,13 +160,16 @@ DrawList presentedLayer(const Layer& layer, TimePoint now, const Surroundings& a
     const LayerValues values = presentedValues(layer, now);
     const QTransform toView = values.toSuperlayer() * around.toView;
     const double opacity = std::clamp(values.opacity, 0.0, 1.0) * around.opacity;
+    const bool movesInX = around.movesInX || isMoving(layer, now, isOfX);
+    const bool movesInY = around.movesInY || isMoving(layer, now, isOfY);
     DrawList items;
     if (opacity > 0) {
         if (!values.contents.isNull()) {
-            items.push_back({values.contents, values.bounds, toView, opacity, nullptr});
+            items.push_back({values.contents, values.bounds, toView, opacity, nullptr, movesInX, movesInY});
         }
         for (const Layer* sublayer : drawingOrder(layer)) {
-            for (DrawItem& item : presentedLayer(*sublayer, now, {toView, opacity, around.viewWidth})) {
+            const Surroundings within{toView, opacity, around.viewWidth, movesInX, movesInY};
+            for (DrawItem& item : presentedLayer(*sublayer, now, within)) {
                 items.push_back(std::move(item));
             }
         }
@@ -177,7 +201,9 @@ LayerValues presentedValues(const Layer& layer, TimePoint now)
 
 DrawList presentation(const Layer& root, TimePoint now)
 {
-    return presentedLayer(root, now, {QTransform(), 1, root.bounds().width()});
+    Surroundings around;
+    around.viewWidth = root.bounds().width();
+    return presentedLayer(root, now, around);
 }
 
 DrawList captured(const Layer& layer, TimePoint now)

@@ -16,6 +16,9 @@ struct DrawItem
     QTransform toView; // from the bounds' coordinates to the view's, y up
     double opacity = 1;
     std::shared_ptr<const MixDraw> mix; // null for a picture
+    // Whether the picture is on its way along an axis. There it is drawn between pixels, elsewhere on whole ones.
+    bool movesInX = false;
+    bool movesInY = false;
 };
 
 using DrawList = std::vector<DrawItem>;

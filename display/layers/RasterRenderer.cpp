@@ -1,35 +1,13 @@
 #include "RasterRenderer.h"
 
-#include "Mixing.h"
+#include "Placement.h"
 #include "ReducedCopies.h"
 
 #include <QPainter>
 
 #include <algorithm>
-#include <cmath>
 
 namespace frameflow {
-
-namespace {
-
-// The pixels of a picture that stands upright; absent where it is turned, squeezed or out of all measure.
-std::optional<QRect> uprightPixels(const DrawItem& item, const ViewArea& area)
-{
-    const QTransform& map = item.toView;
-    const bool isUpright = map.m11() == 1 && map.m22() == 1 && map.m12() == 0 && map.m21() == 0;
-    return isUpright ? pixelRect(item.bounds.translated(map.dx(), map.dy()), area) : std::nullopt;
-}
-
-bool hidesEverything(const DrawItem& item, const ViewArea& area)
-{
-    if (item.mix || item.opacity < 1 || item.picture.hasAlphaChannel()) {
-        return false;
-    }
-    const auto pixels = uprightPixels(item, area);
-    return pixels && pixels->contains(QRect(QPoint(), area.pixels()));
-}
-
-} // namespace
 
 void RasterRenderer::paint(QPainter& painter, const DrawList& items, const ViewArea& area)
 {
@@ -71,63 +49,59 @@ void RasterRenderer::paintItem(QPainter& painter, const DrawItem& item, const Vi
 void RasterRenderer::paintPicture(QPainter& painter, const DrawItem& item, const ViewArea& area) const
 {
     painter.setOpacity(std::clamp(item.opacity, 0.0, 1.0));
-    const QTransform& map = item.toView;
-    if (map.m12() == 0 && map.m21() == 0 && map.m11() == 1 && map.m22() == 1) {
-        if (const auto frame = uprightPixels(item, area)) {
-            paintUpright(painter, item, *frame, area);
-        }
-    } else {
-        paintTurned(painter, item, area);
+    const Placement place = placementOf(item, area);
+    switch (place.kind) {
+    case Placement::Kind::Nowhere:
+        break;
+    case Placement::Kind::Upright:
+        paintUpright(painter, item, place, area);
+        break;
+    case Placement::Kind::Turned:
+        paintTurned(painter, item, place);
+        break;
     }
 }
 
 void RasterRenderer::paintUpright(
-    QPainter& painter, const DrawItem& item, const QRect& frame, const ViewArea& area) const
+    QPainter& painter, const DrawItem& item, const Placement& place, const ViewArea& area) const
 {
-    const QRect visible = frame & QRect(QPoint(), area.pixels());
-    if (visible.isEmpty()) {
-        return;
-    }
-    const QImage picture = mCopies.drawable(item.picture, frame.size());
-    const QRect part = visible.translated(-frame.topLeft());
-    if (picture.size() == frame.size()) {
-        painter.drawImage(visible.topLeft(), picture, part);
+    const QImage picture = mCopies.drawable(item.picture, place.pixels);
+    if (place.isWhole() && picture.size() == place.pixels) {
+        const QRect frame = place.rect.toRect();
+        const QRect visible = frame & QRect(QPoint(), area.pixels());
+        if (!visible.isEmpty()) {
+            painter.drawImage(visible.topLeft(), picture, visible.translated(-frame.topLeft()));
+        }
         return;
     }
     // Only what is visible is looked at: frames can be far larger than what drawing can count.
-    const double x = static_cast<double>(picture.width()) / frame.width();
-    const double y = static_cast<double>(picture.height()) / frame.height();
+    const VisiblePart part = visiblePart(place.rect, picture.size(), area);
+    if (part.pixels.isEmpty()) {
+        return;
+    }
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawImage(
-        QRectF(visible), picture, QRectF(part.x() * x, part.y() * y, part.width() * x, part.height() * y));
+    painter.setRenderHint(QPainter::Antialiasing, !place.isWhole());
+    // QPainter moves a picture of the right size to whole pixels; one that is stretched ever so little it does not.
+    constexpr double stretch = 1e-6;
+    painter.drawImage(part.pixels, picture, part.ofPicture.adjusted(0, 0, -stretch, -stretch));
 }
 
-void RasterRenderer::paintTurned(QPainter& painter, const DrawItem& item, const ViewArea& area) const
+void RasterRenderer::paintTurned(QPainter& painter, const DrawItem& item, const Placement& place) const
 {
-    const QSizeF size = item.bounds.size() * area.pixelsPerPoint;
-    constexpr double limit = 30000; // pixels a side; QPainter's fixed-point numbers end a little above
-    if (!(size.width() > 0 && size.width() < limit && size.height() > 0 && size.height() < limit)) {
-        return;
-    }
-    // Seen from the side it is thinner than anything that can be drawn, and its map cannot be inverted.
-    if (!(std::abs(item.toView.determinant()) * std::min(size.width(), size.height()) > 0.02)) {
-        return;
-    }
-    const QImage picture = mCopies.drawable(item.picture, size.toSize().expandedTo(QSize(1, 1)));
+    const QImage picture = mCopies.drawable(item.picture, place.pixels);
     // From the picture's pixels, y down, to its bounds, y up.
     const QTransform toBounds(item.bounds.width() / picture.width(), 0, 0, -item.bounds.height() / picture.height(),
         item.bounds.x(), item.bounds.y() + item.bounds.height());
     painter.save();
     painter.setRenderHints(QPainter::SmoothPixmapTransform | QPainter::Antialiasing);
-    painter.setTransform(toBounds * item.toView * layersToPixels(area), true);
+    painter.setTransform(toBounds * place.toPixels, true);
     painter.drawImage(QRectF(picture.rect()), picture, QRectF(picture.rect()));
     painter.restore();
 }
 
 void RasterRenderer::paintMix(QPainter& painter, const MixDraw& mix, const ViewArea& area)
 {
-    const MixFunction function = mixFunctionFor(mix.effect);
-    if (!function) {
+    if (!canMix(mix.effect)) {
         for (const DrawItem& item : mix.target) {
             paintItem(painter, item, area);
         }
@@ -136,20 +110,40 @@ void RasterRenderer::paintMix(QPainter& painter, const MixDraw& mix, const ViewA
     QImage source = drawn(mix.source, area);
     QImage target = drawn(mix.target, area);
     QImage result = takeBuffer(area.pixels());
-    function(result, source, target, mix, area);
+    mMixer.mix(result, source, target, mix, area);
     painter.setOpacity(1);
     painter.drawImage(QPoint(), result);
     for (QImage* buffer : {&source, &target, &result}) {
-        mSpareBuffers.push_back(std::move(*buffer));
+        giveBack(std::move(*buffer));
     }
 }
 
 QImage RasterRenderer::drawn(const DrawList& items, const ViewArea& area)
 {
+    if (items.empty()) {
+        return {};
+    }
+    if (QImage picture = wholePicture(items, area); !picture.isNull()) {
+        return picture;
+    }
     QImage image = takeBuffer(area.pixels());
     QPainter painter(&image);
     paintOver(Qt::transparent, painter, items, area);
     return image;
+}
+
+QImage RasterRenderer::wholePicture(const DrawList& items, const ViewArea& area) const
+{
+    const DrawItem& item = items.front();
+    if (items.size() > 1 || !hidesEverything(item, area)) {
+        return {};
+    }
+    const Placement place = placementOf(item, area);
+    if (place.rect != QRectF(QPointF(), area.pixels())) {
+        return {};
+    }
+    QImage picture = mCopies.drawable(item.picture, place.pixels);
+    return picture.size() == place.pixels && picture.format() == QImage::Format_RGB32 ? picture : QImage();
 }
 
 QImage RasterRenderer::takeBuffer(QSize pixels)
@@ -163,6 +157,13 @@ QImage RasterRenderer::takeBuffer(QSize pixels)
         }
     }
     return QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+}
+
+void RasterRenderer::giveBack(QImage buffer)
+{
+    if (buffer.format() == QImage::Format_ARGB32_Premultiplied) {
+        mSpareBuffers.push_back(std::move(buffer));
+    }
 }
 
 } // namespace frameflow
