@@ -5,6 +5,7 @@
 #include "Clock.h"
 #include "Coordinates.h"
 #include "KLImageCache.h"
+#include "MoviePlayerView.h"
 #include "Presentation.h"
 #include "SettingsKeys.h"
 #include "UserDefaults.h"
@@ -36,7 +37,7 @@ QRectF frameOf(QSizeF picture, QSizeF view, const QString& mode)
 } // namespace
 
 KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent)
-    : QWidget(parent), mDefaults(defaults), mCompositor(Compositor::create(clock, [this] { update(); })),
+    : QWidget(parent), mDefaults(defaults), mClock(clock), mCompositor(Compositor::create(clock, [this] { update(); })),
       mCopies([this] { update(); }), mRenderer(mCopies)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -51,6 +52,7 @@ KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent)
 
 KLLayerView::~KLLayerView()
 {
+    removeMovie();
     mCompositor->stop();
 }
 
@@ -81,6 +83,16 @@ void KLLayerView::setImage(const KLImagePtr& image, bool forward)
 {
     mImageOK = true;
     fitRootLayer();
+    if (mMovieActive) {
+        mCurrentImage = image;
+        mCurrentLayer->setOpacity(1.0);
+        resetLayer(mCurrentLayer);
+        displayLayer(mCurrentLayer);
+        prepareCopies();
+        removeMovie();
+        mRemoveMovieLayer = true;
+        return;
+    }
     if (mCurrentImage) {
         swapImageLayers();
         resetLayer(mPreviousLayer);
@@ -107,6 +119,10 @@ void KLLayerView::clearImage()
     mPreviousLayer->setOpacity(0.0);
     mPreviousLayer->setContents(QImage());
     prepareCopies();
+    if (mMovieActive) {
+        removeMovie();
+        mRemoveMovieLayer = false;
+    }
 }
 
 void KLLayerView::refresh()
@@ -121,7 +137,11 @@ void KLLayerView::refresh()
 
 void KLLayerView::updateFitMode()
 {
-    mCurrentLayer->setFrame(rectForImage(mCurrentImage));
+    if (mMovieActive) {
+        mAVPlayerView->setFrame(rectForMovie(mAVPlayer));
+    } else {
+        mCurrentLayer->setFrame(rectForImage(mCurrentImage));
+    }
 }
 
 QRectF KLLayerView::rectForLayer(const LayerPtr& layer) const
@@ -141,7 +161,12 @@ QRectF KLLayerView::rectForImage(const KLImagePtr& image) const
     if (!image && isFittedByShape(mode)) {
         return {};
     }
-    return frameOf(image ? image->uprightSize() : QSizeF(), size(), mode);
+    return frameFor(image ? image->uprightSize() : QSizeF());
+}
+
+QRectF KLLayerView::frameFor(QSizeF picture) const
+{
+    return frameOf(picture, size(), fitMode());
 }
 
 FrameRule KLLayerView::frameRule() const
@@ -207,6 +232,11 @@ void KLLayerView::animationDidStop(const AnimationPtr& animation, bool /*finishe
     if (animation == mDriftAnimation) {
         mDriftAnimation = nullptr;
     }
+    if (mRemoveMovieLayer) {
+        hideMovieView();
+        mRemoveMovieLayer = false;
+    }
+    Q_EMIT animationEnded();
 }
 
 ViewArea KLLayerView::area() const

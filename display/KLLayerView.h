@@ -4,6 +4,7 @@
 #include "Compositor.h"
 #include "KLImage.h"
 #include "Layer.h"
+#include "MoviePlayer.h"
 #include "RasterRenderer.h"
 #include "ReducedCopies.h"
 
@@ -11,6 +12,7 @@
 
 namespace frameflow {
 
+class MoviePlayerView;
 class UserDefaults;
 
 // What the slide view tells its controller.
@@ -22,7 +24,7 @@ public:
 };
 
 // The view that fills the slideshow window and shows the current slide: two image layers that change roles at every
-// slide, and a layer for the custom cursor above them. Rectangles of layers are in points, origin at the lower left of
+// slide, a view above them for a slide that is a movie, and a layer for the custom cursor. Rectangles of layers are in points, origin at the lower left of
 // the view, y up. Main thread only. Settings are read whenever they are needed.
 class KLLayerView : public QWidget, public AnimationDelegate
 {
@@ -49,7 +51,17 @@ public:
     void refresh();
     void updateFitMode();
 
-    // Enlarge the slide by half, show it at one point a pixel, and return to the fitted frame, each in a second during
+    // Shows a movie, without a transition, in place of the picture, and plays it. Without one the picture is hidden and
+    // nothing else is shown. A picture that is shown afterwards takes its place, likewise without a transition.
+    void showMovie(const MoviePlayerPtr& player, bool forward);
+    bool isMovieActive() const { return mMovieActive; }
+    // Whether the movie's view is to be hidden, once more, at the next end of an animation.
+    bool removesMovieLayer() const { return mRemoveMovieLayer; }
+    const MoviePlayerPtr& moviePlayer() const { return mAVPlayer; }
+    // Made for the first movie; null before.
+    MoviePlayerView* moviePlayerView() const { return mAVPlayerView; }
+
+    // These do nothing while a movie is shown, but for the drift. Enlarge the slide by half, show it at one point a pixel, and return to the fitted frame, each in a second during
     // which the view is busy.
     void zoomIn();
     void zoomOne();
@@ -67,6 +79,9 @@ public:
     QRectF rectForLayer(const LayerPtr& layer) const;
     // By the fit mode; for no image the zero rectangle, or the view's bounds where the mode stretches.
     QRectF rectForImage(const KLImagePtr& image) const;
+
+    // By the fit mode; the view's bounds for what has no picture.
+    QRectF rectForMovie(const MoviePlayerPtr& player) const;
 
     // On which device pixels a picture would be shown now. The rule stays as it is when view or settings change.
     FrameRule frameRule() const;
@@ -100,6 +115,12 @@ public:
     void animationDidStart(const AnimationPtr& animation) override;
     void animationDidStop(const AnimationPtr& animation, bool finished) override;
 
+Q_SIGNALS:
+    // The view is not busy any more.
+    void animationEnded();
+    // The pointer has not been moved over a movie for a while.
+    void pointerRested();
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -109,15 +130,19 @@ private:
     KLImagePtr imageOfLayer(const LayerPtr& layer) const;
     ViewArea area() const;
     QString fitMode() const;
+    QRectF frameFor(QSizeF picture) const;
     // Gives the root layer the view's bounds. A view that is not shown yet is told late of its size.
     void fitRootLayer();
     // Has the pictures of both image layers ready in the size of their frames.
     void prepareCopies();
+    void removeMovie();
+    void hideMovieView();
     void prepareZoom();
     void animate(KeyPath keyPath, double from, double to, const QString& key);
     void fade(const LayerPtr& from, const LayerPtr& to, Duration duration);
 
     UserDefaults& mDefaults;
+    Clock& mClock;
     std::shared_ptr<Compositor> mCompositor;
     ReducedCopies mCopies;
     RasterRenderer mRenderer;
@@ -128,6 +153,10 @@ private:
     bool mImageOK = false;
     LayerPtr mPreviousLayer;
     KLImagePtr mPreviousImage;
+    bool mMovieActive = false;
+    bool mRemoveMovieLayer = false;
+    MoviePlayerPtr mAVPlayer; // closed once its movie has been left
+    MoviePlayerView* mAVPlayerView = nullptr; // a child
     LayerPtr mCursorLayer;
     bool mZoom = false;
     bool mTransitionInProgress = false;
