@@ -71,7 +71,7 @@ void MoviePlayer::play()
     if (mLast.isAtEnd) {
         mEngine->seek(0, MovieEngine::Seek::Exact);
     }
-    mEngine->setPaused(false);
+    mEngine->setPaused(mIsScrubbing);
     mIsPlaying = true;
     Q_EMIT stateChanged();
 }
@@ -101,6 +101,22 @@ void MoviePlayer::seek(double seconds, MovieEngine::Seek how)
 {
     if (mEngine && std::isfinite(seconds)) {
         mEngine->seek(std::max(0.0, seconds), how);
+    }
+}
+
+void MoviePlayer::beginScrubbing()
+{
+    mIsScrubbing = true;
+    if (mEngine) {
+        mEngine->setPaused(true);
+    }
+}
+
+void MoviePlayer::endScrubbing()
+{
+    mIsScrubbing = false;
+    if (mEngine) {
+        mEngine->setPaused(!mIsPlaying);
     }
 }
 
@@ -164,7 +180,8 @@ void MoviePlayer::update()
     if (now.hasBegun && !before.hasBegun) {
         Q_EMIT began();
     }
-    const bool hasEnded = now.timesEnded != before.timesEnded;
+    // An end that is found by hand is none.
+    const bool hasEnded = now.timesEnded != before.timesEnded && mIsPlaying && !mIsScrubbing;
     const bool failsNow = now.hasFailed && !before.hasFailed;
     const bool stops = mIsPlaying && (hasEnded || failsNow);
     mIsPlaying = mIsPlaying && !stops;

@@ -43,6 +43,9 @@ public:
     double position() const;
     double duration() const; // 0 where it is not known
     void seek(double seconds, MovieEngine::Seek how);
+    // While somebody looks for a place in it, it stands still without being paused.
+    void beginScrubbing();
+    void endScrubbing();
     // One frame on or back, pausing.
     void step(bool forward);
     // 0 to 1.
@@ -86,6 +89,7 @@ private:
     MovieState mLast; // told already
     quint64 mFramesTold = 0;
     bool mIsPlaying = false;
+    bool mIsScrubbing = false;
 };
 
 } // namespace frameflow

@@ -1,11 +1,15 @@
 #include "MoviePlayerView.h"
 
 #include "Clock.h"
+#include "MovieControls.h"
 #include "SoundPicture.h"
 
-#include <QEvent>
+#include <QCursor>
+#include <QKeyEvent>
 #include <QPaintEvent>
 #include <QPainter>
+
+#include <utility>
 
 namespace frameflow {
 
@@ -30,6 +34,9 @@ void MoviePlayerView::setPlayer(const MoviePlayerPtr& player)
     if (mPlayer) {
         connect(mPlayer.get(), &MoviePlayer::frameChanged, this, [this] { update(); });
         setAccessibleName(QString::fromUtf8(mPlayer->url().fileName()));
+    }
+    if (mControls && !isHidden()) {
+        mControls->setPlayer(mPlayer);
     }
     place();
     update();
@@ -97,13 +104,82 @@ void MoviePlayerView::paintMovie(QPainter& painter) const
     }
 }
 
-void MoviePlayerView::setControlsStyle(MovieControlsStyle /*style*/)
+// ---- Its controls
+
+void MoviePlayerView::setControlsStyle(MovieControlsStyle style)
 {
+    delete mControls;
+    if (style == MovieControlsStyle::Floating) {
+        mControls = new MovieControls(mClock, parentWidget());
+        mControls->setPlayer(isVisible() ? mPlayer : nullptr);
+        connect(mControls, &MovieControls::concealed, this, &MoviePlayerView::controlsHidden);
+    }
+}
+
+MovieControls* MoviePlayerView::controls() const
+{
+    return mControls;
 }
 
 void MoviePlayerView::lowerBelowSiblings()
 {
     lower();
+    if (mControls) {
+        mControls->raise();
+    }
+}
+
+void MoviePlayerView::showEvent(QShowEvent* /*event*/)
+{
+    mPointer = QCursor::pos();
+    if (mControls) {
+        mControls->setPlayer(mPlayer);
+    }
+}
+
+void MoviePlayerView::hideEvent(QHideEvent* event)
+{
+    if (mControls && !event->spontaneous()) {
+        mControls->setPlayer(nullptr);
+    }
+}
+
+// What happens to the slide view while the movie is on it.
+bool MoviePlayerView::eventFilter(QObject* object, QEvent* event)
+{
+    if (!mControls || isHidden() || object != parentWidget()) {
+        return QWidget::eventFilter(object, event);
+    }
+    switch (event->type()) {
+    case QEvent::MouseMove:
+        if (std::exchange(mPointer, static_cast<QMouseEvent*>(event)->globalPosition().toPoint()) != mPointer) {
+            mControls->reveal();
+        }
+        break;
+    case QEvent::Resize:
+        place();
+        mControls->place();
+        break;
+    case QEvent::KeyPress:
+        return keyPressed(*static_cast<QKeyEvent*>(event));
+    default:
+        break;
+    }
+    return QWidget::eventFilter(object, event);
+}
+
+// Tab leads to the controls. True for a key that is not to go any further.
+bool MoviePlayerView::keyPressed(const QKeyEvent& event)
+{
+    if (event.key() == Qt::Key_Tab && event.modifiers() == Qt::NoModifier) {
+        mControls->focusFirst();
+        return true;
+    }
+    if (event.key() == Qt::Key_Backtab) {
+        mControls->focusLast();
+        return true;
+    }
+    return false;
 }
 
 } // namespace frameflow

@@ -36,7 +36,7 @@ public:
     QRectF frame() const { return mFrame; }
     void setControlsStyle(MovieControlsStyle style);
     // Null without controls.
-    MovieControls* controls() const { return mControls; }
+    MovieControls* controls() const;
     // Below all its siblings, but for its controls, which are above them.
     void lowerBelowSiblings();
 
@@ -46,18 +46,23 @@ Q_SIGNALS:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
     ViewArea area() const;
     void place();
     void paintMovie(QPainter& painter) const;
+    bool keyPressed(const QKeyEvent& event);
 
     Clock& mClock;
     MoviePlayerPtr mPlayer;
     QRectF mFrame;
     QRect mFramePixels; // of the whole movie, in device pixels of the parent; empty when no screen can show it
     QRect mVisiblePixels; // what of it lies inside the parent
-    MovieControls* mControls = nullptr;
+    QPointer<MovieControls> mControls; // a sibling
+    QPoint mPointer; // where it was when it was last seen
 };
 
 } // namespace frameflow

@@ -125,7 +125,7 @@ private:
     mutable std::mutex mMutex; // for what follows
     MovieState mState;
     std::vector<Command> mCommands;
-    const MpvLibrary* mLibrary = nullptr; // while there is a handle
+    const MpvLibrary* mLibrary = nullptr; // while there is a handle; changed by the engine's own thread alone
     mpv_handle* mHandle = nullptr;
     bool mIsUnwanted = false;
 };
@@ -258,9 +258,17 @@ void MovieEngine::State::handle(const mpv_event& event)
     case MPV_EVENT_PROPERTY_CHANGE:
         handle(event.reply_userdata, *static_cast<mpv_event_property*>(event.data));
         break;
-    case MPV_EVENT_PLAYBACK_RESTART:
-        change([](MovieState& state) { state.hasBegun = true; });
+    case MPV_EVENT_PLAYBACK_RESTART: {
+        // It may have been sought from one end to another.
+        int isAtEnd = 0;
+        mLibrary->getProperty(mHandle, "eof-reached", MPV_FORMAT_FLAG, &isAtEnd);
+        change([&](MovieState& state) {
+            state.hasBegun = true;
+            state.isAtEnd = isAtEnd != 0;
+            state.timesEnded += isAtEnd;
+        });
         break;
+    }
     case MPV_EVENT_END_FILE:
         mDrawing.freeze();
         // As its last frame is kept, a movie that is whole does not get here.

@@ -13,6 +13,7 @@ struct MpvLibrary
     decltype(&mpv_terminate_destroy) terminateDestroy;
     decltype(&mpv_set_option_string) setOptionString;
     decltype(&mpv_set_property) setProperty;
+    decltype(&mpv_get_property) getProperty;
     decltype(&mpv_observe_property) observeProperty;
     decltype(&mpv_command) command;
     decltype(&mpv_wait_event) waitEvent;
