@@ -19,6 +19,11 @@ namespace frameflow {
 
 namespace {
 
+// What is played, as the decoders know it. No play list is among them, and nothing that asks a network.
+constexpr char knownContainers[]
+    = "aac,ac3,aiff,amr,ape,asf,au,avi,bink,dsf,dts,dtshd,dv,eac3,flac,flic,flv,gsm,iff,m4v,matroska,mjpeg,mov,mp3,mpc,"
+      "mpc8,mpeg,mpegts,mpegvideo,mv,nsv,ogg,rm,smk,tta,vivo,voc,w64,wav,wv";
+
 using Option = std::pair<const char*, const char*>;
 
 // The file is all that is read: nothing that it points to, nothing that lies beside it, no settings of the library's
@@ -113,6 +118,7 @@ private:
     void play(const MpvLibrary& mpv);
     mpv_handle* begin(const MpvLibrary& mpv) const;
     bool serve(const MpvLibrary& mpv, mpv_handle* handle);
+    bool obey(const MpvLibrary& mpv, mpv_handle* handle);
     void handle(const mpv_event& event);
     void handle(uint64_t which, const mpv_event_property& property);
     template <typename Change>
@@ -191,6 +197,8 @@ void MovieEngine::State::play(const MpvLibrary& mpv)
             mLibrary = &mpv;
             mHandle = handle;
         }
+        // Whether it plays or is paused is to be known when it is loaded.
+        obey(mpv, handle);
         const QByteArray url = "fd://" + QByteArray::number(file);
         std::array<const char*, 3> load{"loadfile", url.constData(), nullptr};
         mpv.command(handle, load.data());
@@ -218,6 +226,10 @@ mpv_handle* MovieEngine::State::begin(const MpvLibrary& mpv) const
     for (const auto& [name, value] : options) {
         mpv.setOptionString(handle, name, value);
     }
+    // The length keeps its commas from being taken for the ends of settings.
+    const QByteArray containers(knownContainers);
+    const QByteArray only = "format_whitelist=%" + QByteArray::number(containers.size()) + '%' + containers;
+    mpv.setOptionString(handle, "demuxer-lavf-o", only.constData());
     if (!mSetup.container.isEmpty()) {
         mpv.setOptionString(handle, "demuxer-lavf-format", mSetup.container.constData());
     }
@@ -238,10 +250,16 @@ bool MovieEngine::State::serve(const MpvLibrary& mpv, mpv_handle* handle)
     if (event->event_id != MPV_EVENT_NONE) {
         this->handle(*event);
     }
+    return event->event_id != MPV_EVENT_SHUTDOWN && obey(mpv, handle);
+}
+
+// Carries out what was asked for meanwhile. False when nobody wants it any more.
+bool MovieEngine::State::obey(const MpvLibrary& mpv, mpv_handle* handle)
+{
     std::vector<Command> commands;
     {
         const std::lock_guard lock(mMutex);
-        if (mIsUnwanted || event->event_id == MPV_EVENT_SHUTDOWN) {
+        if (mIsUnwanted) {
             return false;
         }
         commands.swap(mCommands);
@@ -385,6 +403,11 @@ void MovieEngine::setTarget(const MovieTarget& target)
             mpv.setProperty(handle, "panscan", MPV_FORMAT_DOUBLE, &cropping);
         });
     }
+}
+
+QByteArray MovieEngine::containers()
+{
+    return knownContainers;
 }
 
 MovieState MovieEngine::state() const

@@ -75,6 +75,8 @@ public:
     MovieState state() const;
     MovieFrames& frames();
 
+    // The names of the types of files that are played, between commas.
+    static QByteArray containers();
     // Loads the player library in the background, ahead of the first movie.
     static void prepare();
     // Whether no movie can be played, as far as is known.

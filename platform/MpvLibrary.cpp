@@ -41,15 +41,19 @@ void saysNothing(const char* /*file*/, int /*line*/, const char* /*function*/, i
 {
 }
 
-// The sound library writes its troubles to the terminal: a machine without sound is no trouble.
-void quietSoundLibrary()
+// The libraries below the player write their troubles to the terminal: a machine without sound is none, and what is
+// wrong with a file is told otherwise.
+void quietLibraries(void* module)
 {
     using Handler = void (*)(const char*, int, const char*, int, const char*, ...);
-    if (void* const sound = dlopen("libasound.so.2", RTLD_NOW | RTLD_NOLOAD)) {
-        if (auto* const set = reinterpret_cast<int (*)(Handler)>(dlsym(sound, "snd_lib_error_set_handler"))) {
-            set(saysNothing);
-        }
-        dlclose(sound);
+    int (*setHandler)(Handler) = nullptr;
+    if (find(module, "snd_lib_error_set_handler", setHandler)) {
+        setHandler(saysNothing);
+    }
+    void (*setLevel)(int) = nullptr;
+    if (find(module, "av_log_set_level", setLevel)) {
+        constexpr int quiet = -8;
+        setLevel(quiet);
     }
 }
 
@@ -60,7 +64,7 @@ bool load(MpvLibrary& library)
     if (module == nullptr || !findAll(module, library)) {
         return false;
     }
-    quietSoundLibrary();
+    quietLibraries(module);
     return true;
 }
 
