@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QSignalBlocker>
 #include <QVariantAnimation>
 
@@ -297,6 +298,11 @@ void MovieControls::update()
     const QSignalBlocker silent(mPosition);
     mPosition->setRange(0, thousandths(mPlayer->duration()));
     mPosition->setEnabled(mPosition->maximum() > 0);
+    // So wide that nothing moves while the figures change.
+    const QString longest = QStringLiteral("\u2212") + timeText(mPlayer->duration()).replace(QRegularExpression(QStringLiteral("\\d")), QStringLiteral("0"));
+    for (QLabel* label : {mElapsed, mLeft}) {
+        label->setFixedWidth(label->fontMetrics().horizontalAdvance(longest) + 10);
+    }
     updatePosition();
     watchPosition();
 }

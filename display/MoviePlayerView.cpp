@@ -151,11 +151,13 @@ bool MoviePlayerView::eventFilter(QObject* object, QEvent* event)
         return QWidget::eventFilter(object, event);
     }
     switch (event->type()) {
-    case QEvent::MouseMove:
-        if (std::exchange(mPointer, static_cast<QMouseEvent*>(event)->globalPosition().toPoint()) != mPointer) {
+    case QEvent::MouseMove: {
+        const QPoint before = std::exchange(mPointer, static_cast<QMouseEvent*>(event)->globalPosition().toPoint());
+        if (mPointer != before) {
             mControls->reveal();
         }
         break;
+    }
     case QEvent::Resize:
         place();
         mControls->place();
