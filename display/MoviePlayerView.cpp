@@ -19,6 +19,7 @@ MoviePlayerView::MoviePlayerView(const QRectF& frame, Clock& clock, QWidget* par
     setObjectName(QStringLiteral("MoviePlayerView"));
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
+    parent->setMouseTracking(true);
     parent->installEventFilter(this);
     place();
 }
