@@ -255,7 +255,8 @@ void SlideController::makeScreenWindow()
     connect(mScreenWindow.get(), &SlideWindow::keyUnhandled, this, &SlideController::keyDown);
     connect(mScreenWindow.get(), &SlideWindow::closeRequested, this, &SlideController::cancel);
     connect(mScreenWindow.get(), &SlideWindow::resized, this, &SlideController::viewResized);
-    connect(mFullScreenView, &KLLayerView::pointerRested, mScreenWindow.get(), &SlideWindow::hidePointerUntilMouseMoves);
+    connect(
+        mFullScreenView, &KLLayerView::pointerRested, mScreenWindow.get(), &SlideWindow::hidePointerUntilMouseMoves);
     connect(mFullScreenView, &KLLayerView::animationEnded, this, [this] {
         if (const MoviePlayerPtr ended = std::exchange(mEndedWhileBusy, nullptr)) {
             movieDidEnd(ended);

@@ -24,8 +24,8 @@ public:
 };
 
 // The view that fills the slideshow window and shows the current slide: two image layers that change roles at every
-// slide, a view above them for a slide that is a movie, and a layer for the custom cursor. Rectangles of layers are in points, origin at the lower left of
-// the view, y up. Main thread only. Settings are read whenever they are needed.
+// slide, a view above them for a slide that is a movie, and a layer for the custom cursor. Rectangles of layers are in
+// points, origin at the lower left of the view, y up. Main thread only. Settings are read whenever they are needed.
 class KLLayerView : public QWidget, public AnimationDelegate
 {
     Q_OBJECT
@@ -61,8 +61,8 @@ public:
     // Made for the first movie; null before.
     MoviePlayerView* moviePlayerView() const { return mAVPlayerView; }
 
-    // These do nothing while a movie is shown, but for the drift. Enlarge the slide by half, show it at one point a pixel, and return to the fitted frame, each in a second during
-    // which the view is busy.
+    // These do nothing while a movie is shown, but for the drift. Enlarge the slide by half, show it at one point a
+    // pixel, and return to the fitted frame, each in a second during which the view is busy.
     void zoomIn();
     void zoomOne();
     void zoomOff();

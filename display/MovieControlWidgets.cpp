@@ -111,7 +111,8 @@ void paintFocus(QPainter& painter, const QRectF& rect)
 
 double fadeOf(const QWidget& control)
 {
-    const QVariant fade = control.parentWidget() != nullptr ? control.parentWidget()->property(fadeProperty) : QVariant();
+    const QVariant fade
+        = control.parentWidget() != nullptr ? control.parentWidget()->property(fadeProperty) : QVariant();
     return fade.isValid() ? fade.toDouble() : 1;
 }
 

@@ -101,8 +101,8 @@ void MovieControls::addWidgets()
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(12, 4, 12, 4);
     row->setSpacing(2);
-    for (QWidget* widget : std::initializer_list<QWidget*>{
-             mBack, mPlay, mForward, mElapsed, mPosition, mLeft, mMute, mVolume}) {
+    for (QWidget* widget :
+        std::initializer_list<QWidget*>{mBack, mPlay, mForward, mElapsed, mPosition, mLeft, mMute, mVolume}) {
         row->addWidget(widget, widget == mPosition ? 1 : 0);
         widget->installEventFilter(this);
     }
@@ -246,8 +246,8 @@ void MovieControls::place()
     mVolume->setVisible(hasAudio && width >= 460);
     mLeft->setVisible(width >= 300);
     mElapsed->setVisible(width >= 380);
-    setGeometry((area.width() - width) / 2, std::max(0, area.height() - heightOfAll - margin), std::max(width, 1),
-        heightOfAll);
+    setGeometry(
+        (area.width() - width) / 2, std::max(0, area.height() - heightOfAll - margin), std::max(width, 1), heightOfAll);
 }
 
 void MovieControls::paintEvent(QPaintEvent* /*event*/)
@@ -299,7 +299,8 @@ void MovieControls::update()
     mPosition->setRange(0, thousandths(mPlayer->duration()));
     mPosition->setEnabled(mPosition->maximum() > 0);
     // So wide that nothing moves while the figures change.
-    const QString longest = QStringLiteral("\u2212") + timeText(mPlayer->duration()).replace(QRegularExpression(QStringLiteral("\\d")), QStringLiteral("0"));
+    const QString longest = QStringLiteral("\u2212")
+        + timeText(mPlayer->duration()).replace(QRegularExpression(QStringLiteral("\\d")), QStringLiteral("0"));
     for (QLabel* label : {mElapsed, mLeft}) {
         label->setFixedWidth(label->fontMetrics().horizontalAdvance(longest) + 10);
     }
@@ -348,8 +349,7 @@ void MovieControls::seekTo(int position, MovieEngine::Seek how)
 void MovieControls::applyVolume()
 {
     const bool isSilent = mIsMuted || mVolume->value() == 0;
-    mMute->setMeaning(
-        isSilent ? MovieGlyph::Silence : MovieGlyph::Sound, mIsMuted ? tr("Turn Sound On") : tr("Mute"));
+    mMute->setMeaning(isSilent ? MovieGlyph::Silence : MovieGlyph::Sound, mIsMuted ? tr("Turn Sound On") : tr("Mute"));
     if (mPlayer) {
         mPlayer->setVolume(mVolume->value() / 100.0);
         mPlayer->setMuted(mIsMuted);

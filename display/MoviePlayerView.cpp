@@ -87,8 +87,7 @@ void MoviePlayerView::paintMovie(QPainter& painter) const
     const double scale = devicePixelRatioF();
     painter.translate(-QPointF(pos()));
     painter.scale(1 / scale, 1 / scale);
-    const QRect covered(
-        (QPointF(pos()) * scale).toPoint(), QSize(qRound(width() * scale), qRound(height() * scale)));
+    const QRect covered((QPointF(pos()) * scale).toPoint(), QSize(qRound(width() * scale), qRound(height() * scale)));
     if (!mVisiblePixels.contains(covered)) {
         painter.fillRect(covered, Qt::black);
     }

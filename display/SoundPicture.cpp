@@ -57,8 +57,7 @@ void paintShadow(QPainter& painter, const QRectF& rect, double radius)
     for (int i = steps; i > 0; --i) {
         const double out = reach * i / steps;
         painter.setBrush(QColor(0, 0, 0, 9));
-        painter.drawRoundedRect(
-            rect.adjusted(-out, -out * 0.6, out, out * 1.3), radius + out, radius + out);
+        painter.drawRoundedRect(rect.adjusted(-out, -out * 0.6, out, out * 1.3), radius + out, radius + out);
     }
 }
 
@@ -84,8 +83,7 @@ void paintCover(QPainter& painter, const QRectF& square, const QImage& cover)
     QPainterPath outline;
     outline.addRoundedRect(place, radius, radius);
     QBrush texture(cover.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    texture.setTransform(
-        QTransform::fromScale(place.width() / pixels.width(), place.height() / pixels.height())
+    texture.setTransform(QTransform::fromScale(place.width() / pixels.width(), place.height() / pixels.height())
         * QTransform::fromTranslate(place.left(), place.top()));
     painter.fillPath(outline, texture);
 }
@@ -95,7 +93,8 @@ void paintCover(QPainter& painter, const QRectF& square, const QImage& cover)
 void paintSoundPicture(QPainter& painter, QSizeF area, const QImage& cover, const QString& fileName)
 {
     const QRectF rect(QPointF(), area);
-    QRadialGradient ground(rect.center() - QPointF(0, area.height() * 0.1), std::hypot(area.width(), area.height()) / 2);
+    QRadialGradient ground(
+        rect.center() - QPointF(0, area.height() * 0.1), std::hypot(area.width(), area.height()) / 2);
     ground.setColorAt(0, QColor(34, 36, 42));
     ground.setColorAt(1, QColor(12, 13, 15));
     painter.fillRect(rect, ground);

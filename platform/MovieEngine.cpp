@@ -202,8 +202,7 @@ void MovieEngine::State::play(const MpvLibrary& mpv)
         const QByteArray url = "fd://" + QByteArray::number(file);
         std::array<const char*, 3> load{"loadfile", url.constData(), nullptr};
         mpv.command(handle, load.data());
-        while (serve(mpv, handle)) {
-        }
+        while (serve(mpv, handle)) { }
         const std::lock_guard lock(mMutex);
         mHandle = nullptr;
     }

@@ -1,4 +1,5 @@
 #include "MovieControls.h"
+
 #include "MoviePlayerView.h"
 #include "PlayedMovies.h"
 #include "ViewFixture.h"
@@ -77,7 +78,8 @@ private:
 void MovieControlsTest::initTestCase()
 {
     mFiles = std::make_unique<MovieFiles>();
-    QVERIFY(mFiles->make("long.mp4", MovieFiles::numbers() + ' ' + MovieFiles::sound() + " -c:v libx264 -g 25 -c:a aac"));
+    QVERIFY(
+        mFiles->make("long.mp4", MovieFiles::numbers() + ' ' + MovieFiles::sound() + " -c:v libx264 -g 25 -c:a aac"));
     QVERIFY(mFiles->make("silent.mkv", MovieFiles::numbers() + " -c:v ffv1 -t 2"));
     QVERIFY(mFiles->make("sound.mp3", MovieFiles::sound() + " -t 2"));
 }

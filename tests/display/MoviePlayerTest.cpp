@@ -420,10 +420,9 @@ void MoviePlayerTest::nothingThatAFilePointsToIsOpened_data()
         "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:2\n#EXTINF:1,\nTARGET\n#EXT-X-ENDLIST\n");
     QTest::newRow("a list of parts") << QByteArray("ffconcat version 1.0\nfile 'TARGET'\n");
     QTest::newRow("an edit list") << QByteArray("# mpv EDL v0\nTARGET\n");
-    QTest::newRow("a cue sheet") << QByteArray(
-        "FILE \"TARGET\" WAVE\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n");
-    QTest::newRow("a session") << QByteArray(
-        "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n");
+    QTest::newRow("a cue sheet") << QByteArray("FILE \"TARGET\" WAVE\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n");
+    QTest::newRow("a session") << QByteArray("v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video "
+                                             "5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n");
     QTest::newRow("a manifest") << QByteArray(
         "<?xml version=\"1.0\"?><MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\"><Period><AdaptationSet>"
         "<Representation id=\"1\"><BaseURL>TARGET</BaseURL></Representation></AdaptationSet></Period></MPD>");
