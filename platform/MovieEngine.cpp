@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include <malloc.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -78,6 +79,14 @@ struct Threads
     std::mutex mutex;
     std::condition_variable ended;
     int running = 0;
+
+    // Two movies at once take twice the memory, and may be heard together: a new one lets the one before end, unless
+    // that takes its time.
+    void waitForOlder()
+    {
+        std::unique_lock lock(mutex);
+        ended.wait_for(lock, std::chrono::milliseconds(300), [this] { return running <= 1; });
+    }
 
     static Threads& instance()
     {
@@ -330,8 +339,11 @@ MovieEngine::MovieEngine(Setup setup) : mState(std::make_shared<State>(std::move
     }
     const auto work = [state = mState, &threads]() mutable {
         pthread_setname_np(pthread_self(), "movie");
+        threads.waitForOlder();
         state->work();
         state.reset();
+        // What it leaves free lies between what stays: it would be kept.
+        malloc_trim(0);
         const std::lock_guard lock(threads.mutex);
         --threads.running;
         threads.ended.notify_all();
