@@ -153,7 +153,7 @@ void MoviePlayer::setTarget(const MovieTarget& target)
 
 QImage MoviePlayer::frame()
 {
-    const MoviePicture* const picture = mEngine ? mEngine->frames().newest() : nullptr;
+    const FramePicture* const picture = mEngine ? mEngine->frames().newest() : nullptr;
     return picture != nullptr
         ? QImage(picture->bytes(), picture->width(), picture->height(), picture->bytesPerLine(), QImage::Format_RGB32)
         : QImage();

@@ -17,7 +17,7 @@ mpv_render_param parameter(mpv_render_param_type type, void* value)
 
 } // namespace
 
-MovieDrawing::MovieDrawing(MovieFrames& frames, int rotation, std::function<void()> drawn)
+MovieDrawing::MovieDrawing(FrameExchange& frames, int rotation, std::function<void()> drawn)
     : mFrames(frames), mRotation(rotation), mDrawn(std::move(drawn))
 {
 }
@@ -120,7 +120,7 @@ void MovieDrawing::draw(const Work& work)
             return;
         }
     }
-    MoviePicture* const picture = mFrames.begin(work.target.width, work.target.height);
+    FramePicture* const picture = mFrames.begin(work.target.width, work.target.height);
     if (picture == nullptr) {
         passOver();
     } else if (render(*picture)) {
@@ -136,7 +136,7 @@ bool MovieDrawing::hasFrameNow() const
     return (info.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0;
 }
 
-bool MovieDrawing::render(MoviePicture& picture)
+bool MovieDrawing::render(FramePicture& picture)
 {
     const bool liesOnItsSide = mRotation % 180 != 0;
     const int width = liesOnItsSide ? picture.height() : picture.width();
@@ -144,7 +144,7 @@ bool MovieDrawing::render(MoviePicture& picture)
     if (mRotation != 0 && !mUnturned.resize(width, height)) {
         return false;
     }
-    MoviePicture& drawn = mRotation != 0 ? mUnturned : picture;
+    FramePicture& drawn = mRotation != 0 ? mUnturned : picture;
     std::array<int, 2> size{width, height};
     std::array<char, 5> format{"bgr0"}; // by the order of bytes
     auto bytesPerLine = static_cast<size_t>(drawn.bytesPerLine());
@@ -169,8 +169,8 @@ void MovieDrawing::passOver()
     int waits = 0;
     std::array<int, 2> size{1, 1};
     std::array<char, 5> format{"bgr0"};
-    size_t bytesPerLine = MoviePicture::alignment;
-    MoviePicture pixel;
+    size_t bytesPerLine = FramePicture::alignment;
+    FramePicture pixel;
     if (!pixel.resize(1, 1)) {
         return;
     }

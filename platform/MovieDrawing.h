@@ -13,7 +13,7 @@ class MovieDrawing
 {
 public:
     // The frames outlive it. "Drawn" is called after each frame, on the thread that draws.
-    MovieDrawing(MovieFrames& frames, int rotation, std::function<void()> drawn);
+    MovieDrawing(FrameExchange& frames, int rotation, std::function<void()> drawn);
     ~MovieDrawing();
     MovieDrawing(const MovieDrawing&) = delete;
     MovieDrawing& operator=(const MovieDrawing&) = delete;
@@ -39,17 +39,17 @@ private:
     void run();
     std::optional<Work> next();
     void draw(const Work& work);
-    bool render(MoviePicture& picture);
+    bool render(FramePicture& picture);
     void passOver();
     bool hasFrameNow() const;
 
-    MovieFrames& mFrames;
+    FrameExchange& mFrames;
     const int mRotation;
     const std::function<void()> mDrawn;
     const MpvLibrary* mMpv = nullptr;
     mpv_render_context* mContext = nullptr;
     std::thread mThread;
-    MoviePicture mUnturned; // for the thread that draws
+    FramePicture mUnturned; // for the thread that draws
     bool mHasFrame = false; // likewise: there is one that can be drawn anew
 
     std::mutex mMutex; // for what follows

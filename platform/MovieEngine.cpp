@@ -120,7 +120,7 @@ public:
     void end();
     void fail();
     MovieState state() const;
-    MovieFrames& frames() { return mFrames; }
+    FrameExchange& frames() { return mFrames; }
     MovieDrawing& drawing() { return mDrawing; }
 
 private:
@@ -134,7 +134,7 @@ private:
     void change(Change change);
 
     const Setup mSetup;
-    MovieFrames mFrames;
+    FrameExchange mFrames;
     MovieDrawing mDrawing;
 
     mutable std::mutex mMutex; // for what follows
@@ -426,7 +426,7 @@ MovieState MovieEngine::state() const
     return mState->state();
 }
 
-MovieFrames& MovieEngine::frames()
+FrameExchange& MovieEngine::frames()
 {
     return mState->frames();
 }

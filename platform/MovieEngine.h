@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MovieFrames.h"
+#include "FrameExchange.h"
 
 #include <QByteArray>
 
@@ -73,7 +73,7 @@ public:
     void setTarget(const MovieTarget& target);
 
     MovieState state() const;
-    MovieFrames& frames();
+    FrameExchange& frames();
 
     // The names of the types of files that are played, between commas.
     static QByteArray containers();

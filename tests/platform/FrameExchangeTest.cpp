@@ -1,4 +1,4 @@
-#include "MovieFrames.h"
+#include "FrameExchange.h"
 
 #include <QTest>
 
@@ -12,7 +12,7 @@ namespace {
 constexpr quint32 mark = 0x102030;
 
 // Every pixel tells its place.
-void fill(MoviePicture& picture)
+void fill(FramePicture& picture)
 {
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
@@ -21,14 +21,14 @@ void fill(MoviePicture& picture)
     }
 }
 
-void fillAll(MoviePicture& picture, quint32 value)
+void fillAll(FramePicture& picture, quint32 value)
 {
     for (int y = 0; y < picture.height(); ++y) {
         std::fill(picture.line(y), picture.line(y) + picture.width(), value);
     }
 }
 
-bool isAll(const MoviePicture& picture, quint32 value)
+bool isAll(const FramePicture& picture, quint32 value)
 {
     for (int y = 0; y < picture.height(); ++y) {
         if (std::any_of(picture.line(y), picture.line(y) + picture.width(),
@@ -42,7 +42,7 @@ bool isAll(const MoviePicture& picture, quint32 value)
 } // namespace
 
 // Frames on their way from the thread that draws them to the one that shows them.
-class MovieFramesTest : public QObject
+class FrameExchangeTest : public QObject
 {
     Q_OBJECT
 
@@ -59,19 +59,19 @@ private Q_SLOTS:
     void bothSidesAtOnce();
 };
 
-void MovieFramesTest::linesBeginOn64Bytes()
+void FrameExchangeTest::linesBeginOn64Bytes()
 {
-    MoviePicture picture;
+    FramePicture picture;
     for (const int width : {1, 15, 16, 17, 1920}) {
         QVERIFY(picture.resize(width, 3));
         for (int y = 0; y < 3; ++y) {
-            QCOMPARE(reinterpret_cast<quintptr>(picture.line(y)) % MoviePicture::alignment, quintptr(0));
+            QCOMPARE(reinterpret_cast<quintptr>(picture.line(y)) % FramePicture::alignment, quintptr(0));
         }
         QVERIFY(picture.bytesPerLine() >= 4 * width);
     }
 }
 
-void MovieFramesTest::sizesOfNothingAndOfTooMuchAreRefused_data()
+void FrameExchangeTest::sizesOfNothingAndOfTooMuchAreRefused_data()
 {
     QTest::addColumn<QSize>("size");
     QTest::newRow("no width") << QSize(0, 10);
@@ -81,17 +81,17 @@ void MovieFramesTest::sizesOfNothingAndOfTooMuchAreRefused_data()
     QTest::newRow("all the memory") << QSize(1000000, 1000000);
 }
 
-void MovieFramesTest::sizesOfNothingAndOfTooMuchAreRefused()
+void FrameExchangeTest::sizesOfNothingAndOfTooMuchAreRefused()
 {
     QFETCH(QSize, size);
-    MoviePicture picture;
+    FramePicture picture;
     QVERIFY(!picture.resize(size.width(), size.height()));
-    MovieFrames frames;
+    FrameExchange frames;
     QVERIFY(frames.begin(size.width(), size.height()) == nullptr);
     QVERIFY(frames.newest() == nullptr);
 }
 
-void MovieFramesTest::turning_data()
+void FrameExchangeTest::turning_data()
 {
     QTest::addColumn<int>("degrees");
     QTest::addColumn<QSize>("size");
@@ -105,14 +105,14 @@ void MovieFramesTest::turning_data()
     QTest::newRow("a line") << 270 << QSize(100, 1) << QPoint(99, 0) << QPoint(99, 0);
 }
 
-void MovieFramesTest::turning()
+void FrameExchangeTest::turning()
 {
     QFETCH(int, degrees);
     QFETCH(QSize, size);
     QFETCH(QPoint, upperLeft);
     QFETCH(QPoint, upperRight);
-    MoviePicture from;
-    MoviePicture to;
+    FramePicture from;
+    FramePicture to;
     const QSize turned = degrees == 180 ? size : size.transposed();
     QVERIFY(from.resize(size.width(), size.height()) && to.resize(turned.width(), turned.height()));
     fill(from);
@@ -121,7 +121,7 @@ void MovieFramesTest::turning()
     QCOMPARE(to.line(0)[0], at(upperLeft));
     QCOMPARE(to.line(0)[turned.width() - 1], at(upperRight));
     // Turned back, it is what it was.
-    MoviePicture back;
+    FramePicture back;
     QVERIFY(back.resize(size.width(), size.height()));
     drawTurned(to, 360 - degrees, back);
     for (int y = 0; y < size.height(); ++y) {
@@ -129,18 +129,18 @@ void MovieFramesTest::turning()
     }
 }
 
-void MovieFramesTest::thereIsNoneBeforeTheFirst()
+void FrameExchangeTest::thereIsNoneBeforeTheFirst()
 {
-    MovieFrames frames;
+    FrameExchange frames;
     QVERIFY(frames.newest() == nullptr);
     QVERIFY(frames.begin(4, 4) != nullptr);
     QVERIFY(frames.newest() == nullptr);
     QCOMPARE(frames.count(), quint64(0));
 }
 
-void MovieFramesTest::theNewestWins()
+void FrameExchangeTest::theNewestWins()
 {
-    MovieFrames frames;
+    FrameExchange frames;
     for (quint32 i = 1; i <= 3; ++i) {
         fillAll(*frames.begin(8, 8), i);
         frames.publish();
@@ -150,12 +150,12 @@ void MovieFramesTest::theNewestWins()
     QCOMPARE(frames.count(), quint64(3));
 }
 
-void MovieFramesTest::whatIsShownStaysWhileTheNextIsDrawn()
+void FrameExchangeTest::whatIsShownStaysWhileTheNextIsDrawn()
 {
-    MovieFrames frames;
+    FrameExchange frames;
     fillAll(*frames.begin(8, 8), mark);
     frames.publish();
-    const MoviePicture* const shown = frames.newest();
+    const FramePicture* const shown = frames.newest();
     fillAll(*frames.begin(4, 4), 7);
     frames.publish();
     fillAll(*frames.begin(16, 16), 8);
@@ -163,9 +163,9 @@ void MovieFramesTest::whatIsShownStaysWhileTheNextIsDrawn()
     QVERIFY(isAll(*shown, mark));
 }
 
-void MovieFramesTest::aFrameThatIsBeingDrawnIsNotShown()
+void FrameExchangeTest::aFrameThatIsBeingDrawnIsNotShown()
 {
-    MovieFrames frames;
+    FrameExchange frames;
     fillAll(*frames.begin(8, 8), mark);
     frames.publish();
     QVERIFY(isAll(*frames.newest(), mark));
@@ -177,9 +177,9 @@ void MovieFramesTest::aFrameThatIsBeingDrawnIsNotShown()
     QVERIFY(isAll(*frames.newest(), 8));
 }
 
-void MovieFramesTest::bothSidesAtOnce()
+void FrameExchangeTest::bothSidesAtOnce()
 {
-    MovieFrames frames;
+    FrameExchange frames;
     std::atomic<bool> isOver = false;
     std::thread drawing([&] {
         for (quint32 i = 1; i <= 3000; ++i) {
@@ -193,7 +193,7 @@ void MovieFramesTest::bothSidesAtOnce()
     quint32 last = 0;
     bool wentBack = false;
     while (!isOver) {
-        if (const MoviePicture* const picture = frames.newest()) {
+        if (const FramePicture* const picture = frames.newest()) {
             const quint32 number = picture->line(0)[0];
             wasWhole = wasWhole && isAll(*picture, number);
             wentBack = wentBack || number < last;
@@ -206,5 +206,5 @@ void MovieFramesTest::bothSidesAtOnce()
     QVERIFY(isAll(*frames.newest(), 3000));
 }
 
-QTEST_GUILESS_MAIN(MovieFramesTest)
-#include "MovieFramesTest.moc"
+QTEST_GUILESS_MAIN(FrameExchangeTest)
+#include "FrameExchangeTest.moc"

@@ -1,4 +1,4 @@
-#include "MovieFrames.h"
+#include "FrameExchange.h"
 
 #include <algorithm>
 
@@ -11,7 +11,7 @@ constexpr int tile = 32;
 
 // The picture's quarter turns, tile by tile; "place" says where in the other picture a pixel goes.
 template <typename Place>
-void drawTiles(const MoviePicture& from, Place place)
+void drawTiles(const FramePicture& from, Place place)
 {
     for (int top = 0; top < from.height(); top += tile) {
         for (int left = 0; left < from.width(); left += tile) {
@@ -29,7 +29,7 @@ void drawTiles(const MoviePicture& from, Place place)
 
 } // namespace
 
-bool MoviePicture::resize(int width, int height)
+bool FramePicture::resize(int width, int height)
 {
     constexpr int longest = 1 << 15;
     if (width < 1 || height < 1 || width > longest || height > longest) {
@@ -47,7 +47,7 @@ bool MoviePicture::resize(int width, int height)
     return mBytes != nullptr;
 }
 
-void drawTurned(const MoviePicture& from, int degrees, MoviePicture& to)
+void drawTurned(const FramePicture& from, int degrees, FramePicture& to)
 {
     const int lastX = from.width() - 1;
     const int lastY = from.height() - 1;
@@ -64,33 +64,33 @@ void drawTurned(const MoviePicture& from, int degrees, MoviePicture& to)
     }
 }
 
-MoviePicture* MovieFrames::begin(int width, int height)
+FramePicture* FrameExchange::begin(int width, int height)
 {
     const std::lock_guard lock(mMutex);
     mIsFresh = false; // nobody has looked at it yet, and a newer one is about to come
-    MoviePicture& picture = mPictures.at(1 - mShown);
+    FramePicture& picture = mPictures.at(1 - mShown);
     return picture.resize(width, height) ? &picture : nullptr;
 }
 
-void MovieFrames::publish()
+void FrameExchange::publish()
 {
     const std::lock_guard lock(mMutex);
     mIsFresh = true;
     ++mCount;
 }
 
-const MoviePicture* MovieFrames::newest()
+const FramePicture* FrameExchange::newest()
 {
     const std::lock_guard lock(mMutex);
     if (mIsFresh) {
         mShown = 1 - mShown;
         mIsFresh = false;
     }
-    const MoviePicture& picture = mPictures.at(mShown);
+    const FramePicture& picture = mPictures.at(mShown);
     return picture.width() > 0 ? &picture : nullptr;
 }
 
-quint64 MovieFrames::count() const
+quint64 FrameExchange::count() const
 {
     const std::lock_guard lock(mMutex);
     return mCount;

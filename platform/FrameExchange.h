@@ -10,7 +10,7 @@
 namespace frameflow {
 
 // A picture in memory whose lines begin on 64 bytes: 32 bits a pixel, the highest eight unused.
-class MoviePicture
+class FramePicture
 {
 public:
     static constexpr int alignment = 64;
@@ -40,25 +40,25 @@ private:
 };
 
 // Draws the picture turned clockwise by 90, 180 or 270 degrees into one of the size that this makes.
-void drawTurned(const MoviePicture& from, int degrees, MoviePicture& to);
+void drawTurned(const FramePicture& from, int degrees, FramePicture& to);
 
 // The frames of a movie on their way from the thread that draws them to the one that shows them. The newest wins: there
 // are two pictures, and neither side ever waits for the other.
-class MovieFrames
+class FrameExchange
 {
 public:
     // For the thread that draws. The picture is its own until publish(); null without memory.
-    MoviePicture* begin(int width, int height);
+    FramePicture* begin(int width, int height);
     void publish();
 
     // For the thread that shows: the newest picture, which stays as it is until the next call. Null before the first.
-    const MoviePicture* newest();
+    const FramePicture* newest();
     // How many have been published. Any thread.
     quint64 count() const;
 
 private:
     mutable std::mutex mMutex;
-    std::array<MoviePicture, 2> mPictures;
+    std::array<FramePicture, 2> mPictures;
     size_t mShown = 0; // the other one is drawn on
     bool mIsFresh = false; // the other one is newer
     quint64 mCount = 0;
