@@ -81,6 +81,9 @@ public:
     void preventSleep();
     void allowSleep();
     static bool isMovieURL(const FileUrl& url);
+    // Pauses the movie on screen and lets go of it, which lets the show go on that it has held up; false when there is
+    // none.
+    bool checkMovie();
 
     // Commands.
     void openMenu();
@@ -122,6 +125,10 @@ public:
     bool hintsScreenShown() const { return mHintsScreenShown; }
     double lastSlideTime() const { return mLastSlideTime; }
     bool isWaitingForSlide() const { return isWaiting(); }
+    const MoviePlayerPtr& movie() const { return mMovie; }
+    bool movieIsPlaying() const { return mMovieIsPlaying; }
+    // Whether the show goes on when the movie has ended; meaningful while there is one.
+    bool wasPlaying() const { return mWasPlaying; }
 
 private:
     void startTimer();
@@ -161,12 +168,21 @@ private:
     void closeAddFolder();
     FileUrl nextAd();
     std::vector<FileUrl> comingFiles() const;
+    // Whether there is a slide on the view, a picture or a movie.
+    bool hasSlide() const;
+
+    // Movies. False when the file cannot be played.
+    bool showMovie(const Candidate& candidate);
+    void movieDidEnd(const MoviePlayerPtr& player);
+    void movieDidFail(const MoviePlayerPtr& player);
+    void afterMovie();
+    void forgetMovie();
 
     // While a slide is being decoded for the screen the old one stays, and whatever else would read or change sequence,
     // cursor or view waits.
     bool isWaiting() const { return mAwaited.has_value(); }
     // Whether it is the first slide of a show.
-    bool isBeginning() const { return isWaiting() && mFullScreenView != nullptr && !mFullScreenView->currentImage(); }
+    bool isBeginning() const { return isWaiting() && mFullScreenView != nullptr && !hasSlide(); }
     // Runs the job now, or when no slide is being waited for any more.
     void inTurn(WaitingLine::Job job, WaitingLine::From from = WaitingLine::From::Person);
     void gate(WaitingLine::Job job);
@@ -223,6 +239,12 @@ private:
     std::optional<Candidate> mAwaited; // absent while no slide is being waited for
     WaitingLine mWaitingLine;
     FileUrl mJustPresented; // in this turn of the event loop
+    MoviePlayerPtr mMovie; // on screen; null for none
+    bool mMovieIsPlaying = false;
+    bool mWasPlaying = false; // the timer ran when the movie came
+    MoviePlayerPtr mEndedWhileBusy; // its end is acted on when the view is not busy any more
+    std::vector<FileUrl> mFailedMovies; // since the last slide that was shown to its end
+    OneShotTimer mRetry;
     OneShotTimer mTimer;
     bool mHoldsBack = false; // the first picture of a show, until the order of a small folder is known
     OneShotTimer mHoldingBack;

@@ -143,6 +143,7 @@ void SlideController::trashSlide()
     if (isWaiting()) {
         return;
     }
+    checkMovie();
     const FileUrl url = mFileSequence.trash();
     if (!url.isEmpty()) {
         openImageURL(url, true);
@@ -235,11 +236,21 @@ void SlideController::slideKeyPressed(const SlideKey& key)
 {
     if (key.seconds) {
         mSharedUserDefaults.setValue(keys::slideInterval, static_cast<float>(*key.seconds));
-        Start();
+        if (mMovie) {
+            mWasPlaying = true; // the show goes on when the movie has ended
+        } else {
+            Start();
+        }
     } else {
         Stop();
     }
-    if (key.isSpace) {
+    if (key.isSpace && mMovie) {
+        if (mMovieIsPlaying) {
+            mMovie->pause();
+        } else {
+            mMovie->play();
+        }
+    } else if (key.isSpace) {
         nextSlide();
     }
 }

@@ -36,7 +36,7 @@ QVariantMap defaultsFromResources()
 SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder)
     : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
       mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }),
-      mCurrentScreen(QGuiApplication::primaryScreen()), mTimer(clock), mHoldingBack(clock),
+      mCurrentScreen(QGuiApplication::primaryScreen()), mRetry(clock), mTimer(clock), mHoldingBack(clock),
       mDisplaySleep(QStringLiteral("Viewing Slideshow")), mDispatchQueue("com.quillory.filesequence"),
       mFileSequence(defaults, clock), mAddQueue("com.quillory.addsequence")
 {
@@ -52,10 +52,13 @@ SlideController::~SlideController()
     cancelWait();
     delete mOpenPanel;
     delete mAbout;
+    forgetMovie();
     closeScreenWindow();
     KLImageCache::purge();
     ReadAhead::instance().purge();
     KLThumbnailCache::purge();
+    // What the player library still does should not meet the end of the program.
+    MovieEngine::waitForThreads(std::chrono::seconds(1));
 }
 
 void SlideController::awakeFromNib()
@@ -251,6 +254,13 @@ void SlideController::makeScreenWindow()
     connect(mScreenWindow.get(), &SlideWindow::resignedKey, this, &SlideController::allowSleep);
     connect(mScreenWindow.get(), &SlideWindow::closeRequested, this, &SlideController::cancel);
     connect(mScreenWindow.get(), &SlideWindow::resized, this, &SlideController::viewResized);
+    connect(
+        mFullScreenView, &KLLayerView::pointerRested, mScreenWindow.get(), &SlideWindow::hidePointerUntilMouseMoves);
+    connect(mFullScreenView, &KLLayerView::animationEnded, this, [this] {
+        if (const MoviePlayerPtr ended = std::exchange(mEndedWhileBusy, nullptr)) {
+            movieDidEnd(ended);
+        }
+    });
 }
 
 void SlideController::closeScreenWindow()
@@ -261,6 +271,10 @@ void SlideController::closeScreenWindow()
     mActivation.windowsChange();
     mScreenWindow->hide();
     mScreenWindow->disconnect(this);
+    if (const MoviePlayerPtr& player = mFullScreenView->moviePlayer()) {
+        player->close(); // the window lives on for a moment
+    }
+    mFullScreenView->disconnect(this);
     mFullScreenView->setDelegate(nullptr);
     mFullScreenView = nullptr;
     // One of the window's own events may have led here.

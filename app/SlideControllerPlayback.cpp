@@ -61,6 +61,9 @@ void SlideController::Play()
 {
     if (mTimerExists) {
         Stop();
+        mWasPlaying = false;
+    } else if (mMovie) {
+        mWasPlaying = !mWasPlaying;
     } else {
         Start();
     }
@@ -92,6 +95,7 @@ void SlideController::delayNextImage()
 void SlideController::firstSlide()
 {
     inTurn([this] {
+        checkMovie();
         const FileUrl url = mFileSequence.first();
         if (!url.isEmpty()) {
             resetTimer();
@@ -142,6 +146,7 @@ void SlideController::stepForward()
     if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
         return;
     }
+    checkMovie();
     if (const auto candidate = nextCandidate()) {
         open(*candidate);
     }
@@ -180,6 +185,7 @@ void SlideController::stepBack()
     if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
         return;
     }
+    checkMovie();
     const FileUrl url = mHintsScreenShown ? mFileSequence.current() : mFileSequence.previous();
     if (!url.isEmpty()) {
         openImageURL(url, false);
@@ -207,6 +213,7 @@ bool SlideController::isMovieURL(const FileUrl& url)
 void SlideController::endSlideShow()
 {
     Stop();
+    forgetMovie();
     if (mFullScreenView != nullptr) {
         mFullScreenView->clearImage();
     }

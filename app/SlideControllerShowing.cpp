@@ -20,8 +20,7 @@ void SlideController::open(const Candidate& candidate)
     // What is on its way to the screen, or came there in this turn, is not presented twice.
     const FileUrl& url = candidate.url;
     const bool isOnItsWay = mAwaited && mWaitingLine.isEmpty() && mAwaited->url == url;
-    const bool isThere = !url.isEmpty() && url == mJustPresented && mFullScreenView != nullptr
-        && mFullScreenView->currentImage() != nullptr;
+    const bool isThere = !url.isEmpty() && url == mJustPresented && hasSlide();
     if (isOnItsWay || isThere) {
         return;
     }
@@ -55,26 +54,27 @@ void SlideController::prepareWindow(Candidate& candidate)
 void SlideController::proceed()
 {
     while (mAwaited) {
-        if (!isMovieURL(mAwaited->url)) {
-            const AheadFile file{mAwaited->url, mFullScreenView->frameRule()};
-            ReadAhead& readAhead = ReadAhead::instance();
-            if (!readAhead.isReady(file)) {
-                mAwaited->wasWaitedFor = true;
-                if (mHoldsBack && isBeginning() && mFileSequence.isCollecting()) {
-                    return;
-                }
-                readAhead.ask(file, [this, alive = std::weak_ptr(mAlive)] {
-                    if (alive.lock()) {
-                        proceed();
-                    }
-                });
-                updateReadAhead();
+        const AheadFile file{mAwaited->url, mFullScreenView->frameRule()};
+        ReadAhead& readAhead = ReadAhead::instance();
+        if (!readAhead.isReady(file)) {
+            mAwaited->wasWaitedFor = true;
+            if (mHoldsBack && isBeginning() && mFileSequence.isCollecting()) {
                 return;
             }
-            if (present(*mAwaited)) {
-                slideAppeared(*std::exchange(mAwaited, std::nullopt));
-                break;
+            if (isMovieURL(mAwaited->url)) {
+                MovieEngine::prepare();
             }
+            readAhead.ask(file, [this, alive = std::weak_ptr(mAlive)] {
+                if (alive.lock()) {
+                    proceed();
+                }
+            });
+            updateReadAhead();
+            return;
+        }
+        if (isMovieURL(mAwaited->url) ? showMovie(*mAwaited) : present(*mAwaited)) {
+            slideAppeared(*std::exchange(mAwaited, std::nullopt));
+            break;
         }
         if (!stepOver()) {
             break;
@@ -91,7 +91,7 @@ bool SlideController::stepOver()
     if (!isMovieURL(candidate.url)) {
         dropUnloadable(candidate);
     } else if (candidate.firstSkipped.isEmpty()) {
-        // Stepped over but kept: without a player nothing is known against the file.
+        // Stepped over but kept: that there is no player for it says nothing against the file.
         candidate.firstSkipped = candidate.url;
     } else if (candidate.firstSkipped == candidate.url) {
         mAwaited.reset(); // a whole round without a slide
@@ -119,7 +119,7 @@ bool SlideController::stepOver()
 void SlideController::endEmptyShow()
 {
     const bool moreToCome = mFileSequence.isCollecting() || isWaiting() || mAutoPlayPending;
-    if (mFullScreenView != nullptr && !mFullScreenView->currentImage() && !moreToCome) {
+    if (mFullScreenView != nullptr && !hasSlide() && !moreToCome) {
         mNothingFound = true;
         endSlideShow();
     }
@@ -135,6 +135,7 @@ bool SlideController::present(const Candidate& candidate)
         mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);
     }
     mLastSlideChange = now;
+    mFailedMovies.clear();
     return mFullScreenView->ImageOK();
 }
 
@@ -157,6 +158,11 @@ void SlideController::slideAppeared(const Candidate& candidate)
         mFileSequence.giveWay(std::chrono::milliseconds(50));
     }
     updateReadAhead();
+}
+
+bool SlideController::hasSlide() const
+{
+    return mFullScreenView != nullptr && (mFullScreenView->currentImage() || mFullScreenView->isMovieActive());
 }
 
 // Puts the cursor where the next step leads to the file after it, and after the last one to the end.
@@ -219,11 +225,11 @@ void SlideController::cancelWait()
 void SlideController::updateReadAhead()
 {
     std::vector<AheadFile> files;
-    // Nothing comes before the first picture of a show.
-    if (mFullScreenView != nullptr && mFullScreenView->currentImage()) {
+    // Nothing comes before the first slide of a show.
+    if (hasSlide()) {
         const FrameRule frame = mFullScreenView->frameRule();
         for (const FileUrl& url : comingFiles()) {
-            if (!url.isEmpty() && !isMovieURL(url)) {
+            if (!url.isEmpty()) {
                 files.push_back({url, frame});
             }
         }
@@ -240,7 +246,8 @@ void SlideController::viewResized()
         return;
     }
     mFullScreenView->updateFitMode();
-    if (const KLImagePtr image = mFullScreenView->currentImage()) {
+    const KLImagePtr image = mFullScreenView->isMovieActive() ? nullptr : mFullScreenView->currentImage();
+    if (image) {
         ReadAhead::instance().lookAt(image, [this, image, alive = std::weak_ptr(mAlive)] {
             if (alive.lock()) {
                 inTurn([this, image] { reloadIfChanged(image); });
@@ -252,7 +259,8 @@ void SlideController::viewResized()
 // The file of a slide has changed since it was decoded.
 void SlideController::reloadIfChanged(const KLImagePtr& image)
 {
-    if (mFullScreenView != nullptr && mFullScreenView->currentImage() == image) {
+    const bool isShown = mFullScreenView != nullptr && !mFullScreenView->isMovieActive();
+    if (isShown && mFullScreenView->currentImage() == image) {
         KLImageCache::removeImageWithURL(image->mURL());
         show({image->mURL(), true});
     }

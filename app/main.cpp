@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdio>
 
+#include <malloc.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -29,6 +30,13 @@ int blockEndingSignals()
     return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
+// Every movie has threads of its own. Were each of them given a heap of its own, as is usual, what one movie leaves
+// free in them would be of no use to the next: after a hundred movies the program would be twice as large.
+void keepHeapsFew()
+{
+    mallopt(M_ARENA_MAX, 2);
+}
+
 QList<QByteArray> argumentsFrom(int count, char** values)
 {
     QList<QByteArray> arguments;
@@ -44,6 +52,7 @@ int main(int argc, char** argv)
 {
     using namespace frameflow;
     const QList<FileUrl> files = filesFromArguments(argumentsFrom(argc, argv));
+    keepHeapsFew();
     const int endingSignals = blockEndingSignals();
 
     // While the toolkit starts, so does the first decoder.

@@ -6,6 +6,7 @@
 #include "Coordinates.h"
 #include "KLImageCache.h"
 #include "LayerSurface.h"
+#include "MoviePlayerView.h"
 #include "OpenGLProbe.h"
 #include "Presentation.h"
 #include "SettingsKeys.h"
@@ -38,8 +39,8 @@ QRectF frameOf(QSizeF picture, QSizeF view, const QString& mode)
 } // namespace
 
 KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent, LayerDrawing drawing)
-    : QWidget(parent), mDefaults(defaults), mCompositor(Compositor::create(clock, [this] { redraw(); })),
-      mCopies([this] { redraw(); }), mRenderer(mCopies)
+    : QWidget(parent), mDefaults(defaults), mClock(clock),
+      mCompositor(Compositor::create(clock, [this] { redraw(); })), mCopies([this] { redraw(); }), mRenderer(mCopies)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
     mBackgroundLayer = std::make_shared<Layer>(mCompositor);
@@ -56,6 +57,7 @@ KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent, 
 
 KLLayerView::~KLLayerView()
 {
+    removeMovie();
     mCompositor->stop();
     delete mLayerSurface; // while the copies that it draws from are there
 }
@@ -109,6 +111,16 @@ void KLLayerView::setImage(const KLImagePtr& image, bool forward)
 {
     mImageOK = true;
     fitRootLayer();
+    if (mMovieActive) {
+        mCurrentImage = image;
+        mCurrentLayer->setOpacity(1.0);
+        resetLayer(mCurrentLayer);
+        displayLayer(mCurrentLayer);
+        prepareCopies();
+        removeMovie();
+        mRemoveMovieLayer = true;
+        return;
+    }
     if (mCurrentImage) {
         swapImageLayers();
         resetLayer(mPreviousLayer);
@@ -135,6 +147,10 @@ void KLLayerView::clearImage()
     mPreviousLayer->setOpacity(0.0);
     mPreviousLayer->setContents(QImage());
     prepareCopies();
+    if (mMovieActive) {
+        removeMovie();
+        mRemoveMovieLayer = false;
+    }
 }
 
 void KLLayerView::refresh()
@@ -149,7 +165,11 @@ void KLLayerView::refresh()
 
 void KLLayerView::updateFitMode()
 {
-    mCurrentLayer->setFrame(rectForImage(mCurrentImage));
+    if (mMovieActive) {
+        mAVPlayerView->setFrame(rectForMovie(mAVPlayer));
+    } else {
+        mCurrentLayer->setFrame(rectForImage(mCurrentImage));
+    }
 }
 
 QRectF KLLayerView::rectForLayer(const LayerPtr& layer) const
@@ -169,7 +189,12 @@ QRectF KLLayerView::rectForImage(const KLImagePtr& image) const
     if (!image && isFittedByShape(mode)) {
         return {};
     }
-    return frameOf(image ? image->uprightSize() : QSizeF(), size(), mode);
+    return frameFor(image ? image->uprightSize() : QSizeF());
+}
+
+QRectF KLLayerView::frameFor(QSizeF picture) const
+{
+    return frameOf(picture, size(), fitMode());
 }
 
 FrameRule KLLayerView::frameRule() const
@@ -235,6 +260,11 @@ void KLLayerView::animationDidStop(const AnimationPtr& animation, bool /*finishe
     if (animation == mDriftAnimation) {
         mDriftAnimation = nullptr;
     }
+    if (mRemoveMovieLayer) {
+        hideMovieView();
+        mRemoveMovieLayer = false;
+    }
+    Q_EMIT animationEnded();
 }
 
 ViewArea KLLayerView::area() const

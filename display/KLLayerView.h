@@ -4,6 +4,7 @@
 #include "Compositor.h"
 #include "KLImage.h"
 #include "Layer.h"
+#include "MoviePlayer.h"
 #include "RasterRenderer.h"
 #include "ReducedCopies.h"
 
@@ -12,6 +13,7 @@
 namespace frameflow {
 
 class LayerSurface;
+class MoviePlayerView;
 class UserDefaults;
 
 // Who draws the layers of a view.
@@ -31,8 +33,8 @@ public:
 };
 
 // The view that fills the slideshow window and shows the current slide: two image layers that change roles at every
-// slide, and a layer for the custom cursor above them. Rectangles of layers are in points, origin at the lower left of
-// the view, y up. Main thread only. Settings are read whenever they are needed.
+// slide, a view above them for a slide that is a movie, and a layer for the custom cursor. Rectangles of layers are in
+// points, origin at the lower left of the view, y up. Main thread only. Settings are read whenever they are needed.
 class KLLayerView : public QWidget, public AnimationDelegate
 {
     Q_OBJECT
@@ -59,8 +61,18 @@ public:
     void refresh();
     void updateFitMode();
 
-    // Enlarge the slide by half, show it at one point a pixel, and return to the fitted frame, each in a second during
-    // which the view is busy.
+    // Shows a movie, without a transition, in place of the picture, and plays it. Without one the picture is hidden and
+    // nothing else is shown. A picture that is shown afterwards takes its place, likewise without a transition.
+    void showMovie(const MoviePlayerPtr& player, bool forward);
+    bool isMovieActive() const { return mMovieActive; }
+    // Whether the movie's view is to be hidden, once more, at the next end of an animation.
+    bool removesMovieLayer() const { return mRemoveMovieLayer; }
+    const MoviePlayerPtr& moviePlayer() const { return mAVPlayer; }
+    // Made for the first movie; null before.
+    MoviePlayerView* moviePlayerView() const { return mAVPlayerView; }
+
+    // These do nothing while a movie is shown, but for the drift. Enlarge the slide by half, show it at one point a
+    // pixel, and return to the fitted frame, each in a second during which the view is busy.
     void zoomIn();
     void zoomOne();
     void zoomOff();
@@ -77,6 +89,9 @@ public:
     QRectF rectForLayer(const LayerPtr& layer) const;
     // By the fit mode; for no image the zero rectangle, or the view's bounds where the mode stretches.
     QRectF rectForImage(const KLImagePtr& image) const;
+
+    // By the fit mode; the view's bounds for what has no picture.
+    QRectF rectForMovie(const MoviePlayerPtr& player) const;
 
     // On which device pixels a picture would be shown now. The rule stays as it is when view or settings change.
     FrameRule frameRule() const;
@@ -129,6 +144,12 @@ public:
     void animationDidStart(const AnimationPtr& animation) override;
     void animationDidStop(const AnimationPtr& animation, bool finished) override;
 
+Q_SIGNALS:
+    // The view is not busy any more.
+    void animationEnded();
+    // The pointer has not been moved over a movie for a while.
+    void pointerRested();
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -142,10 +163,13 @@ private:
     KLImagePtr imageOfLayer(const LayerPtr& layer) const;
     ViewArea area() const;
     QString fitMode() const;
+    QRectF frameFor(QSizeF picture) const;
     // Gives the root layer the view's bounds. A view that is not shown yet is told late of its size.
     void fitRootLayer();
     // Has the pictures of both image layers ready in the size of their frames.
     void prepareCopies();
+    void removeMovie();
+    void hideMovieView();
     void prepareZoom();
     void animate(KeyPath keyPath, double from, double to, const QString& key);
     void fade(const LayerPtr& from, const LayerPtr& to, Duration duration);
@@ -157,6 +181,7 @@ private:
     void rotate(const LayerPtr& from, const LayerPtr& to, float fromAngle, float toAngle, const QString& key);
 
     UserDefaults& mDefaults;
+    Clock& mClock;
     std::shared_ptr<Compositor> mCompositor;
     ReducedCopies mCopies;
     RasterRenderer mRenderer;
@@ -168,6 +193,10 @@ private:
     bool mImageOK = false;
     LayerPtr mPreviousLayer;
     KLImagePtr mPreviousImage;
+    bool mMovieActive = false;
+    bool mRemoveMovieLayer = false;
+    MoviePlayerPtr mAVPlayer; // closed once its movie has been left
+    MoviePlayerView* mAVPlayerView = nullptr; // a child
     LayerPtr mCursorLayer;
     bool mZoom = false;
     bool mTransitionInProgress = false;

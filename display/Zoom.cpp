@@ -30,6 +30,9 @@ void KLLayerView::animate(KeyPath keyPath, double from, double to, const QString
 
 void KLLayerView::zoomToHeight(double height, double width)
 {
+    if (mMovieActive) {
+        return;
+    }
     mCurrentLayer->setZPosition(0.0);
     const QRectF bounds = mCurrentLayer->bounds();
     animate(KeyPath::BoundsSizeWidth, bounds.width(), width, QStringLiteral("zoomW"));
@@ -39,6 +42,9 @@ void KLLayerView::zoomToHeight(double height, double width)
 
 void KLLayerView::moveToPosition(double x, double y)
 {
+    if (mMovieActive) {
+        return;
+    }
     const QPointF position = mCurrentLayer->position();
     animate(KeyPath::PositionX, position.x(), x, QStringLiteral("moveX"));
     animate(KeyPath::PositionY, position.y(), y, QStringLiteral("moveY"));
@@ -56,6 +62,9 @@ void KLLayerView::prepareZoom()
 
 void KLLayerView::zoomIn()
 {
+    if (mMovieActive) {
+        return;
+    }
     prepareZoom();
     const QRectF bounds = mCurrentLayer->bounds();
     zoomToHeight(bounds.height() * zoomStep, bounds.width() * zoomStep);
@@ -64,7 +73,7 @@ void KLLayerView::zoomIn()
 
 void KLLayerView::zoomOne()
 {
-    if (!mCurrentImage) {
+    if (mMovieActive || !mCurrentImage) {
         return;
     }
     prepareZoom();
@@ -74,6 +83,9 @@ void KLLayerView::zoomOne()
 
 void KLLayerView::zoomOff()
 {
+    if (mMovieActive) {
+        return;
+    }
     mCurrentLayer->setAnchorPoint(centre);
     const QRectF frame = rectForImage(mCurrentImage);
     zoomToHeight(frame.height(), frame.width());
@@ -84,6 +96,9 @@ void KLLayerView::zoomOff()
 
 void KLLayerView::panX(double dx, double panY)
 {
+    if (mMovieActive) {
+        return;
+    }
     const QPointF position = mCurrentLayer->position();
     const QSizeF layer = mCurrentLayer->bounds().size();
     const QSizeF view = size();

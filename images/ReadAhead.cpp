@@ -22,6 +22,7 @@ struct Entry
     DecoderPool::Ticket ticket;
     bool done = false;
     KLImagePtr image; // null while it is not done, and for a file without a picture
+    std::optional<MovieFacts> movie; // absent while it is not done, and for what is no movie
     std::optional<FileStamp> stamp; // of the file that was decoded; absent for one that could not be opened
     bool mayStall = false;
     bool wasAskedFor = false; // since it was decoded or looked at last: whoever asked takes it as it is
@@ -29,6 +30,15 @@ struct Entry
 };
 
 using EntryPtr = std::shared_ptr<Entry>;
+
+DecodeJob decodeJob(const FileUrl& url)
+{
+    DecodeJob job;
+    job.url = url;
+    job.request.wanted = KLImage::isMovieURL(url) ? Wanted::MovieProbe : Wanted::Picture;
+    job.request.fileName = url.fileName().toByteArray();
+    return job;
+}
 
 KLImagePtr cachedImage(const FileUrl& url)
 {
@@ -67,6 +77,7 @@ public:
     bool isAsking() const { return mAsked.has_value(); }
     void lookAt(const KLImagePtr& image, std::function<void()> changed);
     KLImagePtr take(const FileUrl& url);
+    std::optional<ProbedMovie> takeMovie(const FileUrl& url);
     void purge();
     std::vector<FileUrl> files() const;
 
@@ -218,9 +229,7 @@ EntryPtr ReadAhead::State::begin(const AheadFile& file, Urgency urgency)
     entry->url = file.url;
     entry->frame = file.frame;
     entry->wasAskedFor = urgency == Urgency::Asked;
-    DecodeJob job;
-    job.url = file.url;
-    job.request.fileName = file.url.fileName().toByteArray();
+    DecodeJob job = decodeJob(file.url);
     job.urgency = urgency;
     const std::lock_guard lock(mMutex);
     job.request.reductions = likelyReductions(file.frame);
@@ -243,6 +252,7 @@ void ReadAhead::State::decoded(const EntryPtr& entry, DecodedFile&& file)
     }
     const auto stamp = file.stamp;
     const bool mayStall = file.mayStall;
+    const auto movie = file.picture.error == DecodeError::None ? file.picture.movie : std::nullopt;
     const KLImagePtr image = KLImage::imageWithDecoded(entry->url, std::move(file));
     if (image && !image->isPreparedFor(frame)) {
         image->setReduced(reducedOrNone(image->getCGImage(), image->reductionFor(frame)));
@@ -253,6 +263,7 @@ void ReadAhead::State::decoded(const EntryPtr& entry, DecodedFile&& file)
             noteSize(image->uprightSize().toSize());
         }
         entry->image = image;
+        entry->movie = movie;
         entry->stamp = stamp;
         entry->mayStall = mayStall;
         entry->done = true;
@@ -409,10 +420,18 @@ KLImagePtr ReadAhead::State::take(const FileUrl& url)
     if (entry && isFresh(*entry)) {
         return entry->image;
     }
-    DecodeJob job;
-    job.url = url;
-    job.request.fileName = url.fileName().toByteArray();
-    return KLImage::imageWithDecoded(url, mPool.decodeAndWait(job));
+    return KLImage::imageWithDecoded(url, mPool.decodeAndWait(decodeJob(url)));
+}
+
+std::optional<ProbedMovie> ReadAhead::State::takeMovie(const FileUrl& url)
+{
+    const std::lock_guard lock(mMutex);
+    const EntryPtr entry = find(url);
+    if (!entry || !entry->done) {
+        return std::nullopt;
+    }
+    std::erase(mEntries, entry);
+    return entry->movie ? std::optional(ProbedMovie{*entry->movie, entry->image}) : std::nullopt;
 }
 
 void ReadAhead::State::purge()
@@ -479,6 +498,11 @@ void ReadAhead::lookAt(const KLImagePtr& image, std::function<void()> changed)
 KLImagePtr ReadAhead::take(const FileUrl& url)
 {
     return mState->take(url);
+}
+
+std::optional<ProbedMovie> ReadAhead::takeMovie(const FileUrl& url)
+{
+    return mState->takeMovie(url);
 }
 
 void ReadAhead::purge()

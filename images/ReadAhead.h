@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DecodedPicture.h"
 #include "FileUrl.h"
 #include "KLImage.h"
 #include "Reduction.h"
@@ -17,6 +18,13 @@ struct AheadFile
 {
     FileUrl url;
     FrameRule frame;
+};
+
+// What a decoder found out about a movie: what it is, and its first frame or, of sound, its cover; null without one.
+struct ProbedMovie
+{
+    MovieFacts facts;
+    KLImagePtr picture;
 };
 
 // Has the slides that come next decoded, and reduced to the size they are shown in, while the viewer looks at the one
@@ -59,6 +67,10 @@ public:
     // The file's picture, null when it has none: a finished one, one in progress, which is waited for, or one that is
     // decoded now. Any thread; blocks. What it gives away is no longer held here.
     KLImagePtr take(const FileUrl& url);
+
+    // What isReady() has told of a movie; absent when it is none, or is not ready. What it gives away is no longer held
+    // here.
+    std::optional<ProbedMovie> takeMovie(const FileUrl& url);
 
     void purge();
 

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Clock.h"
+#include "MovieControlWidgets.h"
+#include "MoviePlayer.h"
+
+#include <QWidget>
+
+class QLabel;
+class QVariantAnimation;
+
+namespace frameflow {
+
+// The controls of a movie, floating over the slide view that is their parent: play and pause, one frame back and on,
+// where the movie stands, how loud it is. They come when they are revealed, and go by themselves after a moment unless
+// the pointer rests on them or something is being dragged. The loudness is kept from movie to movie.
+class MovieControls : public QWidget
+{
+    Q_OBJECT
+
+public:
+    // The clock outlives them.
+    MovieControls(Clock& clock, QWidget* parent);
+    ~MovieControls() override;
+
+    // Null for none, which also takes the controls away.
+    void setPlayer(const MoviePlayerPtr& player);
+
+    // Shows them, for a moment from now on.
+    void reveal();
+    void conceal();
+    bool isRevealed() const { return mIsRevealed; }
+    // Reveals them and gives them the keyboard: the first or the last of them.
+    void focusFirst();
+    void focusLast();
+    // At the lower edge of the parent, in its middle.
+    void place();
+
+Q_SIGNALS:
+    // They have gone by themselves.
+    void concealed();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* object, QEvent* event) override;
+
+private:
+    void addWidgets();
+    void connectWidgets();
+    void waitToConceal();
+    bool isHeld() const;
+    void fade(bool isComing);
+    void update();
+    void updatePosition();
+    void watchPosition();
+    void seekTo(int position, MovieEngine::Seek how);
+    void applyVolume();
+
+    Clock& mClock;
+    MoviePlayerPtr mPlayer;
+    OneShotTimer mConceal;
+    OneShotTimer mWatch; // runs while there is a position to be followed
+    QVariantAnimation* mFade;
+    MovieButton* mBack = nullptr;
+    MovieButton* mPlay = nullptr;
+    MovieButton* mForward = nullptr;
+    QLabel* mElapsed = nullptr;
+    MovieSlider* mPosition = nullptr; // in thousandths of a second
+    QLabel* mLeft = nullptr;
+    MovieButton* mMute = nullptr;
+    MovieSlider* mVolume = nullptr; // in hundredths
+    bool mIsRevealed = false;
+    bool mIsMuted = false;
+};
+
+// Minutes and seconds, with hours where there are any.
+QString timeText(double seconds);
+
+} // namespace frameflow
