@@ -145,16 +145,28 @@ private:
         return mSeen >= slides;
     }
 
+    bool awaitColour(QRgb colour) const
+    {
+        return waitFor([&] { return isColour(mServer->pixel(mServer->bounds().center()), colour); }, 30s);
+    }
+
     // Stops the show, goes to the same slide by the same steps, so that the same pictures are held, and waits until
-    // nothing moves any more.
+    // nothing moves any more. Below zero when that fails.
     double memoryAtRest()
     {
         mServer->pressKey(QStringLiteral("ctrl+p"));
-        std::this_thread::sleep_for(2s); // for a transition on its way, which would not let go of a key
-        mServer->pressKey(QStringLiteral("Home"));
-        for (int step = 0; step < 6; ++step) {
-            std::this_thread::sleep_for(2s);
-            mServer->pressKey(QStringLiteral("Right"));
+        for (int i = 0; i < 2; ++i) {
+            std::this_thread::sleep_for(2s); // a transition on its way does not let go of the screen
+            mServer->pressKey(QStringLiteral("Home"));
+        }
+        for (size_t step = 0; step < 7; ++step) {
+            if (step > 0) {
+                mServer->pressKey(QStringLiteral("Right"));
+            }
+            if (!awaitColour(colours[step % colours.size()])) {
+                return -1;
+            }
+            std::this_thread::sleep_for(1s);
         }
         qint64 last = -1;
         int quiet = 0;
@@ -165,12 +177,13 @@ private:
             std::this_thread::sleep_for(100ms);
         }
         double sum = proportionalShare(mProgram.processId());
-        const QList<qint64> decoders = childrenOf(mProgram.processId());
-        for (const qint64 decoder : decoders) {
-            sum += std::max(proportionalShare(decoder), 0.0);
+        std::fprintf(stderr, "after %d slides, MiB: program %.1f", mSeen, sum);
+        for (const qint64 decoder : childrenOf(mProgram.processId())) {
+            const double share = std::max(proportionalShare(decoder), 0.0);
+            std::fprintf(stderr, ", decoder %.1f", share);
+            sum += share;
         }
-        std::fprintf(stderr, "after %d slides: %.1f MiB, %lld decoders among it\n", mSeen, sum,
-            static_cast<long long>(decoders.size()));
+        std::fputc('\n', stderr);
         return sum;
     }
 
