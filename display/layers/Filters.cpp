@@ -131,7 +131,7 @@ void FilterShares::prepareMod(const ViewArea& area, Bands& bands)
                 const float ring = ringAt(std::sqrt(x * x + y * y));
                 const float opening
                     = sizeOfHoleAt(x, y, ring) + static_cast<float>((1 + modSoftness) * modSpread) * ring / outermost;
-                out[column] = static_cast<quint16>(opening * static_cast<float>(stepsOfOpening) + 0.5F);
+                out[column] = static_cast<quint16>(std::lround(opening * static_cast<float>(stepsOfOpening)));
             }
         }
     });

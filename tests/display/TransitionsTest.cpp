@@ -1,3 +1,4 @@
+#include "TransitionRows.h"
 #include "ViewFixture.h"
 
 #include <QtTest>
@@ -195,6 +196,75 @@ private Q_SLOTS:
             slides.clock.advance(3s);
             QVERIFY(!slides.view->isBusy());
             QCOMPARE(slides.middle(), QColor(0, 255, 0));
+        }
+    }
+
+    void transitionFromAnEnlargedSlideRunsItsTime_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<double>("seconds");
+        for (const TransitionRow& row : transitionRows) {
+            QTest::newRow(row.title) << QString::fromLatin1(row.title) << row.seconds;
+        }
+    }
+    void transitionFromAnEnlargedSlideRunsItsTime()
+    {
+        QFETCH(QString, title);
+        QFETCH(double, seconds);
+        TwoSlides slides(title);
+        slides.view->zoomIn();
+        slides.clock.advance(1s);
+        QVERIFY(!slides.view->isBusy());
+        slides.view->zoomOff(); // as the view does it before the next slide, in the same turn
+        slides.next();
+        slides.clock.advance(durationFromSeconds(seconds) - 1ns);
+        QVERIFY(slides.view->isBusy());
+        slides.clock.advance(1ns);
+        QVERIFY(!slides.view->isBusy());
+        slides.clock.advance(1s);
+        QCOMPARE(slides.middle(), QColor(0, 255, 0));
+        QCOMPARE(slides.clock.pendingAlarms(), size_t(0));
+    }
+
+    void slidesWithoutAViewToStandInHaveZeroFrames()
+    {
+        for (const TransitionRow& row : transitionRows) {
+            for (const bool forward : {true, false}) {
+                ViewFixture fixture(QSize(0, 0));
+                fixture.setTransition(QString::fromLatin1(row.title));
+                fixture.show(solid({10, 10}, Qt::red));
+                fixture.show(solid({10, 10}, Qt::green), forward);
+                fixture.clock.advance(3s);
+                QVERIFY(!fixture.view->isBusy());
+            }
+        }
+    }
+
+    void clearingInTheMiddleOfAnyTransitionEndsInBlack()
+    {
+        for (const TransitionRow& row : transitionRows) {
+            TwoSlides slides(QString::fromLatin1(row.title));
+            slides.next();
+            slides.clock.advanceSeconds(row.seconds / 2);
+            slides.view->clearImage();
+            slides.clock.advance(2s);
+            QVERIFY(!slides.view->isBusy());
+            QCOMPARE(slides.grab(), solid(viewSize, Qt::black));
+        }
+    }
+
+    void resizingInTheMiddleOfAnyTransitionEndsWithTheSlideInItsFrame()
+    {
+        for (const TransitionRow& row : transitionRows) {
+            TwoSlides slides(QString::fromLatin1(row.title));
+            slides.next();
+            slides.clock.advanceSeconds(row.seconds / 2);
+            slides.view->resize(100, 50);
+            slides.view->refresh();
+            slides.grab();
+            slides.clock.advance(2s);
+            QVERIFY(!slides.view->isBusy());
+            QCOMPARE(slides.grab(), solid({100, 50}, Qt::green));
         }
     }
 
