@@ -39,8 +39,8 @@ QRectF frameOf(QSizeF picture, QSizeF view, const QString& mode)
 } // namespace
 
 KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent, LayerDrawing drawing)
-    : QWidget(parent), mDefaults(defaults), mClock(clock),
-      mCompositor(Compositor::create(clock, [this] { redraw(); })), mCopies([this] { redraw(); }), mRenderer(mCopies)
+    : QWidget(parent), mDefaults(defaults), mClock(clock), mCompositor(Compositor::create(clock, [this] { redraw(); })),
+      mCopies([this] { redraw(); }), mRenderer(mCopies)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
     mBackgroundLayer = std::make_shared<Layer>(mCompositor);

@@ -21,8 +21,9 @@ bool ffmpeg(const QStringList& arguments)
 
 bool writeCountedMovie(const QString& samples, const QString& path)
 {
-    const QString pan = QStringLiteral("[0]scale=2500:1400:force_original_aspect_ratio=increase,crop=1920:1080:'(iw-1920)*t/10':'(ih-1080)*t/10',"
-                                       "noise=alls=7:allf=t,format=yuv420p[picture];");
+    const QString pan = QStringLiteral(
+        "[0]scale=2500:1400:force_original_aspect_ratio=increase,crop=1920:1080:'(iw-1920)*t/10':'(ih-1080)*t/10',"
+        "noise=alls=7:allf=t,format=yuv420p[picture];");
     const QString strip = QStringLiteral("[1]format=gray,geq=lum='if(mod(floor(N/pow(2,floor(X*%1/W))),2),235,16)',"
                                          "format=yuv420p[strip];[picture][strip]overlay=0:0")
                               .arg(movieBits);

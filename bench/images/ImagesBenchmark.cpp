@@ -231,8 +231,8 @@ bool reportThumbnails(const QByteArray& folder, const QByteArray& original)
         }
     }
     const double ratio = median(ours) / median(theirs);
-    std::printf("%d thumbnails of 12-megapixel JPEGs against two djpeg -scale 1/8 at a time|%.0f|%.0f|%.3f|%.2f\n", count,
-        median(ours), median(theirs), ratio, limit);
+    std::printf("%d thumbnails of 12-megapixel JPEGs against two djpeg -scale 1/8 at a time|%.0f|%.0f|%.3f|%.2f\n",
+        count, median(ours), median(theirs), ratio, limit);
     return ratio <= limit;
 }
 

@@ -97,7 +97,8 @@ void sumLines(const Lines& lines, qint16* sums, int bytes)
 {
     static const bool hasAvx2 = __builtin_cpu_supports("avx2") != 0;
     // The larger instructions take shares as signed bytes, which the whole does not fit into.
-    const bool fit = std::none_of(lines.shares, lines.shares + lines.count, [](qint16 share) { return share == whole; });
+    const bool fit
+        = std::none_of(lines.shares, lines.shares + lines.count, [](qint16 share) { return share == whole; });
     const int done = hasAvx2 && fit ? sumWithAvx2(lines, sums, bytes) : sumWithSse2(lines, sums, bytes);
     sumSingly(lines, sums, done, bytes);
 }

@@ -7,8 +7,9 @@
 
 namespace frameflow {
 
-// Reduces pixels of four bytes by the mean of the area that each new one covers, every share of a pixel in 128ths. Takes the lines as they come, so that a picture can be reduced
-// while its lines are still in the processor's cache. Runs in the calling thread alone.
+// Reduces pixels of four bytes by the mean of the area that each new one covers, with every share of a pixel in 128ths.
+// Takes the lines as they come, so that a picture can be reduced while its lines are still in the processor's cache.
+// Runs in the calling thread alone.
 class AreaReduction
 {
 public:

@@ -210,10 +210,10 @@ bool sendRequest(int socket, quint64 id, const DecodeRequest& request, int file,
     packet.wanted = qint32(request.wanted);
     packet.longestSide = request.longestSide;
     packet.turn = qint32(request.turn);
-    for (const DecodeRequest::Reduction& reduction : request.reductions.first(
-             std::min(request.reductions.size(), DecodeRequest::mostReductions))) {
-        packet.reductions.at(packet.reductionCount++) = {
-            reduction.from.width(), reduction.from.height(), reduction.to.width(), reduction.to.height()};
+    for (const DecodeRequest::Reduction& reduction :
+        request.reductions.first(std::min(request.reductions.size(), DecodeRequest::mostReductions))) {
+        packet.reductions.at(packet.reductionCount++)
+            = {reduction.from.width(), reduction.from.height(), reduction.to.width(), reduction.to.height()};
     }
     // Of a longer name the end counts: the suffix stands there.
     const QByteArray name = request.fileName.right(longestName);

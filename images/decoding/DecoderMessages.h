@@ -9,7 +9,8 @@
 namespace frameflow {
 
 // One packet each way over a socket that keeps packets whole. The file travels with the request, the pixels with the
-// answer, as descriptors; the request may bring memory for them along. Every packet names the request that it belongs to.
+// answer, as descriptors; the request may bring memory for them along. Every packet names the request that it belongs
+// to.
 
 struct RequestMessage
 {

@@ -64,7 +64,8 @@ bool isPlausible(const AnswerMessage& answer, const DecodeRequest& request)
         return picture.movie.has_value();
     }
     const QSize pixels(answer.pixels->layout.width, answer.pixels->layout.height);
-    if (!answer.reducedSize.isEmpty() && !request.reductions.contains(DecodeRequest::Reduction{pixels, answer.reducedSize})) {
+    if (!answer.reducedSize.isEmpty()
+        && !request.reductions.contains(DecodeRequest::Reduction{pixels, answer.reducedSize})) {
         return false;
     }
     return fits(answer.pixels->layout, request.longestSide) && !picture.size.isEmpty() && picture.orientation >= 1
@@ -206,7 +207,8 @@ DecodedPicture DecoderProcess::decode(
     const quint64 id = ++mState->lastId;
     if (isReady(mState->interrupted.number())) {
         picture.error = DecodeError::Cancelled;
-    } else if (isUsable() && sendRequest(mState->child.socket(), id, request, file.number(), memory ? memory->descriptor() : -1)) {
+    } else if (isUsable()
+        && sendRequest(mState->child.socket(), id, request, file.number(), memory ? memory->descriptor() : -1)) {
         mState->memory = std::move(memory);
         switch (mState->await()) {
         case State::Event::Answered:

@@ -34,8 +34,8 @@ public:
     // Blocks until the file is decoded, the limits are reached, the process is lost, or interrupt() was called. After
     // DecoderLost or Cancelled the process is of no more use. The pixels are mapped, not copied; large ones may lie in
     // the memory that is given, which may be null.
-    DecodedPicture decode(const FileDescriptor& file, const DecodeRequest& request,
-        std::shared_ptr<PictureMemory> memory = nullptr);
+    DecodedPicture decode(
+        const FileDescriptor& file, const DecodeRequest& request, std::shared_ptr<PictureMemory> memory = nullptr);
     // Any thread: makes a running decode() end with Cancelled, and every later one.
     void interrupt();
 

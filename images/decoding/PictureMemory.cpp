@@ -61,8 +61,7 @@ std::unique_ptr<PictureMemory> PictureMemory::create(qint64 bytes)
     if (start == MAP_FAILED) {
         return nullptr;
     }
-    return std::unique_ptr<PictureMemory>(
-        new PictureMemory(std::move(memory), static_cast<uchar*>(start), bytes));
+    return std::unique_ptr<PictureMemory>(new PictureMemory(std::move(memory), static_cast<uchar*>(start), bytes));
 }
 
 PictureMemory::PictureMemory(FileDescriptor memory, uchar* start, qint64 size)

@@ -51,8 +51,8 @@ QImage targetBitmap(QSize size, QImage::Format format)
     const bool is32Bits = QImage::toPixelFormat(format).bitsPerPixel() == 32;
     const qint64 line = qint64(size.width()) * 4;
     TargetMemory* const memory = target;
-    if (memory == nullptr || memory->mRange.start == nullptr || memory->mIsTaken || memory->mIsKept || !is32Bits || size.isEmpty()
-        || !memory->suits(line * size.height())) {
+    if (memory == nullptr || memory->mRange.start == nullptr || memory->mIsTaken || memory->mIsKept || !is32Bits
+        || size.isEmpty() || !memory->suits(line * size.height())) {
         return largeBitmap(size, format);
     }
     const auto letGo = [](void* info) {

@@ -1,5 +1,6 @@
 #include "AssertionFailure.h"
 #include "Presentation.h"
+#include "Reduction.h"
 #include "ViewFixture.h"
 
 #include <QPaintEvent>
@@ -157,8 +158,7 @@ private Q_SLOTS:
         const QImage picture = noise({800, 400});
         fixture.show(picture);
         QVERIFY(!fixture.view->isSharpening());
-        QCOMPARE(fixture.grab().convertToFormat(QImage::Format_RGB32),
-            picture.scaled(200, 100, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        QCOMPARE(fixture.grab().convertToFormat(QImage::Format_RGB32), reducedTo(picture, {200, 100}));
     }
 
     void foreignLayerIsAnAssertionFailure()

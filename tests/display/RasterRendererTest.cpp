@@ -2,6 +2,7 @@
 
 #include "Pictures.h"
 #include "ReducedCopies.h"
+#include "Reduction.h"
 
 #include <QtTest>
 
@@ -68,7 +69,7 @@ private Q_SLOTS:
         const QImage picture = noise({400, 240});
         const ViewArea area{QSizeF(100, 60), 2};
         const QImage image = render({item(picture, QRectF(0, 0, 100, 60))}, area);
-        QCOMPARE(image, picture.scaled(200, 120, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        QCOMPARE(image, reducedTo(picture, {200, 120}));
     }
 
     void fractionOfPixelsIsFilledToTheEdge()

@@ -1,6 +1,7 @@
 #include "ReducedCopies.h"
 
 #include "Pictures.h"
+#include "Reduction.h"
 
 #include <QtTest>
 
@@ -17,8 +18,7 @@ private Q_SLOTS:
         const QImage picture = noise({200, 100});
         copies.setWanted({{picture, {50, 25}}}, {});
         QVERIFY(!copies.isReducing());
-        QCOMPARE(copies.drawable(picture, {50, 25}),
-            picture.scaled(50, 25, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        QCOMPARE(copies.drawable(picture, {50, 25}), reducedTo(picture, {50, 25}));
     }
 
     void newSizeIsMadeMeanwhile()

@@ -116,8 +116,7 @@ void AreaReductionTest::everyPixelIsTheMeanOfItsArea()
         for (int y = 0; y < to.height(); ++y) {
             for (int x = 0; x < to.width(); ++x) {
                 for (int channel = 0; channel < 4; ++channel) {
-                    const double error
-                        = result.constScanLine(y)[4 * x + channel] - exactMean(image, to, x, y, channel);
+                    const double error = result.constScanLine(y)[4 * x + channel] - exactMean(image, to, x, y, channel);
                     worst = std::max(worst, std::abs(error));
                     squares += error * error;
                 }

@@ -122,6 +122,7 @@ private Q_SLOTS:
     void laterThreadsAreConfined();
     void memoryHasALimit();
     void withoutALimitMemoryIsFree();
+    void pagesOfSharedMemoryStay();
     void starterAndOthersAreSafe();
 
 private:
@@ -465,6 +466,26 @@ void ConfinementTest::withoutALimitMemoryIsFree()
         return getrlimit(RLIMIT_AS, &limits) == 0 && limits.rlim_cur == RLIM_INFINITY ? 0 : 1;
     };
     QCOMPARE(inside(kernelOffer(), ask, 0).error, 0);
+}
+
+// The program may be looking at it.
+void ConfinementTest::pagesOfSharedMemoryStay()
+{
+    constexpr int size = 8192;
+    const int memory = memfd_create("shared", MFD_CLOEXEC);
+    QVERIFY(memory >= 0 && ftruncate(memory, size) == 0);
+    void* const start = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, memory, 0);
+    QVERIFY(start != MAP_FAILED);
+    const std::pair<const char*, Attempt> attempts[] = {
+        {"fallocate", [&] { return errorOf(fallocate(memory, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 0, size)); }},
+        {"madvise", [&] { return errorOf(madvise(start, size, MADV_REMOVE)); }},
+    };
+    for (const auto& [name, attempt] : attempts) {
+        QVERIFY2(inside({}, attempt).error == 0, name);
+        QVERIFY2(inside(kernelOffer(), attempt).error == (kernelOffer().systemCalls ? EPERM : 0), name);
+    }
+    munmap(start, size);
+    close(memory);
 }
 
 void ConfinementTest::starterAndOthersAreSafe()

@@ -307,8 +307,8 @@ AnswerMessage answerInMemory(const Order& order, QSize size)
     AnswerMessage message;
     message.id = order.id;
     message.picture.size = size;
-    message.pixels = SharedBitmap{
-        {}, {size.width(), size.height(), qint64(size.width()) * 4, qint32(QImage::Format_RGB32)}};
+    message.pixels
+        = SharedBitmap{{}, {size.width(), size.height(), qint64(size.width()) * 4, qint32(QImage::Format_RGB32)}};
     return message;
 }
 
@@ -350,8 +350,7 @@ void inMemoryThatChanges(const Order& order)
 {
     answer(answerInMemory(order, QSize(4000, 3000)));
     const QByteArray noise(48'000'000, 'x');
-    while (pwrite(order.memory.number(), noise.constData(), noise.size(), 0) > 0) {
-    }
+    while (pwrite(order.memory.number(), noise.constData(), noise.size(), 0) > 0) { }
 }
 
 void unsealed(const Order& order)

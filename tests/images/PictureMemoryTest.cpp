@@ -258,7 +258,7 @@ void PictureMemoryTest::memoryOfAnotherSizeIsNotUsed()
     QVERIFY(inodeOf(*larger) != inode);
     QVERIFY(!mStore->nextEnd());
     // Nor is one that would be half empty.
-    mStore = std::make_shared<PictureMemoryStore>([] { });
+    mStore = std::make_shared<PictureMemoryStore>([] {});
     mStore->noteSize(3 * photographBytes);
     mStore->take();
     for (int i = 0; i < 4; ++i) {

@@ -1,9 +1,9 @@
 #include "VipsDecoder.h"
 
-#include "TargetMemory.h"
 #include "Limits.h"
 #include "MemoryFile.h"
 #include "PhotoshopInks.h"
+#include "TargetMemory.h"
 #include "VipsColour.h"
 
 #include <algorithm>

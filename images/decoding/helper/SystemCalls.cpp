@@ -12,6 +12,7 @@
 #include <sched.h>
 #include <seccomp.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -54,6 +55,7 @@ constexpr std::array refusedNames{
     // files by name, and those that are open for reading
     "creat",
     "truncate",
+    "fallocate",
     "rename",
     "renameat",
     "renameat2",
@@ -247,6 +249,7 @@ bool refuseProcesses(scmp_filter_ctx filter)
         Refused{SCMP_SYS(prctl), is(0, PR_SET_PDEATHSIG)},
         Refused{SCMP_SYS(prctl), is(0, PR_SET_DUMPABLE)},
         Refused{SCMP_SYS(prctl), is(0, PR_SET_PTRACER)},
+        Refused{SCMP_SYS(madvise), is(2, MADV_REMOVE)},
     };
     return refuse(filter, list);
 }
