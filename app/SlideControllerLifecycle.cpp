@@ -38,7 +38,7 @@ SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QSt
       mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }),
       mCurrentScreen(QGuiApplication::primaryScreen()), mTimer(clock), mHoldingBack(clock),
       mDisplaySleep(QStringLiteral("Viewing Slideshow")), mDispatchQueue("com.quillory.filesequence"),
-      mFileSequence(defaults), mAddQueue("com.quillory.addsequence")
+      mFileSequence(defaults, clock), mAddQueue("com.quillory.addsequence")
 {
     mFileSequence.setDelegate(this);
     mFileSequence.setGate([this](WaitingLine::Job job) { gate(std::move(job)); });

@@ -278,6 +278,7 @@ void SlideController::newFilesFound()
             next();
             autoPlay();
         }
+        updateReadAhead();
     });
 }
 

@@ -164,7 +164,7 @@ void SlideController::dropUnloadable(const Candidate& candidate)
 {
     FileSequence& sequence = candidate.isAd ? *mAddSequence : mFileSequence;
     const bool wasLast = sequence.current() == candidate.url && sequence.currentIndex() + 1 == sequence.count();
-    sequence.remove(candidate.url);
+    sequence.removeUnloadable(candidate.url);
     mImageURL = {};
     if (wasLast) {
         sequence.previous();

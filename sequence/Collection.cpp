@@ -97,7 +97,8 @@ void Collection::run() const
         duplicates = takeDuplicates(collected->items);
     }
     if (!cancel.isCancelled()) {
-        reports.finished(SlideItems(collected->items), duplicates.urls);
+        UrlList removed(UrlList::Entries(duplicates.urls.begin(), duplicates.urls.end()));
+        reports.finished(ItemList(SlideItems(collected->items)), std::move(removed));
     }
 }
 

@@ -3,6 +3,7 @@
 #include "CancelToken.h"
 #include "FileSequence.h"
 #include "ItemOrder.h"
+#include "RescanPlan.h"
 #include "Rest.h"
 
 #include <functional>
@@ -27,7 +28,7 @@ struct CollectionReports
     std::function<void()> folderEnded;
     std::function<void(SlideItems&& items)> files;
     // The whole list in its final order, and what the duplicate rule removed from it.
-    std::function<void(SlideItems&& items, const QList<FileUrl>& removed)> finished;
+    std::function<void(ItemList&& items, UrlList&& removed)> finished;
 };
 
 // One collection as a value, to be run on a queue. It owns or shares all that it touches.

@@ -1,63 +1,51 @@
 #include "Duplicates.h"
 
-#include <QHash>
-
-#include <algorithm>
+#include "ByteTable.h"
 
 namespace frameflow {
-
-namespace {
-
-// The files other than JPEGs that share a base name.
-struct Companions
-{
-    const SlideItem* first = nullptr;
-    int jpegs = 0; // of the same base name
-};
-
-} // namespace
 
 Duplicates takeDuplicates(SlideItems& items)
 {
     Duplicates taken;
-    const auto middle = std::find_if(
-        items.begin(), items.end(), [&](const auto& item) { return item->isJPG() != items[0]->isJPG(); });
-    if (middle == items.end()) {
-        return taken; // one group is empty
+    std::vector<quint32> jpegs; // places in the list
+    std::vector<quint32> others;
+    for (quint32 place = 0; place < items.size(); ++place) {
+        (items[place]->isJPG() ? jpegs : others).push_back(place);
     }
-    QHash<QByteArrayView, Companions> companions;
-    companions.reserve(static_cast<qsizetype>(items.size() / 2));
-    std::vector<const SlideItem*> jpegs;
-    for (const auto& item : items) {
-        if (item->isJPG()) {
-            jpegs.push_back(item.data());
-        } else if (auto& group = companions[item->baseName()]; group.first == nullptr) {
-            group.first = item.data();
-        }
+    if (jpegs.empty() || others.empty()) {
+        return taken;
     }
-    for (const SlideItem* jpeg : jpegs) {
-        if (const auto group = companions.find(jpeg->baseName()); group != companions.end()) {
-            ++group->jpegs;
-            taken.urls.append(group->first->mURL());
+    ByteTable companions(others.size()); // the first of each base name
+    const auto keyOf = [&](quint32 other) { return items[others[other]]->baseName(); };
+    std::vector<quint32> firstOf(others.size());
+    for (quint32 other = 0; other < others.size(); ++other) {
+        firstOf[other] = companions.findOrInsert(keyOf(other), other, keyOf);
+    }
+    std::vector<bool> isTaken(others.size()); // of the first ones
+    for (const quint32 jpeg : jpegs) {
+        const quint32 other = companions.find(items[jpeg]->baseName(), keyOf);
+        if (other != ByteTable::none) {
+            isTaken[other] = true;
+            taken.urls.append(items[others[other]]->mURL());
         }
     }
     if (taken.urls.isEmpty()) {
         return taken;
     }
-    // Equal items have equal names, so each is found in the group of the one that it is equal to.
-    const auto isTaken = [&](const SlideItemPtr& item) {
-        if (item->isJPG()) {
-            return false;
+    // Equal items have equal names, so each has the same first one as the item that it is equal to.
+    for (quint32 other = 0; other < others.size(); ++other) {
+        const quint32 first = firstOf[other];
+        const SlideItemPtr& item = items[others[other]];
+        if (isTaken[first] && (first == other || item->isEqual(*items[others[first]]))) {
+            taken.items.push_back(item);
         }
-        const auto group = companions.constFind(item->baseName());
-        return group->jpegs > 0 && (group->first == item.data() || item->isEqual(*group->first));
-    };
-    SlideItems kept;
-    kept.reserve(items.size());
-    for (auto& item : items) {
-        (isTaken(item) ? taken.items : kept).push_back(std::move(item));
     }
-    items = std::move(kept);
+    auto next = taken.items.begin(); // they are in the order of the list
+    std::erase_if(items, [&](const SlideItemPtr& item) {
+        const bool isOne = next != taken.items.end() && *next == item;
+        next += isOne ? 1 : 0;
+        return isOne;
+    });
     return taken;
 }
 

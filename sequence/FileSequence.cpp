@@ -12,20 +12,17 @@
 
 namespace frameflow {
 
-namespace {
-
-// A new watch counts as scanned this long ago, so that the first look is due at once.
-constexpr std::chrono::seconds scanInterval(5);
-
-} // namespace
-
 FileSequence::FileSequence(UserDefaults& defaults) : mDefaults(defaults) { }
+
+FileSequence::FileSequence(UserDefaults& defaults, Clock& clock)
+    : mDefaults(defaults), mClock(&clock), mTimer(clock) { }
 
 FileSequence::~FileSequence()
 {
     abandonCollections();
+    stopScanning();
     *mSelf = nullptr;
-    dispose(mItems.takeAll());
+    dispose(std::move(mItems));
 }
 
 void FileSequence::addURLs(const QList<FileUrl>& urls)
@@ -85,6 +82,9 @@ void FileSequence::searchFolder(const FileUrl& folder)
     addDirectly(std::move(found), folder);
     if (*self != nullptr) {
         mAddDirectories = true;
+        if (mClock != nullptr) {
+            updateHotFolder(); // which has the folders watched, too
+        }
     }
 }
 
@@ -94,7 +94,9 @@ void FileSequence::beginFolder(const FileUrl& folder)
     mAddDirectories = false;
     if (mHotFolder.isEmpty() && mAllowHotFolder) {
         mHotFolder = folder;
-        mLastHotfolderScan = std::chrono::system_clock::now() - scanInterval;
+        setupFSEvents();
+        resetHotFolderScanTime();
+        startTimer();
     } else {
         stopHotfolder();
     }
@@ -130,7 +132,7 @@ bool FileSequence::appendItems(SlideItems&& items)
     if (items.empty()) {
         return true;
     }
-    mOrder.reset();
+    listChanged(ListChange::Addition);
     if (!mItems.isEmpty()) {
         mItems.append(std::move(items));
         return true;
@@ -226,6 +228,7 @@ void FileSequence::sort()
     if (order == mOrder) {
         return;
     }
+    listChanged(ListChange::Order);
     auto items = mItems.takeAll();
     sortItems(items, order);
     mItems.assign(std::move(items));
@@ -243,7 +246,7 @@ void FileSequence::shuffle()
     auto items = mItems.takeAll();
     frameflow::shuffle(items);
     mItems.assign(std::move(items));
-    mOrder.reset();
+    listChanged(ListChange::Order);
 }
 
 void FileSequence::removeDuplicates()
@@ -251,12 +254,13 @@ void FileSequence::removeDuplicates()
     auto items = mItems.takeAll();
     removeDuplicates(items);
     mItems.assign(std::move(items));
+    listChanged(ListChange::Removal);
 }
 
 void FileSequence::removeDuplicates(SlideItems& items)
 {
     const auto duplicates = takeDuplicates(items);
-    mRemovedURLs.append(duplicates.urls);
+    mRemovedURLs.append(UrlList::Entries(duplicates.urls.begin(), duplicates.urls.end()));
     for (const auto& item : duplicates.items) {
         noteRemoved(item);
     }
@@ -269,6 +273,8 @@ FileUrl FileSequence::trash()
         return {};
     }
     noteRemoved(mItems.takeAt(mCurrentFileIndex));
+    mTrashedURLs.append(url);
+    listChanged(ListChange::Removal);
     if (mCurrentFileIndex == count()) {
         rewind();
     }
@@ -277,9 +283,25 @@ FileUrl FileSequence::trash()
 
 void FileSequence::remove(const FileUrl& url)
 {
-    if (url.isEmpty()) {
-        return;
+    if (!url.isEmpty()) {
+        mRemovedURLs.append(url);
+        takeOut(url);
     }
+}
+
+void FileSequence::removeUnloadable(const FileUrl& url)
+{
+    if (mHotFolder.isEmpty()) {
+        remove(url);
+    } else if (!url.isEmpty()) {
+        mWatching.unloadable.push_back(url);
+        takeOut(url);
+        lookForUnloadable();
+    }
+}
+
+void FileSequence::takeOut(const FileUrl& url)
+{
     bool found = current() == url;
     if (found) {
         noteRemoved(mItems.takeAt(mCurrentFileIndex));
@@ -290,9 +312,26 @@ void FileSequence::remove(const FileUrl& url)
             found = true;
         }
     }
-    mRemovedURLs.append(url);
+    listChanged(ListChange::Removal);
     if (mCurrentFileIndex == count()) {
         rewind();
+    }
+}
+
+QList<FileUrl> FileSequence::removedURLs() const
+{
+    auto urls = mRemovedURLs.copy();
+    urls.insert(urls.end(), mWatching.unloadable.begin(), mWatching.unloadable.end());
+    return {urls.begin(), urls.end()};
+}
+
+void FileSequence::listChanged(ListChange change)
+{
+    ++mRevision;
+    mMembership += change == ListChange::Order ? 0 : 1;
+    mAdditions += change == ListChange::Addition ? 1 : 0;
+    if (change != ListChange::Removal) {
+        mOrder.reset();
     }
 }
 
@@ -322,11 +361,13 @@ void FileSequence::clear()
 void FileSequence::reset()
 {
     stopHotfolder();
-    dispose(mItems.takeAll());
+    dispose(std::move(mItems));
+    mItems = {};
+    mTrashedURLs = {};
+    listChanged(ListChange::Addition);
     mCurrentFileIndex = 0;
     mAllowHotFolder = true;
     mMayHoldEquals = false;
-    mOrder.reset();
 }
 
 void FileSequence::itemChanged(const FileUrl& url)

@@ -1,13 +1,17 @@
 #pragma once
 
 #include "CancelToken.h"
+#include "Clock.h"
+#include "FileEventStream.h"
 #include "FileUrl.h"
 #include "ItemList.h"
 #include "ItemOrder.h"
+#include "RescanPlan.h"
 #include "Rest.h"
 #include "SerialQueue.h"
 
 #include <QList>
+#include <QSet>
 
 #include <chrono>
 #include <functional>
@@ -19,6 +23,8 @@ namespace frameflow {
 class UserDefaults;
 struct CollectedItems;
 struct CollectionReports;
+struct RescanResult;
+struct ScanMemory;
 
 // Told by a FileSequence, always on the main thread. May call back into the sequence, and may destroy it.
 class FileSequenceDelegate
@@ -54,8 +60,11 @@ class FileSequence
 public:
     using ScanTime = std::chrono::system_clock::time_point;
 
+    // Watches no folder by itself.
     explicit FileSequence(UserDefaults& defaults);
-    // Gives up the collections.
+    // Watches its hot folder. The clock outlives the sequence.
+    FileSequence(UserDefaults& defaults, Clock& clock);
+    // Gives up the collections and the scan of the hot folder.
     ~FileSequence();
     FileSequence(const FileSequence&) = delete;
     FileSequence& operator=(const FileSequence&) = delete;
@@ -116,6 +125,9 @@ public:
     void removeDuplicates(SlideItems& items);
     FileUrl trash();
     void remove(const FileUrl& url);
+    // The same for a file that could not be shown; but one of the hot folder that is not there any more, as when a
+    // volume was taken away, may come back with its folder.
+    void removeUnloadable(const FileUrl& url);
     // After remove() of the current item: puts the cursor so that next() answers the file that followed it, also when
     // the first item was removed (previous() would wrap to the end there).
     void stepBackAfterRemoval() { --mCurrentFileIndex; }
@@ -123,13 +135,31 @@ public:
     void clear();
     void itemChanged(const FileUrl& url);
 
-    // Removed on purpose, by remove() or as duplicates, in order; kept when the sequence is cleared.
-    const QList<FileUrl>& removedURLs() const { return mRemovedURLs; }
-    // The folder to watch; empty for none.
-    const FileUrl& hotFolder() const { return mHotFolder; }
-    void stopHotfolder() { mHotFolder = {}; }
+    // Removed on purpose, by remove() or as duplicates; kept when the sequence is cleared.
+    QList<FileUrl> removedURLs() const;
+
+    // The hot folder: the one folder of a sequence that is watched for new, vanished and rewritten files, while it is
+    // the only thing that was added. Files join when nobody writes them any more; a file that was removed or moved to
+    // the Trash does not come back.
+    const FileUrl& hotFolder() const { return mHotFolder; } // empty for none
     // When the hot folder was last looked at; the epoch when there was none yet.
     ScanTime lastHotfolderScan() const { return mLastHotfolderScan; }
+    // Begins to be told of changes in the hot folder. False where the machine offers no such thing.
+    bool setupFSEvents();
+    void stopFSEvents();
+    // The look every five seconds, which needs no events.
+    void startTimer();
+    void stopTimer();
+    void myTimerFireMethod();
+    void stopHotfolder();
+    void resetHotFolderScanTime();
+    // Has the hot folder compared with the list, on another thread, and the list changed by what was found. Does
+    // nothing while something is collected: that ends with a rescan. Asked for during a rescan, another one follows it.
+    void updateHotFolder();
+    // Whether a rescan has not come to its end yet.
+    bool isRescanning() const { return mWatching.isScanning; }
+    // For tests: how many folders may be watched.
+    void setMostWatches(int most) { mWatching.mostWatches = most; }
 
 private:
     // The queued work that has not come to its end, as the main thread knows it.
@@ -146,28 +176,82 @@ private:
         SlideItems added;
     };
 
+    // What is known of the hot folder, and the rescan of it that has not come to its end.
+    struct Watching
+    {
+        std::unique_ptr<SerialQueue> queue; // made for the first rescan
+        std::shared_ptr<ScanMemory> memory; // the queue's
+        CancelToken cancel;
+        int mostWatches = FolderWatches::noLimit;
+        bool isScanning = false;
+        bool isWantedAgain = false;
+        quint64 additions = 0; // when the rescan began
+        quint64 revision = 0; // of the list, when the plan was made
+        bool newItemsNext = true; // the rules of the plan
+        SortOrder order = SortOrder::Name;
+
+        // Since the last whole walk began; only without all that is a look at the folders enough.
+        bool hasEvents = true;
+        quint64 membership = 0;
+        qint64 levelLimit = 0;
+        TimePoint walked{};
+        TimePoint scanBegan{};
+
+        UrlList::Entries unloadable; // of which it is not known yet whether they are there
+        bool isLookingForUnloadable = false;
+
+        QSet<FileUrl> unfinished; // as the last rescan found them
+        QSet<FileUrl> modified; // while this one runs
+    };
+
+    enum class ListChange
+    {
+        Order,
+        Removal,
+        Addition,
+    };
+
     SortOrder sortOrder() const;
+    void listChanged(ListChange change);
     bool appendItems(SlideItems&& items);
     void addDirectly(SlideItems&& items, const FileUrl& source);
     void searchFolder(const FileUrl& folder);
     void beginFolder(const FileUrl& folder);
+    void takeOut(const FileUrl& url);
+    void lookForUnloadable();
+    void recordUnloadable();
     void noteRemoved(SlideItemPtr item);
     bool mayHoldEquals();
 
     CollectionReports reports(
         const CollectionRequest& request, std::optional<SortOrder> order, std::function<void()> finished);
     void beginCollection(const CollectionRequest& request, bool mayHoldEquals);
-    void applyResult(SlideItems&& items, const QList<FileUrl>& removed, std::optional<SortOrder> order);
-    void reconcile(SlideItems& items) const;
+    void applyResult(ItemList&& items, UrlList&& removed, std::optional<SortOrder> order);
+    void reconcile(ItemList& items) const;
     static void deliver(const std::shared_ptr<FileSequence*>& self, std::function<void(FileSequence&)> job);
     void endPending();
     void dropPending();
     void reset();
-    void dispose(SlideItems&& items) const;
+    void dispose(ItemList&& items) const;
+
+    void enterGate(std::function<void(FileSequence&)> job);
+    void folderChanged(const std::vector<FileEvent>& batch);
+    bool mayLookOnly(qint64 levelLimit) const;
+    ListState listState();
+    SerialQueue& hotFolderQueue();
+    void scanOnQueue(std::function<RescanResult()> scan);
+    void startScanning(ListState&& list);
+    void scanFinished(RescanResult& result);
+    void planAgain(RescanResult& result);
+    void applyRescan(RescanResult& result);
+    void endScanning();
+    void stopScanning();
 
     UserDefaults& mDefaults;
+    Clock* mClock = nullptr; // null: nothing is watched
     ItemList mItems;
-    QList<FileUrl> mRemovedURLs;
+    UrlList mRemovedURLs;
+    UrlList mTrashedURLs; // since the sequence was last cleared
     quint64 mCurrentFileIndex = 0;
     FileUrl mHotFolder;
     FileSequenceDelegate* myDelegate = nullptr;
@@ -179,6 +263,15 @@ private:
     QList<FileUrl> mSources; // what was added since the sequence was last cleared, queued additions included
     std::optional<bool> mMayHoldEquals = false; // none: the sources have not been looked at
     std::optional<SortOrder> mOrder; // the order that the list is known to be in
+
+    // Counted up with every change of the list, of what it holds, and with every addition.
+    quint64 mRevision = 0;
+    quint64 mMembership = 0;
+    quint64 mAdditions = 0;
+
+    std::unique_ptr<FileEventStream> mEventStream;
+    std::optional<OneShotTimer> mTimer; // none without a clock
+    Watching mWatching;
 
     Collecting mCollecting;
     quint64 mGeneration = 0; // what was posted for an older one is dropped

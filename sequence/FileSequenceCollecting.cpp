@@ -14,11 +14,22 @@ namespace {
 // A list of at most this many items is destroyed where it is dropped.
 constexpr size_t smallList = 1000;
 
-void disposeOn(const SerialQueue::Handle& queue, SlideItems&& items)
+template <typename List>
+void disposeOn(const SerialQueue::Handle& queue, List&& items)
 {
     if (items.size() > smallList) {
-        queue.async([old = std::make_shared<SlideItems>(std::move(items))]() mutable { old.reset(); });
+        queue.async([old = std::make_shared<List>(std::forward<List>(items))]() mutable { old.reset(); });
     }
+}
+
+// Whoever lets go last, a message that is dropped included, leaves the destruction to the queue.
+template <typename List>
+std::shared_ptr<List> shareOn(const SerialQueue::Handle& queue, List&& items)
+{
+    return std::shared_ptr<List>(new List(std::forward<List>(items)), [queue](List* list) {
+        disposeOn(queue, std::move(*list));
+        delete list;
+    });
 }
 
 bool sortsItself(CollectionRequest::Adder adder)
@@ -31,6 +42,7 @@ bool sortsItself(CollectionRequest::Adder adder)
 void FileSequence::collect(SerialQueue& queue, const CollectionRequest& request, std::function<void()> finished)
 {
     mCollecting.queue = queue.handle();
+    stopScanning();
     if (request.clearFirst) {
         mSources.clear();
         mMayHoldEquals = mMayHoldEquals.value_or(true);
@@ -68,13 +80,6 @@ CollectionReports FileSequence::reports(
             }
         });
     };
-    const auto share = [queue = mCollecting.queue](SlideItems&& items) {
-        // Whoever lets go last, a message that is dropped included, leaves the destruction to the queue.
-        return std::shared_ptr<SlideItems>(new SlideItems(std::move(items)), [queue](SlideItems* list) {
-            disposeOn(queue, std::move(*list));
-            delete list;
-        });
-    };
     CollectionReports reports;
     reports.begun = [post, request](bool mayHoldEquals) {
         post([request, mayHoldEquals](FileSequence& sequence) { sequence.beginCollection(request, mayHoldEquals); });
@@ -82,18 +87,20 @@ CollectionReports FileSequence::reports(
     reports.folderBegun
         = [post](const FileUrl& folder) { post([folder](FileSequence& sequence) { sequence.beginFolder(folder); }); };
     reports.folderEnded = [post] { post([](FileSequence& sequence) { sequence.mAddDirectories = true; }); };
-    reports.files = [post, share](SlideItems&& items) {
-        post([shared = share(std::move(items))](FileSequence& sequence) { sequence.appendItems(std::move(*shared)); });
+    reports.files = [post, queue = mCollecting.queue](SlideItems&& items) {
+        post([shared = shareOn(queue, std::move(items))](
+                 FileSequence& sequence) { sequence.appendItems(std::move(*shared)); });
     };
-    reports.finished
-        = [post, share, order, finished = std::move(finished)](SlideItems&& items, const QList<FileUrl>& removed) {
-              post([shared = share(std::move(items)), removed, order, finished](FileSequence& sequence) {
-                  sequence.applyResult(std::move(*shared), removed, order);
-                  if (finished) {
-                      finished(); // may destroy the sequence
-                  }
-              });
-          };
+    reports.finished = [post, queue = mCollecting.queue, order, finished = std::move(finished)](
+                           ItemList&& items, UrlList&& removed) {
+        post([shared = shareOn(queue, std::move(items)), barred = shareOn(queue, std::move(removed)), order, finished](
+                 FileSequence& sequence) {
+            sequence.applyResult(std::move(*shared), std::move(*barred), order);
+            if (finished) {
+                finished(); // may destroy the sequence
+            }
+        });
+    };
     return reports;
 }
 
@@ -132,12 +139,12 @@ void FileSequence::beginCollection(const CollectionRequest& request, bool mayHol
     }
 }
 
-void FileSequence::applyResult(SlideItems&& items, const QList<FileUrl>& removed, std::optional<SortOrder> order)
+void FileSequence::applyResult(ItemList&& items, UrlList&& removed, std::optional<SortOrder> order)
 {
     reconcile(items);
-    dispose(mItems.takeAll());
-    mItems.assign(std::move(items));
-    mRemovedURLs.append(removed);
+    dispose(std::exchange(mItems, std::move(items)));
+    mRemovedURLs.insert(mRemovedURLs.size(), std::move(removed));
+    listChanged(ListChange::Addition);
     const bool sorted = order && order == sortOrder() && mCollecting.added.empty();
     mOrder = sorted && order != SortOrder::Random ? order : std::nullopt;
     endPending();
@@ -147,9 +154,9 @@ void FileSequence::applyResult(SlideItems&& items, const QList<FileUrl>& removed
 }
 
 // A result knows nothing of what the main thread did meanwhile: takes out what was removed, puts in what was added.
-void FileSequence::reconcile(SlideItems& items) const
+void FileSequence::reconcile(ItemList& list) const
 {
-    items.insert(items.end(), mCollecting.added.begin(), mCollecting.added.end());
+    list.append(SlideItems(mCollecting.added));
     if (mCollecting.removed.empty()) {
         return;
     }
@@ -159,8 +166,10 @@ void FileSequence::reconcile(SlideItems& items) const
         removed.push_back(item.data());
     }
     std::sort(removed.begin(), removed.end());
+    SlideItems items = list.takeAll();
     std::erase_if(
         items, [&](const auto& item) { return std::binary_search(removed.begin(), removed.end(), item.data()); });
+    list.assign(std::move(items));
 }
 
 void FileSequence::endPending()
@@ -168,6 +177,9 @@ void FileSequence::endPending()
     --mCollecting.pending;
     if (mCollecting.pending == 0) {
         dropPending();
+        if (mClock != nullptr) {
+            updateHotFolder();
+        }
     }
 }
 
@@ -218,10 +230,9 @@ void FileSequence::clearOn(SerialQueue& queue, std::function<void()> finished)
         });
 }
 
-void FileSequence::dispose(SlideItems&& items) const
+void FileSequence::dispose(ItemList&& items) const
 {
     disposeOn(mCollecting.queue, std::move(items));
-    items.clear();
 }
 
 } // namespace frameflow

@@ -2,6 +2,7 @@
 
 #include "FileTypes.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <deque>
@@ -58,7 +59,7 @@ public:
 
     // The path with a slash at its end.
     const QByteArray& prefix() const { return mPrefix; }
-    bool isOpen() const { return mDirectory != nullptr; }
+    int descriptor() const { return mDirectory ? dirfd(mDirectory.get()) : -1; }
 
     bool next(FolderEntry& entry)
     {
@@ -124,19 +125,54 @@ private:
     Kept mCurrent;
 };
 
-class Walk
+// A file of an OpenFolder, valid as long as its entry is.
+class FolderFile final : public ListedFile
 {
 public:
-    Walk(qint64 levelLimit, const CancelToken& cancel, const ItemSink& found)
-        : mLevelLimit(levelLimit), mCancel(cancel), mFound(found)
+    FolderFile(const OpenFolder& folder, QByteArrayView name, bool isLink)
+        : mFolder(folder), mName(name), mIsLink(isLink)
     {
     }
 
-    void run(const FileUrl& folder)
+    const QByteArray& prefix() const override { return mFolder.prefix(); }
+    QByteArrayView name() const override { return mName; }
+    bool isLink() const override { return mIsLink; }
+    int folder() const override { return mFolder.descriptor(); }
+
+    SlideItemPtr item() const override
     {
-        if (auto directory = openDirectory(AT_FDCWD, folder.path().constData(), 0)) {
-            mFolders.emplace_back(std::move(directory), folder.path());
+        if (mIsLink) {
+            const QByteArray path = mFolder.pathOf(mName);
+            return kindOfPath(path) == PathKind::File ? SlideItem::itemWithURL(FileUrl::fromPath(path))
+                                                      : SlideItemPtr();
         }
+        struct stat attributes
+        {
+        };
+        if (!mFolder.examine(mName, attributes) || !S_ISREG(attributes.st_mode)) {
+            return {};
+        }
+        return SlideItemPtr(
+            new SlideItem(FileUrl::fromPath(mFolder.pathOf(mName)), FileDate::modificationDate(attributes), {}));
+    }
+
+private:
+    const OpenFolder& mFolder;
+    QByteArrayView mName;
+    bool mIsLink;
+};
+
+class Walk
+{
+public:
+    Walk(qint64 levelLimit, const CancelToken& cancel, const WalkSinks& sinks)
+        : mLevelLimit(levelLimit), mCancel(cancel), mSinks(sinks)
+    {
+    }
+
+    WalkEnd run(const FileUrl& folder)
+    {
+        go(openDirectory(AT_FDCWD, folder.path().constData(), 0), folder.path());
         FolderEntry entry;
         while (!mFolders.empty() && !mCancel.isCancelled()) {
             if (!mFolders.back().next(entry)) {
@@ -145,6 +181,10 @@ public:
                 take(mFolders.back(), entry);
             }
         }
+        if (mCancel.isCancelled()) {
+            return WalkEnd::Cancelled;
+        }
+        return mIsOutOfResources ? WalkEnd::OutOfResources : WalkEnd::Complete;
     }
 
 private:
@@ -155,26 +195,17 @@ private:
             return;
         }
         unsigned char type = entry.type;
-        struct stat attributes
-        {
-        };
-        bool examined = false;
         if (type == DT_UNKNOWN) {
-            examined = folder.examine(entry.name, attributes);
+            struct stat attributes
+            {
+            };
+            folder.examine(entry.name, attributes);
             type = static_cast<unsigned char>(IFTODT(attributes.st_mode));
         }
         if (type == DT_DIR) {
             enter(folder, entry.name);
-        } else if (type == DT_REG && mediaKindForName(entry.name) != MediaKind::None) {
-            if ((examined || folder.examine(entry.name, attributes)) && S_ISREG(attributes.st_mode)) {
-                mFound(SlideItemPtr(new SlideItem(
-                    FileUrl::fromPath(folder.pathOf(entry.name)), FileDate::modificationDate(attributes), {})));
-            }
-        } else if (type == DT_LNK && mediaKindForName(entry.name) != MediaKind::None) {
-            const QByteArray path = folder.pathOf(entry.name);
-            if (kindOfPath(path) == PathKind::File) {
-                mFound(SlideItem::itemWithURL(FileUrl::fromPath(path)));
-            }
+        } else if ((type == DT_REG || type == DT_LNK) && mediaKindForName(entry.name) != MediaKind::None) {
+            mSinks.file(FolderFile(folder, entry.name, type == DT_LNK));
         }
     }
 
@@ -184,20 +215,32 @@ private:
         if (mLevelLimit > 0 && level >= mLevelLimit) {
             return;
         }
+        const QByteArray path = folder.pathOf(name);
         auto directory = folder.openSubfolder(name);
-        if (!directory) {
-            return;
-        }
-        QByteArray path = folder.pathOf(name);
-        if (mFolders.size() >= mostOpenFolders) {
+        if (directory && mFolders.size() >= mostOpenFolders) {
             folder.readAllAndClose();
         }
-        mFolders.emplace_back(std::move(directory), std::move(path));
+        go(std::move(directory), path);
+    }
+
+    // Right after the folder was opened, or could not be.
+    void go(Directory directory, const QByteArray& path)
+    {
+        if (!directory && (errno == EMFILE || errno == ENFILE || errno == ENOMEM)) {
+            mIsOutOfResources = true;
+        }
+        if (mSinks.folder) {
+            mSinks.folder(directory ? dirfd(directory.get()) : -1, path);
+        }
+        if (directory) {
+            mFolders.emplace_back(std::move(directory), path);
+        }
     }
 
     const qint64 mLevelLimit;
     const CancelToken& mCancel;
-    const ItemSink& mFound;
+    const WalkSinks& mSinks;
+    bool mIsOutOfResources = false;
     std::deque<OpenFolder> mFolders; // from the top down; references stay valid while it grows
 };
 
@@ -222,9 +265,20 @@ bool isDisplayable(const FileUrl& url)
     return mediaKindForName(url.fileName()) != MediaKind::None;
 }
 
+WalkEnd walkTree(const FileUrl& folder, qint64 levelLimit, const CancelToken& cancel, const WalkSinks& sinks)
+{
+    return Walk(levelLimit, cancel, sinks).run(folder);
+}
+
 void walkFolder(const FileUrl& folder, qint64 levelLimit, const CancelToken& cancel, const ItemSink& found)
 {
-    Walk(levelLimit, cancel, found).run(folder);
+    WalkSinks sinks;
+    sinks.file = [&](const ListedFile& file) {
+        if (auto item = file.item()) {
+            found(std::move(item));
+        }
+    };
+    walkTree(folder, levelLimit, cancel, sinks);
 }
 
 } // namespace frameflow

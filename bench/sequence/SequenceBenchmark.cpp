@@ -1,107 +1,30 @@
 // Measures the sequence against find on trees of its own. Takes no arguments; each line is
 // name|figure|reference|ratio|limit. FRAMEFLOW_BENCH_LARGE also measures a tree of a million files.
 
+#include "BenchTools.h"
 #include "Duplicates.h"
 #include "FileSequence.h"
+#include "HotFolderBenchmark.h"
 #include "SettingsKeys.h"
 #include "UserDefaults.h"
 
 #include <QCoreApplication>
-#include <QEventLoop>
 #include <QTemporaryDir>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <memory>
 #include <vector>
 
 #include <fcntl.h>
 #include <malloc.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace frameflow;
+using namespace frameflow::bench;
 
 namespace {
-
-using Milliseconds = std::chrono::duration<double, std::milli>;
-
-double timed(const std::function<void()>& work)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    work();
-    return Milliseconds(std::chrono::steady_clock::now() - begin).count();
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-void report(const char* name, double figure, const char* reference, double referenceTime, double limit)
-{
-    const double ratio = figure / referenceTime;
-    std::printf("%s|%.1f ms|%s %.1f ms|%.2f|%.2f\n", name, figure, reference, referenceTime, ratio, limit);
-    std::fflush(stdout);
-}
-
-void require(bool succeeded, const char* what)
-{
-    if (!succeeded) {
-        std::perror(what);
-        std::exit(1);
-    }
-}
-
-// Files in folders of 200, three in four of them displayable.
-void makeTree(const QByteArray& root, int files)
-{
-    constexpr int filesInFolder = 200;
-    require(mkdir(root.constData(), 0777) == 0, "mkdir");
-    for (int folder = 0; folder < files / filesInFolder; ++folder) {
-        const QByteArray path = root + "/holiday " + QByteArray::number(folder);
-        require(mkdir(path.constData(), 0777) == 0, "mkdir");
-        for (int file = 0; file < filesInFolder; ++file) {
-            const int number = (folder * filesInFolder + file) * 7919 % files;
-            const QByteArray name = path + "/IMG_" + QByteArray::number(number) + (file % 4 == 3 ? ".xmp" : ".jpg");
-            const int descriptor = open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-            require(descriptor >= 0, "open");
-            close(descriptor);
-        }
-    }
-}
-
-void runFind(const QByteArray& root)
-{
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    QByteArray path = root;
-    char program[] = "find";
-    char option[] = "-printf";
-    char format[] = "%T@ %s %p\\n";
-    char* arguments[] = {program, path.data(), option, format, nullptr};
-    pid_t process = 0;
-    require(posix_spawnp(&process, program, &actions, nullptr, arguments, environ) == 0, "find");
-    posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    waitpid(process, &status, 0);
-    require(status == 0, "find");
-}
-
-void collect(FileSequence& sequence, SerialQueue& queue, const QByteArray& root)
-{
-    QEventLoop loop;
-    CollectionRequest request{CollectionRequest::Adder::Directory, {FileUrl::fromPath(root)}, true, true, true};
-    sequence.collect(queue, request, [&] { loop.quit(); });
-    loop.exec();
-}
 
 double medianCollection(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root, size_t expected)
 {
@@ -128,6 +51,15 @@ double benchCollecting(UserDefaults& defaults, SerialQueue& queue, const QByteAr
     return median(own);
 }
 
+double benchCollectingFew(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root)
+{
+    std::vector<double> own;
+    for (int i = 0; i < 7; ++i) {
+        own.push_back(medianCollection(defaults, queue, root, 7500));
+    }
+    return median(own);
+}
+
 void benchFirstFile(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root)
 {
     std::vector<double> small;
@@ -138,7 +70,7 @@ void benchFirstFile(UserDefaults& defaults, SerialQueue& queue, const QByteArray
     report("collect 10 files", median(small), "a frame at 60 Hz", 1000.0 / 60, 1.0);
 }
 
-void benchLarge(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root, double hundredThousand)
+double benchLarge(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root, double hundredThousand)
 {
     medianCollection(defaults, queue, root, 750000);
     std::vector<double> own;
@@ -156,6 +88,7 @@ void benchLarge(UserDefaults& defaults, SerialQueue& queue, const QByteArray& ro
     queue.sync([] {});
     const double bytes = static_cast<double>(mallinfo2().uordblks - before) / static_cast<double>(sequence.count());
     std::printf("memory of a file in a sequence of 750,000|%.0f bytes|250 bytes|%.2f|1.00\n", bytes, bytes / 250);
+    return median(own);
 }
 
 SlideItems itemsNamed(int pairs)
@@ -243,9 +176,14 @@ int main(int argc, char** argv)
     benchFirstFile(defaults, queue, root + "/ten");
     benchDuplicates(collecting);
     benchRemoving(defaults, queue, root + "/ten thousand", root + "/hundred thousand");
+    const double collectingFew = benchCollectingFew(defaults, queue, root + "/ten thousand");
+    HotFolderBenchmark hot(defaults, queue);
+    hot.measure(root + "/ten thousand", "10,000", collectingFew);
+    hot.measure(root + "/hundred thousand", "100,000", collecting);
     if (qEnvironmentVariableIsSet("FRAMEFLOW_BENCH_LARGE")) {
         makeTree(root + "/million", 1000000);
-        benchLarge(defaults, queue, root + "/million", collecting);
+        const double collectingMany = benchLarge(defaults, queue, root + "/million", collecting);
+        hot.measure(root + "/million", "1,000,000", collectingMany);
     }
     return 0;
 }

@@ -28,7 +28,7 @@ struct RecordedCollection
                 onFiles();
             }
         };
-        collection.reports.finished = [this](SlideItems&& items, const QList<FileUrl>&) {
+        collection.reports.finished = [this](const ItemList& items, const UrlList&) {
             reports += '.';
             result = items.size();
         };

@@ -92,7 +92,13 @@ public:
             onFirstFile();
         }
     }
-    void newFilesFound() override { ++newFiles; }
+    void newFilesFound() override
+    {
+        ++newFiles;
+        if (onNewFiles) {
+            onNewFiles();
+        }
+    }
     void currentFileChanged() override
     {
         ++changes;
@@ -105,6 +111,7 @@ public:
     int newFiles = 0;
     int changes = 0;
     std::function<void()> onFirstFile;
+    std::function<void()> onNewFiles;
     std::function<void()> onChange;
 };
 
