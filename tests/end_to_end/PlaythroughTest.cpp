@@ -243,7 +243,6 @@ void PlaythroughTest::withTransitionsNoSlideIsLeftOut()
 void PlaythroughTest::unloadableFilesAndAdsAreLeftOut()
 {
     addSlides({"1", "2", "3"});
-    mShow->folder.addFile("0.png", "no picture");
     mShow->folder.addFile("2a.jpg", "");
     mShow->folder.addFile("4.png", "no picture either");
     addAds({"A", "B", "C"}, 0);
