@@ -36,7 +36,7 @@ void SlideController::collectAds(const FileUrl& folder)
 {
     mSecurityScopedAddURL = folder;
     if (!mAddSequence) {
-        mAddSequence = std::make_unique<FileSequence>(mSharedUserDefaults);
+        mAddSequence = std::make_unique<FileSequence>(mSharedUserDefaults, mClock);
         mAddSequence->setGate([this](WaitingLine::Job job) { gate(std::move(job)); });
     }
     mAddSequence->abandonCollections();

@@ -98,7 +98,7 @@ bool SlideController::stepOver()
         return false;
     }
     auto next = nextCandidate();
-    if (!next && mFullScreenView != nullptr && !mFullScreenView->currentImage()) {
+    if (!next && mFullScreenView != nullptr && !hasSlide()) {
         // No slide stands on the screen on which a show could rest at its end.
         const FileUrl first = mFileSequence.first();
         next = first.isEmpty() ? std::nullopt : std::optional(Candidate{first});

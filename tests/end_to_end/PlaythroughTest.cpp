@@ -113,6 +113,9 @@ private Q_SLOTS:
     void withTransitionsNoSlideIsLeftOut();
     void unloadableFilesAndAdsAreLeftOut();
     void filesThatChangeBeforeTheirTurnAreShownAsTheyAre();
+    void filesComeAndGoDuringTheShow_data();
+    void filesComeAndGoDuringTheShow();
+    void filesComeAtTheEndOfAWaitingShow();
 
 private:
     void addSlides(const QByteArrayList& names) const
@@ -271,6 +274,83 @@ void PlaythroughTest::filesThatChangeBeforeTheirTurnAreShownAsTheyAre()
     QVERIFY(mShow->waitForColour(colours.value("4")));
     mShow->press(QStringLiteral("Left"));
     QVERIFY(mShow->waitForColour(colours.value("2 again")));
+}
+
+void PlaythroughTest::filesComeAndGoDuringTheShow_data()
+{
+    QTest::addColumn<bool>("byTimer");
+    QTest::addColumn<int>("ads");
+    QTest::newRow("by timer") << true << 0;
+    QTest::newRow("by timer, with ads") << true << 1;
+    QTest::newRow("by key") << false << 0;
+    QTest::newRow("by key, with ads") << false << 1;
+}
+
+// In a show that goes round. What was seen of a change is told by what comes afterwards.
+void PlaythroughTest::filesComeAndGoDuringTheShow()
+{
+    QFETCH(const bool, byTimer);
+    QFETCH(const int, ads);
+    addSlides({"1", "2", "3", "4"});
+    if (ads > 0) {
+        addAds({"A"}, 2);
+    }
+    mShow->set(keys::showNewItemsASAP, false);
+    mShow->set(keys::endMode, keys::endModeRewind);
+    if (byTimer) {
+        play(0.4);
+    }
+    SlideLog log(mShow->server(), colours);
+    QVERIFY(mShow->startWithFolder());
+    // Steps until the last slides but for ads are these, each once round.
+    const auto goesRound = [&](const QByteArray& slides) {
+        const auto isSeen = [&] {
+            QByteArrayList seen = log.names();
+            const qsizetype shown = seen.size();
+            seen.removeAll("A");
+            const bool hasAds = ads == 0 || shown - seen.size() >= 2;
+            return hasAds && seen.join(' ').endsWith(slides);
+        };
+        return waitFor(
+            [&] {
+                if (!byTimer && !isSeen()) {
+                    const int before = log.count();
+                    mShow->press(QStringLiteral("Right"));
+                    static_cast<void>(waitFor([&] { return log.count() > before; }, 2s));
+                }
+                return isSeen();
+            },
+            40s);
+    };
+    QVERIFY2(goesRound("1 2 3 4 1"), log.text().constData());
+    log.clear();
+    mShow->addColour("5.png", colours.value("5"));
+    QVERIFY2(goesRound("1 2 3 4 5 1"), log.text().constData());
+    log.clear();
+    mShow->addColour("2.png", colours.value("2 again"));
+    QVERIFY2(goesRound("1 2 again 3 4 5 1"), log.text().constData());
+    log.clear();
+    QVERIFY(QFile::remove(QString::fromUtf8(mShow->folder.pathOf("3.png"))));
+    QVERIFY(QFile::remove(QString::fromUtf8(mShow->folder.pathOf("1.png"))));
+    QVERIFY2(goesRound("2 again 4 5 2 again"), log.text().constData());
+    QCOMPARE(mShow->server().windowsOf(mShow->program().processId()).size(), 1);
+}
+
+void PlaythroughTest::filesComeAtTheEndOfAWaitingShow()
+{
+    addSlides({"1", "2"});
+    mShow->set(keys::showNewItemsASAP, false);
+    mShow->set(keys::endMode, keys::endModeWait);
+    play(0.4);
+    SlideLog log(mShow->server(), colours);
+    QVERIFY(mShow->startWithFolder());
+    QVERIFY(waitFor([&] { return log.text() == "1 2"; }));
+    QVERIFY(staysTrueFor(1500ms, [&] { return log.text() == "1 2"; }));
+    mShow->addColour("3.png", colours.value("3"));
+    QVERIFY(waitFor([&] { return log.text() == "1 2 3"; }));
+    QVERIFY(staysTrueFor(1500ms, [&] { return log.text() == "1 2 3"; }));
+    mShow->addColour("4.png", colours.value("4"));
+    QVERIFY(waitFor([&] { return log.text() == "1 2 3 4"; }));
 }
 
 QTEST_GUILESS_MAIN(PlaythroughTest)
