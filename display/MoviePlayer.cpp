@@ -32,7 +32,7 @@ MoviePlayerPtr MoviePlayer::playerWithURL(const FileUrl& url, const ProbedMovie&
     if (MovieEngine::isMissing()) {
         return nullptr;
     }
-    const MoviePlayerPtr player(new MoviePlayer(url, movie));
+    MoviePlayerPtr player(new MoviePlayer(url, movie));
     const auto line = std::make_shared<Line>();
     line->player = player;
     player->open(line);

@@ -154,9 +154,9 @@ void FileSequence::applyResult(ItemList&& items, UrlList&& removed, std::optiona
 }
 
 // A result knows nothing of what the main thread did meanwhile: takes out what was removed, puts in what was added.
-void FileSequence::reconcile(ItemList& list) const
+void FileSequence::reconcile(ItemList& items) const
 {
-    list.append(SlideItems(mCollecting.added));
+    items.append(SlideItems(mCollecting.added));
     if (mCollecting.removed.empty()) {
         return;
     }
@@ -166,10 +166,10 @@ void FileSequence::reconcile(ItemList& list) const
         removed.push_back(item.data());
     }
     std::sort(removed.begin(), removed.end());
-    SlideItems items = list.takeAll();
+    SlideItems left = items.takeAll();
     std::erase_if(
-        items, [&](const auto& item) { return std::binary_search(removed.begin(), removed.end(), item.data()); });
-    list.assign(std::move(items));
+        left, [&](const auto& item) { return std::binary_search(removed.begin(), removed.end(), item.data()); });
+    items.assign(std::move(left));
 }
 
 void FileSequence::endPending()

@@ -41,7 +41,9 @@ constexpr double never = 1e9; // milliseconds
 constexpr QSize photograph(6000, 4000);
 constexpr std::array colours{0xFFE614C8U, 0xFF14B43CU, 0xFF1E28DCU, 0xFFE6D214U};
 constexpr int references = 7;
-constexpr xcb_keycode_t rightArrow = 114; // of the usual keyboard of an X server on Linux
+constexpr xcb_keycode_t rightArrow = 114; // of the usual keyboard of an X server on Linux, as the others
+constexpr xcb_keycode_t control = 37;
+constexpr xcb_keycode_t zero = 19;
 
 bool isColour(QRgb pixel, QRgb colour)
 {
@@ -93,12 +95,24 @@ public:
 
     void press(xcb_keycode_t key) const
     {
-        xcb_test_fake_input(mConnection, XCB_KEY_PRESS, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-        xcb_test_fake_input(mConnection, XCB_KEY_RELEASE, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+        send(XCB_KEY_PRESS, key);
+        send(XCB_KEY_RELEASE, key);
+        xcb_flush(mConnection);
+    }
+    void pressWith(xcb_keycode_t modifier, xcb_keycode_t key) const
+    {
+        send(XCB_KEY_PRESS, modifier);
+        press(key);
+        send(XCB_KEY_RELEASE, modifier);
         xcb_flush(mConnection);
     }
 
 private:
+    void send(quint8 type, xcb_keycode_t key) const
+    {
+        xcb_test_fake_input(mConnection, type, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    }
+
     xcb_connection_t* mConnection;
 };
 
@@ -157,6 +171,29 @@ private:
         report("step after two seconds, median, ms", median(times), 0, 20);
         report("step after two seconds, 95th percentile, ms", percentile95(times), 0, 35);
         report("pictures that became sharper after they appeared", isSharp ? 0 : 1, 0, 0);
+        std::this_thread::sleep_for(2s);
+        step();
+        report("wrong pictures at Actual Size straight after a step", isTrueAtActualSize() ? 0 : 1, 0, 0);
+        std::this_thread::sleep_for(2s);
+    }
+
+    // Whether the middle of the picture comes to be on the screen as it is in the file.
+    bool isTrueAtActualSize()
+    {
+        mKeyboard.pressWith(control, zero);
+        const QImage file(name(static_cast<int>(mShown)));
+        QRect middle(QPoint(), mServer->bounds().size());
+        middle.moveCenter(file.rect().center());
+        const QImage expected = file.copy(middle).convertToFormat(QImage::Format_RGB32);
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < 5000) {
+            if (mServer->grab(mServer->bounds()).convertToFormat(QImage::Format_RGB32) == expected) {
+                return true;
+            }
+            std::this_thread::sleep_for(20ms);
+        }
+        return false;
     }
 
     void hurried()

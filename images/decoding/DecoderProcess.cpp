@@ -33,10 +33,11 @@ TimePoint now()
     return std::chrono::steady_clock::now();
 }
 
-// The file, the picture decoded from it and a copy of that on its way to the screen's colours.
+// The file, the picture decoded from it and a copy of that on its way to the screen's colours, and what pictures before
+// it were handed over in.
 qint64 memoryShare()
 {
-    return 3 * mostBytesForDecoding() + memoryOfLibraries;
+    return 3 * mostBytesForDecoding() + mostBytesKeptMapped + memoryOfLibraries;
 }
 
 bool isOfADecoder(DecodeError error)

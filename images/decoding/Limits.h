@@ -7,6 +7,9 @@ namespace frameflow {
 // The most pixels that a bitmap is held with; a larger picture is reduced to this.
 constexpr qint64 mostPixelsHeld = 64'000'000;
 
+// The most bytes of memory for pictures that a decoder keeps in its address space from request to request.
+constexpr qint64 mostBytesKeptMapped = qint64(2) << 30;
+
 // The most bytes that decoding one picture may take, from the memory of this machine.
 qint64 mostBytesForDecoding();
 

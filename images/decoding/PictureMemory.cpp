@@ -141,7 +141,7 @@ std::shared_ptr<PictureMemory> PictureMemoryStore::take()
         }
     }
     if (spare && (spare->size() < wanted || spare->size() / 2 > wanted)) {
-        endInBackground(std::move(spare));
+        endInBackground(std::exchange(spare, nullptr));
     }
     return shared(spare ? std::move(spare) : PictureMemory::create(wanted));
 }
@@ -163,17 +163,20 @@ void PictureMemoryStore::putBack(std::unique_ptr<PictureMemory> memory)
     if (!memory) {
         return;
     }
+    std::unique_ptr<PictureMemory> surplus;
     {
         const std::lock_guard lock(mMutex);
-        if (!mIsClosed) {
+        if (mIsClosed) {
+            surplus = std::move(memory);
+        } else {
             mSpares.push_back({std::move(memory), std::chrono::steady_clock::now()});
             if (mSpares.size() > mostSpares) {
-                memory = std::move(mSpares.front().memory);
+                surplus = std::move(mSpares.front().memory);
                 mSpares.erase(mSpares.begin());
             }
         }
     }
-    endInBackground(std::move(memory));
+    endInBackground(std::move(surplus));
     mChanged();
 }
 

@@ -74,7 +74,7 @@ public:
         JOCTET* bytes = nullptr;
         unsigned length = 0;
         guarded([&] { jpeg_read_icc_profile(&mState, &bytes, &length); });
-        const QByteArray result(reinterpret_cast<const char*>(bytes), static_cast<qsizetype>(length));
+        QByteArray result(reinterpret_cast<const char*>(bytes), static_cast<qsizetype>(length));
         std::free(bytes); // NOLINT(cppcoreguidelines-no-malloc): the library's
         return result;
     }

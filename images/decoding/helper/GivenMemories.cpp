@@ -1,5 +1,7 @@
 #include "GivenMemories.h"
 
+#include "Limits.h"
+
 #include <algorithm>
 #include <cerrno>
 
@@ -21,9 +23,17 @@ constexpr size_t mostMapped = 16;
 
 GivenMemories::~GivenMemories()
 {
-    for (const Mapped& mapped : mMapped) {
-        munmap(mapped.range.start, mapped.range.size);
+    while (!mMapped.empty()) {
+        forgetFirst();
     }
+}
+
+void GivenMemories::forgetFirst()
+{
+    const MemoryRange range = mMapped.front().range;
+    munmap(range.start, range.size);
+    mBytes -= range.size;
+    mMapped.pop_front();
 }
 
 MemoryRange GivenMemories::lookAt(const FileDescriptor& memory)
@@ -42,9 +52,8 @@ MemoryRange GivenMemories::lookAt(const FileDescriptor& memory)
         std::rotate(known, known + 1, mMapped.end());
         return mMapped.back().range;
     }
-    if (mMapped.size() == mostMapped) {
-        munmap(mMapped.front().range.start, mMapped.front().range.size);
-        mMapped.pop_front();
+    while (!mMapped.empty() && (mMapped.size() == mostMapped || mBytes + status.st_size > mostBytesKeptMapped)) {
+        forgetFirst();
     }
     void* const start = mmap(nullptr, status.st_size, PROT_READ | PROT_WRITE, MAP_SHARED, memory.number(), 0);
     if (start == MAP_FAILED) {
@@ -52,6 +61,7 @@ MemoryRange GivenMemories::lookAt(const FileDescriptor& memory)
     }
     // All at once. Older kernels bring the pages in when they are written to.
     madvise(start, status.st_size, MADV_POPULATE_WRITE);
+    mBytes += status.st_size;
     mMapped.push_back({status.st_ino, {static_cast<uchar*>(start), status.st_size}});
     return mMapped.back().range;
 }

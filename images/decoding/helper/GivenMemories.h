@@ -29,7 +29,10 @@ private:
         ino_t inode;
         MemoryRange range;
     };
+    void forgetFirst();
+
     std::deque<Mapped> mMapped; // the last one used at the end
+    qint64 mBytes = 0; // of all of them
 };
 
 } // namespace frameflow
