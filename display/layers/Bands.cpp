@@ -1,12 +1,8 @@
 #include "Bands.h"
 
-#include <QMutex>
-#include <QThread>
-#include <QWaitCondition>
-
 #include <algorithm>
 #include <atomic>
-#include <memory>
+#include <system_error>
 
 namespace frameflow {
 
@@ -15,8 +11,10 @@ namespace {
 // Small enough that a thread that is held up keeps nobody waiting for long.
 constexpr int rowsOfABand = 32;
 
-// Shared with threads that may come when all is done; those take nothing any more, and so never look at the work.
-class Job
+} // namespace
+
+// Shared with helpers that may come when all is done; those take nothing any more, and so never look at the work.
+class Bands::Job
 {
 public:
     Job(int rows, const std::function<void(int, int)>& work)
@@ -29,17 +27,15 @@ public:
         for (int band = mNext++; band < mBands; band = mNext++) {
             mWork(band * rowsOfABand, std::min((band + 1) * rowsOfABand, mRows));
             if (++mDone == mBands) {
-                const QMutexLocker locker(&mMutex);
-                mAllDone.wakeAll();
+                mDone.notify_all();
             }
         }
     }
 
     void await()
     {
-        QMutexLocker locker(&mMutex);
-        while (mDone < mBands) {
-            mAllDone.wait(&mMutex);
+        for (int done = mDone; done < mBands; done = mDone) {
+            mDone.wait(done);
         }
     }
 
@@ -49,16 +45,20 @@ private:
     const std::function<void(int, int)>& mWork;
     std::atomic<int> mNext = 0;
     std::atomic<int> mDone = 0;
-    QMutex mMutex;
-    QWaitCondition mAllDone;
 };
 
-} // namespace
+Bands::Bands() = default;
 
-Bands::Bands()
+Bands::~Bands()
 {
-    mPool.setObjectName(QStringLiteral("bands"));
-    mPool.setMaxThreadCount(std::max(1, QThread::idealThreadCount() - 1));
+    {
+        const std::lock_guard lock(mMutex);
+        mEnding = true;
+    }
+    mChanged.notify_all();
+    for (std::thread& helper : mHelpers) {
+        helper.join();
+    }
 }
 
 void Bands::forEach(int rows, const std::function<void(int, int)>& work)
@@ -66,13 +66,46 @@ void Bands::forEach(int rows, const std::function<void(int, int)>& work)
     if (rows <= 0) {
         return;
     }
+    startHelpers();
     const auto job = std::make_shared<Job>(rows, work);
-    const int helpers = QThread::idealThreadCount() > 1 ? mPool.maxThreadCount() : 0;
-    for (int i = 0; i < helpers; ++i) {
-        mPool.start([job] { job->takePart(); });
+    {
+        const std::lock_guard lock(mMutex);
+        mJob = job;
     }
+    mChanged.notify_all();
     job->takePart();
     job->await();
+}
+
+void Bands::startHelpers()
+{
+    if (mHasStarted) {
+        return;
+    }
+    mHasStarted = true;
+    try {
+        for (unsigned i = 1; i < std::thread::hardware_concurrency(); ++i) {
+            mHelpers.emplace_back([this] { help(); });
+        }
+    } catch (const std::system_error&) {
+        return; // with fewer of them it takes longer
+    }
+}
+
+void Bands::help()
+{
+    std::shared_ptr<Job> last;
+    std::unique_lock lock(mMutex);
+    while (!mEnding) {
+        if (mJob == last) {
+            mChanged.wait(lock);
+            continue;
+        }
+        last = mJob;
+        lock.unlock();
+        last->takePart();
+        lock.lock();
+    }
 }
 
 } // namespace frameflow
