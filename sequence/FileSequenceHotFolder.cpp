@@ -1,5 +1,6 @@
 #include "FileSequence.h"
 #include "KLImageCache.h"
+#include "OpenForWriting.h"
 #include "Rescan.h"
 #include "SettingsKeys.h"
 #include "UserDefaults.h"
@@ -8,6 +9,7 @@
 #include <iterator>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace frameflow {
@@ -135,8 +137,11 @@ void FileSequence::lookForUnloadable()
     mWatching.isLookingForUnloadable = true;
     hotFolderQueue().async([self = mSelf, cancel = mWatching.cancel, urls = mWatching.unloadable] {
         UrlList::Entries there;
-        std::copy_if(urls.begin(), urls.end(), std::back_inserter(there),
-            [](const FileUrl& url) { return access(url.path().constData(), F_OK) == 0; });
+        // One that is being written was not whole yet, and joins when it is.
+        std::copy_if(urls.begin(), urls.end(), std::back_inserter(there), [](const FileUrl& url) {
+            const char* path = url.path().constData();
+            return access(path, F_OK) == 0 && writerOf(AT_FDCWD, path) != Writer::Some;
+        });
         deliver(self, [cancel, there = std::move(there), count = urls.size()](FileSequence& sequence) {
             if (!cancel.isCancelled()) {
                 auto& waiting = sequence.mWatching.unloadable;
