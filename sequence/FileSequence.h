@@ -126,7 +126,7 @@ public:
     FileUrl trash();
     void remove(const FileUrl& url);
     // The same for a file that could not be shown; but one of the hot folder that is not there any more, as when a
-    // volume was taken away, may come back with its folder.
+    // volume was taken away, or that somebody is still writing, may come back.
     void removeUnloadable(const FileUrl& url);
     // After remove() of the current item: puts the cursor so that next() answers the file that followed it, also when
     // the first item was removed (previous() would wrap to the end there).

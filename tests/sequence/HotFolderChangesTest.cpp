@@ -79,6 +79,7 @@ private Q_SLOTS:
     void descriptorsRunOut();
     void unloadableFileStaysAway();
     void unloadableFileThatWasAwayComesBack();
+    void unloadableFileThatIsBeingWrittenComesBack();
     void unloadableFilesOfAnEndedWatchStayAway();
 };
 
@@ -428,6 +429,19 @@ void HotFolderChangesTest::unloadableFileThatWasAwayComesBack()
     f.rename("away", "hot");
     f.rescan();
     QCOMPARE(f.names(), "a.jpg b.jpg c.jpg");
+}
+
+void HotFolderChangesTest::unloadableFileThatIsBeingWrittenComesBack()
+{
+    HotFixture f;
+    FileInWriting file(f.pathOf("b.jpg"));
+    f.watch("a.jpg", "b.jpg");
+    f.sequence.removeUnloadable(f.urlOf("b.jpg"));
+    QTRY_VERIFY(f.sequence.removedURLs().isEmpty());
+    f.rescan();
+    QCOMPARE(f.names(), "a.jpg");
+    file.close();
+    QVERIFY(f.listBecomes("a.jpg b.jpg"));
 }
 
 void HotFolderChangesTest::unloadableFilesOfAnEndedWatchStayAway()
