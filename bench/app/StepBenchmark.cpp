@@ -3,6 +3,7 @@
 // on an X server of its own, after a rest on each slide and as fast as slides appear. The reference of the hurried
 // steps is two djpeg side by side. Prints lines "name|figure|reference|ratio|limit" and fails when a limit is exceeded.
 
+#include "OwnDisplay.h"
 #include "Program.h"
 #include "SettingsKeys.h"
 #include "XServer.h"
@@ -293,18 +294,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    if (!qEnvironmentVariableIsSet("FRAMEFLOW_TEST_HOME")) {
-        std::vector<char*> arguments{argv, argv + argc};
-        static char mode[] = "display";
-        static char script[] = RUN_ISOLATED;
-        QByteArray self = QFile::symLinkTarget(QStringLiteral("/proc/self/exe")).toUtf8();
-        arguments[0] = self.data();
-        arguments.insert(arguments.begin(), {script, mode});
-        arguments.push_back(nullptr);
-        qputenv("FRAMEFLOW_TEST_SCREEN", "1920x1080x24");
-        execv(script, arguments.data());
-        qFatal("%s cannot be run", script);
-    }
+    startOnOwnDisplay(argc, argv);
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/frameflow");

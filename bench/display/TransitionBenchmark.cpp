@@ -6,6 +6,7 @@
 
 #include "Clock.h"
 #include "KLLayerView.h"
+#include "OwnDisplay.h"
 #include "Presentation.h"
 #include "ReferenceDrawing.h"
 #include "SettingsKeys.h"
@@ -296,18 +297,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    if (!qEnvironmentVariableIsSet("FRAMEFLOW_TEST_HOME")) {
-        std::vector<char*> arguments{argv, argv + argc};
-        static char mode[] = "display";
-        static char script[] = RUN_ISOLATED;
-        QByteArray self = QFile::symLinkTarget(QStringLiteral("/proc/self/exe")).toUtf8();
-        arguments[0] = self.data();
-        arguments.insert(arguments.begin(), {script, mode});
-        arguments.push_back(nullptr);
-        qputenv("FRAMEFLOW_TEST_SCREEN", "1920x1080x24");
-        execv(script, arguments.data());
-        qFatal("%s cannot be run", script);
-    }
+    frameflow::e2e::startOnOwnDisplay(argc, argv);
     QApplication application(argc, argv);
     return Bench().run() ? 0 : 1;
 }
