@@ -3,12 +3,12 @@
 #include "DecoderPool.h"
 #include "DecoderStore.h"
 #include "PoolFixture.h"
+#include "StaysTrue.h"
 
 #include <QFile>
 #include <QProcess>
 #include <QTest>
 
-#include <atomic>
 #include <csignal>
 #include <memory>
 
@@ -87,21 +87,21 @@ void DecoderLossTest::lostOnceIsDecodedAlone()
 {
     DecoderPool pool(mFiles->options(2));
     mFiles->start(pool, mFiles->gate("other", Urgency::Ahead));
-    QTRY_VERIFY(mFiles->hasBegun("other"));
-    std::atomic<bool> isDone = false;
-    std::atomic<bool> wasAlone = false;
-    const QByteArray marker = mFiles->folder().pathOf("marker");
-    pool.decode(mFiles->job("bad", "crash-once " + marker, Urgency::Ahead), [&](DecodedFile&& file) {
-        wasAlone = file.picture.error == DecodeError::None && !mFiles->hasBegun("waiting");
-        isDone = true;
-    });
+    mFiles->start(pool, mFiles->gate("bad", Urgency::Ahead));
+    QTRY_VERIFY(mFiles->hasBegun("other") && mFiles->hasBegun("bad"));
     mFiles->start(pool, mFiles->gate("waiting", Urgency::Ahead));
-    QTRY_VERIFY(QFile::exists(QFile::decodeName(marker)));
+    const auto nothingBegins = [&] { return mFiles->begun("bad").size() == 1 && !mFiles->hasBegun("waiting"); };
+    kill(mFiles->begun("bad").first(), SIGKILL);
+    QVERIFY(staysTrueFor(100ms, nothingBegins));
     mFiles->letGo("other");
-    QTRY_VERIFY(isDone);
-    QVERIFY(wasAlone);
+    QTRY_COMPARE(mFiles->begun("bad").size(), 2);
+    QVERIFY(staysTrueFor(100ms, [&] { return !mFiles->hasBegun("waiting"); }));
+    mFiles->letGo("bad");
+    QTRY_VERIFY(mFiles->isDone("bad"));
+    QCOMPARE(mFiles->error("bad"), DecodeError::None);
+    QTRY_VERIFY(mFiles->hasBegun("waiting"));
     mFiles->letGo("waiting");
-    QTRY_VERIFY(mFiles->isDone("waiting"));
+    QTRY_VERIFY(mFiles->isDone("waiting") && mFiles->isDone("other"));
 }
 
 void DecoderLossTest::askedForDoesNotWaitForASecondAttempt()

@@ -176,15 +176,6 @@ void crashNoted(const Order& order)
     std::raise(SIGKILL);
 }
 
-void crashOnce(const Order& order)
-{
-    if (!exists(order.word(0))) {
-        mark(order.word(0));
-        std::raise(SIGKILL);
-    }
-    number(order);
-}
-
 void hang(const Order& /*order*/)
 {
     spinFor(std::chrono::hours(1));
@@ -468,13 +459,13 @@ const std::map<QByteArray, Action>& actions()
 {
     static const std::map<QByteArray, Action> table{{"picture", picture}, {"number", number}, {"note-name", noteName},
         {"extra", extra}, {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash},
-        {"crash-noted", crashNoted}, {"crash-once", crashOnce}, {"hang", hang}, {"hang-noted", hangNoted},
-        {"sleep", sleepForEver}, {"eat", eat}, {"spin", spinAwhile}, {"gate", gate}, {"open", openFile},
-        {"write", writeFile}, {"connect", connectOut}, {"fork", makeProcess}, {"leave-process", leaveProcess},
-        {"exec", execute}, {"wrong-size", wrongSize}, {"too-large", tooLarge}, {"unsealed", unsealed},
-        {"shrinkable", shrinkable}, {"wrong-id", wrongId}, {"twice", twice}, {"half", half}, {"too-long", tooLong},
-        {"two-descriptors", twoDescriptors}, {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp},
-        {"own-word", ownWord}, {"in-memory", inMemory}, {"beyond-memory", beyondMemory}, {"strange-copy", strangeCopy},
+        {"crash-noted", crashNoted}, {"hang", hang}, {"hang-noted", hangNoted}, {"sleep", sleepForEver}, {"eat", eat},
+        {"spin", spinAwhile}, {"gate", gate}, {"open", openFile}, {"write", writeFile}, {"connect", connectOut},
+        {"fork", makeProcess}, {"leave-process", leaveProcess}, {"exec", execute}, {"wrong-size", wrongSize},
+        {"too-large", tooLarge}, {"unsealed", unsealed}, {"shrinkable", shrinkable}, {"wrong-id", wrongId},
+        {"twice", twice}, {"half", half}, {"too-long", tooLong}, {"two-descriptors", twoDescriptors},
+        {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp}, {"own-word", ownWord},
+        {"in-memory", inMemory}, {"beyond-memory", beyondMemory}, {"strange-copy", strangeCopy},
         {"copy-beyond-memory", copyBeyondMemory}, {"in-memory-of-nobody", inMemoryOfNobody},
         {"in-memory-that-changes", inMemoryThatChanges}};
     return table;
