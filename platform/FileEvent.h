@@ -14,7 +14,7 @@ constexpr quint32 removed = 0x200;
 constexpr quint32 renamed = 0x800; // told for the old and for the new name
 constexpr quint32 modified = 0x1000; // told when the file has been closed, or has taken the place of another
 
-// After any of these the list of files may be another one.
+// After any of these the list of files may be another one. Without mustScan it is a file that has come or gone.
 constexpr quint32 changesEntries = mustScan | created | removed | renamed;
 
 } // namespace fileEvent

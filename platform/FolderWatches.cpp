@@ -55,7 +55,8 @@ quint32 fileEventFlags(quint32 kernelMask, bool isUnfinished)
     if ((kernelMask & (IN_DELETE | IN_DELETE_SELF | IN_UNMOUNT)) != 0) {
         flags |= fileEvent::removed;
     }
-    if ((kernelMask & IN_ATTRIB) != 0 && isFolder) {
+    const bool mayHideOrShow = flags != 0 || (kernelMask & IN_ATTRIB) != 0;
+    if (isFolder && mayHideOrShow) {
         flags |= fileEvent::mustScan;
     }
     return flags;

@@ -9,6 +9,7 @@
 #include "RescanPlan.h"
 #include "Rest.h"
 #include "SerialQueue.h"
+#include "ToldFiles.h"
 
 #include <QList>
 #include <QSet>
@@ -185,10 +186,15 @@ private:
         int mostWatches = FolderWatches::noLimit;
         bool isScanning = false;
         bool isWantedAgain = false;
+        bool isWalkWantedAgain = false;
         quint64 additions = 0; // when the rescan began
         quint64 revision = 0; // of the list, when the plan was made
         bool newItemsNext = true; // the rules of the plan
         SortOrder order = SortOrder::Name;
+
+        // What events have told since the last scan began; enough to look at, unless a walk is needed.
+        ToldFiles told;
+        bool needsWalk = true;
 
         // Since the last whole walk began; only without all that is a look at the folders enough.
         bool hasEvents = true;
@@ -202,6 +208,13 @@ private:
 
         QSet<FileUrl> unfinished; // as the last rescan found them
         QSet<FileUrl> modified; // while this one runs
+    };
+
+    // What a rescan has to look at.
+    enum class ScanOf
+    {
+        Tree,
+        ToldFiles, // the tree all the same where they are not enough
     };
 
     enum class ListChange
@@ -236,11 +249,14 @@ private:
 
     void enterGate(std::function<void(FileSequence&)> job);
     void folderChanged(const std::vector<FileEvent>& batch);
+    void tell(const FileUrl& url);
     bool mayLookOnly(qint64 levelLimit) const;
     ListState listState();
     SerialQueue& hotFolderQueue();
     void scanOnQueue(std::function<RescanResult()> scan);
-    void startScanning(ListState&& list);
+    void scanHotFolder(ScanOf of);
+    bool isToldEnough(qint64 levelLimit) const;
+    void startScanning(ListState&& list, ScanOf of);
     void scanFinished(RescanResult& result);
     void planAgain(RescanResult& result);
     void applyRescan(RescanResult& result);

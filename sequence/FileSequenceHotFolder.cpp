@@ -21,6 +21,9 @@ constexpr std::chrono::seconds scanInterval(5);
 // However little seems to happen, all files are looked at this often.
 constexpr std::chrono::seconds walkInterval(60);
 
+// Beyond, a walk costs no more.
+constexpr size_t mostToldFiles = 4096;
+
 } // namespace
 
 // ---- The watch
@@ -102,7 +105,8 @@ void FileSequence::folderChanged(const std::vector<FileEvent>& batch)
     mWatching.hasEvents = true;
     bool isRescanDue = false;
     for (const FileEvent& event : batch) {
-        isRescanDue = isRescanDue || (event.flags & fileEvent::changesEntries) != 0;
+        bool isTold = (event.flags & fileEvent::changesEntries) != 0;
+        mWatching.needsWalk = mWatching.needsWalk || (event.flags & fileEvent::mustScan) != 0;
         FileUrl modified;
         if ((event.flags & fileEvent::dropped) != 0) {
             // Nobody knows which files were rewritten.
@@ -113,7 +117,11 @@ void FileSequence::folderChanged(const std::vector<FileEvent>& batch)
             modified = event.url;
         }
         // A file that was being written when it was last looked at may be whole now.
-        isRescanDue = isRescanDue || mWatching.unfinished.contains(modified);
+        isTold = isTold || mWatching.unfinished.contains(modified);
+        if (isTold) {
+            isRescanDue = true;
+            tell(event.url);
+        }
         if (mWatching.isScanning && !modified.isEmpty()) {
             mWatching.modified.insert(modified);
         }
@@ -123,7 +131,16 @@ void FileSequence::folderChanged(const std::vector<FileEvent>& batch)
         }
     }
     if (isRescanDue) {
-        updateHotFolder();
+        scanHotFolder(ScanOf::ToldFiles);
+    }
+}
+
+void FileSequence::tell(const FileUrl& url)
+{
+    if (mWatching.told.urls.size() < mostToldFiles) {
+        mWatching.told.urls.push_back(url);
+    } else {
+        mWatching.needsWalk = true;
     }
 }
 
@@ -167,15 +184,21 @@ void FileSequence::recordUnloadable()
 
 void FileSequence::updateHotFolder()
 {
+    scanHotFolder(ScanOf::Tree);
+}
+
+void FileSequence::scanHotFolder(ScanOf of)
+{
     if (mHotFolder.isEmpty() || isCollecting() || mCollecting.pendingClears > 0) {
         return;
     }
     mLastHotfolderScan = std::chrono::system_clock::now();
     if (mWatching.isScanning) {
         mWatching.isWantedAgain = true;
+        mWatching.isWalkWantedAgain = mWatching.isWalkWantedAgain || of == ScanOf::Tree;
         return;
     }
-    startScanning(listState());
+    startScanning(listState(), of);
 }
 
 ListState FileSequence::listState()
@@ -198,7 +221,13 @@ bool FileSequence::mayLookOnly(qint64 levelLimit) const
         && mWatching.levelLimit == levelLimit;
 }
 
-void FileSequence::startScanning(ListState&& list)
+bool FileSequence::isToldEnough(qint64 levelLimit) const
+{
+    return !mWatching.needsWalk && !mWatching.told.isEmpty() && mWatching.levelLimit == levelLimit && mEventStream
+        && mEventStream->watches()->isComplete();
+}
+
+void FileSequence::startScanning(ListState&& list, ScanOf of)
 {
     if (!mWatching.memory) {
         mWatching.memory = std::make_shared<ScanMemory>();
@@ -206,19 +235,25 @@ void FileSequence::startScanning(ListState&& list)
     Rescan rescan;
     rescan.folder = mHotFolder;
     rescan.levelLimit = mDefaults.integerValue(keys::maxFolderLevel);
-    rescan.mayLookOnly = mayLookOnly(rescan.levelLimit);
+    const bool isOfTold = of == ScanOf::ToldFiles && isToldEnough(rescan.levelLimit);
+    rescan.mayLookOnly = !isOfTold && mayLookOnly(rescan.levelLimit);
     rescan.watches = mEventStream ? mEventStream->watches() : nullptr;
     rescan.memory = mWatching.memory;
     rescan.cancel = mWatching.cancel;
     rescan.rest = mCollecting.rest;
-    if (!rescan.mayLookOnly) {
+    if (isOfTold) {
+        rescan.told = mWatching.told;
+    } else if (!rescan.mayLookOnly) {
+        mWatching.needsWalk = false;
         mWatching.hasEvents = false;
         mWatching.membership = mMembership;
         mWatching.levelLimit = rescan.levelLimit;
     }
+    mWatching.told = {};
     mWatching.scanBegan = mClock != nullptr ? mClock->now() : TimePoint{};
     mWatching.isScanning = true;
     mWatching.isWantedAgain = false;
+    mWatching.isWalkWantedAgain = false;
     mWatching.modified.clear();
     mWatching.additions = mAdditions;
     mWatching.revision = mRevision;
@@ -260,14 +295,17 @@ void FileSequence::scanFinished(RescanResult& result)
         stopScanning();
         return;
     }
-    if (result.hasWalked) {
+    if (result.isComplete) {
         mWatching.unfinished = result.unfinished;
+    }
+    if (result.hasWalked) {
         mWatching.walked = mWatching.scanBegan;
     }
     // What was added meanwhile may be known to the walk or not.
     const bool isOutdated = !result.isComplete || mWatching.additions != mAdditions;
     if (isOutdated) {
         mWatching.hasEvents = true;
+        mWatching.needsWalk = true;
         mWatching.isWantedAgain = mWatching.isWantedAgain || result.isComplete;
         endScanning();
         return;
@@ -328,10 +366,15 @@ void FileSequence::applyRescan(RescanResult& result)
 void FileSequence::endScanning()
 {
     mWatching.isScanning = false;
-    const bool hasBecomeWhole = std::any_of(mWatching.modified.begin(), mWatching.modified.end(),
-        [this](const FileUrl& url) { return mWatching.unfinished.contains(url); });
-    if (std::exchange(mWatching.isWantedAgain, false) || hasBecomeWhole) {
-        updateHotFolder();
+    bool isWanted = std::exchange(mWatching.isWantedAgain, false);
+    for (const FileUrl& url : std::as_const(mWatching.modified)) {
+        if (mWatching.unfinished.contains(url)) {
+            tell(url);
+            isWanted = true;
+        }
+    }
+    if (isWanted) {
+        scanHotFolder(std::exchange(mWatching.isWalkWantedAgain, false) ? ScanOf::Tree : ScanOf::ToldFiles);
     }
 }
 
@@ -347,6 +390,8 @@ void FileSequence::stopScanning()
     mWatching.isScanning = false;
     mWatching.isWantedAgain = false;
     mWatching.hasEvents = true;
+    mWatching.needsWalk = true;
+    mWatching.told = {};
     mWatching.unfinished.clear();
     mWatching.modified.clear();
 }

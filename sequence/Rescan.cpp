@@ -170,6 +170,29 @@ bool Rescan::isUnchanged() const
             [](const FileUrl& url) { return writerOf(AT_FDCWD, url.path().constData()) == Writer::Some; });
 }
 
+void Rescan::finish(RescanResult& result) const
+{
+    result.unfinished = {memory->unfinished.begin(), memory->unfinished.end()};
+    if (!result.changes.isEmpty()) {
+        result.plan = RescanPlan(list, result.changes);
+    }
+    result.isComplete = true;
+}
+
+// False when a walk is needed.
+bool Rescan::lookAtTold(RescanResult& result) const
+{
+    if (told.isEmpty() || memory->folders.count() == 0) {
+        return false;
+    }
+    auto found = changesOf(told, {folder, levelLimit, watches.get(), now}, list, memory->unfinished);
+    if (!found) {
+        return false;
+    }
+    result.changes = std::move(*found);
+    return true;
+}
+
 RescanResult Rescan::run() const
 {
     RescanResult result;
@@ -177,8 +200,11 @@ RescanResult Rescan::run() const
         return result;
     }
     if (mayLookOnly && isUnchanged()) {
-        result.isComplete = true;
-        result.unfinished = {memory->unfinished.begin(), memory->unfinished.end()};
+        finish(result);
+        return result;
+    }
+    if (lookAtTold(result)) {
+        finish(result);
         return result;
     }
     result.hasWalked = true;
@@ -191,12 +217,8 @@ RescanResult Rescan::run() const
     memory->folders = comparison.folders();
     memory->unfinished = comparison.unfinished();
     memory->isTrustworthy = memory->folders.showChangesAfter(now);
-    result.unfinished = {memory->unfinished.begin(), memory->unfinished.end()};
     result.changes = comparison.changes();
-    if (!result.changes.isEmpty()) {
-        result.plan = RescanPlan(list, result.changes);
-    }
-    result.isComplete = true;
+    finish(result);
     return result;
 }
 

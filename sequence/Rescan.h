@@ -6,6 +6,7 @@
 #include "FolderWatches.h"
 #include "RescanPlan.h"
 #include "Rest.h"
+#include "ToldFiles.h"
 
 #include <QSet>
 
@@ -25,7 +26,7 @@ struct ScanMemory
 struct RescanResult
 {
     bool isComplete = false; // else it was cancelled, or could not look at all folders, and says nothing
-    bool hasWalked = false; // else the folders alone told that nothing has changed
+    bool hasWalked = false; // else the folders alone told that nothing has changed, or only told files were looked at
     QSet<FileUrl> unfinished;
     TreeChanges changes;
     RescanPlan plan; // for the changes; meaningless without any
@@ -38,6 +39,8 @@ struct Rescan
     qint64 levelLimit = 0;
     // Nothing is known against looking at the folders alone.
     bool mayLookOnly = false;
+    // When there are any: nothing else has come or gone since the last walk.
+    ToldFiles told;
     ListState list;
     std::shared_ptr<FolderWatches> watches; // null where folders are not watched
     std::shared_ptr<ScanMemory> memory;
@@ -49,6 +52,8 @@ struct Rescan
 
 private:
     bool isUnchanged() const;
+    bool lookAtTold(RescanResult& result) const;
+    void finish(RescanResult& result) const;
 };
 
 } // namespace frameflow

@@ -117,14 +117,14 @@ void FolderWatchesTest::kernelsWords_data()
     row("a file is deleted", IN_DELETE, false, is::removed);
     row("an unfinished file is deleted", IN_DELETE, true, is::removed);
     row("a file's attributes change", IN_ATTRIB, false, 0);
-    row("a folder is created", IN_CREATE | IN_ISDIR, false, is::created);
-    row("a folder arrives", IN_MOVED_TO | IN_ISDIR, false, is::renamed);
-    row("a folder leaves", IN_MOVED_FROM | IN_ISDIR, false, is::renamed);
-    row("a folder is deleted", IN_DELETE | IN_ISDIR, false, is::removed);
+    row("a folder is created", IN_CREATE | IN_ISDIR, false, is::created | is::mustScan);
+    row("a folder arrives", IN_MOVED_TO | IN_ISDIR, false, is::renamed | is::mustScan);
+    row("a folder leaves", IN_MOVED_FROM | IN_ISDIR, false, is::renamed | is::mustScan);
+    row("a folder is deleted", IN_DELETE | IN_ISDIR, false, is::removed | is::mustScan);
     row("a folder's permissions change", IN_ATTRIB | IN_ISDIR, false, is::mustScan);
-    row("the watched folder is deleted", IN_DELETE_SELF | IN_ISDIR, false, is::removed);
-    row("the watched folder leaves", IN_MOVE_SELF | IN_ISDIR, false, is::renamed);
-    row("its volume is unmounted", IN_UNMOUNT | IN_ISDIR, false, is::removed);
+    row("the watched folder is deleted", IN_DELETE_SELF | IN_ISDIR, false, is::removed | is::mustScan);
+    row("the watched folder leaves", IN_MOVE_SELF | IN_ISDIR, false, is::renamed | is::mustScan);
+    row("its volume is unmounted", IN_UNMOUNT | IN_ISDIR, false, is::removed | is::mustScan);
     row("the kernel has lost some", IN_Q_OVERFLOW, false, is::mustScan | is::dropped);
     row("a watch has ended", IN_IGNORED, false, 0);
 }
@@ -241,9 +241,9 @@ void FolderWatchesTest::subfolders()
     w.folder.addFile("sub/a.jpg");
     w.folder.addFile("sub/deep/b.jpg"); // not watched
     w.folder.addFolder("sub/new.jpg");
-    QCOMPARE(w.told(), "sub/a.jpg:1100 sub/new.jpg:100");
+    QCOMPARE(w.told(), "sub/a.jpg:1100 sub/new.jpg:101");
     QCOMPARE(rmdir(w.folder.pathOf("sub/new.jpg").constData()), 0);
-    QCOMPARE(w.told(), "sub/new.jpg:200");
+    QCOMPARE(w.told(), "sub/new.jpg:201");
 }
 
 void FolderWatchesTest::foldersThatWereNotNamedAreGivenUp()
@@ -271,7 +271,7 @@ void FolderWatchesTest::renamedFolderTellsItsNewPath()
     w.folder.addFolder("old");
     w.watchOnly({"", "old"});
     QCOMPARE(rename(w.folder.pathOf("old").constData(), w.folder.pathOf("new").constData()), 0);
-    QCOMPARE(w.told(), "old:800 new:800 old:800");
+    QCOMPARE(w.told(), "old:801 new:801 old:801");
     w.watchOnly({"", "new"});
     w.folder.addFile("new/a.jpg");
     QCOMPARE(w.told(), "new/a.jpg:1100");

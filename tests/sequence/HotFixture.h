@@ -3,9 +3,13 @@
 #include "ManualClock.h"
 #include "SequenceFixture.h"
 
+#include <QDir>
+
+#include <algorithm>
 #include <memory>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace frameflow {
@@ -94,6 +98,20 @@ struct HotFixture
         }
         qWarning("The list is \"%s\"", names().constData());
         return false;
+    }
+
+    // Bytes that wait in the kernel, of all the watches of this process; -1 without a watch.
+    static int unreadEvents()
+    {
+        int sum = -1;
+        for (const QFileInfo& file : QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::System | QDir::Files)) {
+            int bytes = 0;
+            if (file.symLinkTarget().endsWith(QLatin1String("inotify"))
+                && ioctl(file.fileName().toInt(), FIONREAD, &bytes) == 0) {
+                sum = std::max(sum, 0) + bytes;
+            }
+        }
+        return sum;
     }
 
     QByteArray names() const

@@ -121,6 +121,9 @@ void HotFolderWatchTest::oneRescanForABatch()
     const auto scanned = f.sequence.lastHotfolderScan();
     f.addFiles("b.jpg c.jpg d.jpg");
     QTRY_COMPARE(f.clock.pendingAlarms(), size_t(1));
+    // Before time goes on, the word of all three has come.
+    QTRY_COMPARE(HotFixture::unreadEvents(), 0);
+    QVERIFY(staysTrueFor(std::chrono::milliseconds(50), [&] { return f.clock.pendingAlarms() == 1; }));
     f.clock.advanceSeconds(0.9);
     QVERIFY(f.sequence.lastHotfolderScan() == scanned);
     QVERIFY(f.listBecomes("a.jpg b.jpg c.jpg d.jpg"));

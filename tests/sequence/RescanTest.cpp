@@ -124,6 +124,7 @@ private Q_SLOTS:
     void barredFilesAreNeitherFoundNorFresh();
     void deepFolders();
     void allFoldersAreWatchedBeforeTheyAreListed();
+    void oneNewFileCostsNoWalk();
 };
 
 void RescanTest::unchangedTreeCostsOneAttributeReadPerFolder()
@@ -333,6 +334,32 @@ void RescanTest::allFoldersAreWatchedBeforeTheyAreListed()
     QVERIFY(w.rescan.watches->isComplete());
     w.folder.addFile("sub/deep/e.jpg");
     QCOMPARE(w.rescan.watches->read().size(), size_t(1));
+}
+
+// Where all folders are watched.
+void RescanTest::oneNewFileCostsNoWalk()
+{
+    HotFixture f;
+    constexpr int folders = 40;
+    for (int i = 0; i < folders; ++i) {
+        f.addFile(QByteArray::number(100 + i) + "/a.jpg");
+    }
+    f.watchByEventsOnly("a.jpg", "a.jpg");
+    openings = 0;
+    f.addFile("139/b.jpg");
+    QVERIFY(f.comesTrue([&] { return f.sequence.count() == folders + 2; }));
+    QVERIFY(openings.load() < folders);
+    openings = 0;
+    QCOMPARE(unlink(f.pathOf("100/a.jpg").constData()), 0);
+    QVERIFY(f.comesTrue([&] { return f.sequence.count() == folders + 1; }));
+    QVERIFY(openings.load() < folders);
+    // The next look does not rely on that.
+    openings = 0;
+    f.sequence.startTimer();
+    f.clock.advanceSeconds(5);
+    QTRY_VERIFY(!f.sequence.isRescanning());
+    QVERIFY(openings.load() > folders);
+    QCOMPARE(f.sequence.count(), size_t(folders + 1));
 }
 
 } // namespace frameflow
