@@ -91,16 +91,6 @@ void reportErrno(const Order& order, bool succeeded)
     report(order, 1 + (succeeded ? 0 : errno));
 }
 
-void mark(const QByteArray& path)
-{
-    close(open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-}
-
-bool exists(const QByteArray& path)
-{
-    return access(path.constData(), F_OK) == 0;
-}
-
 // Adds a line.
 void note(const QByteArray& path, const QByteArray& text)
 {
