@@ -165,13 +165,14 @@ void FolderWatches::take(const Change& change, std::vector<FileEvent>& events)
         if (watch == mWatches.constEnd()) {
             return;
         }
-        path = watch->prefix;
         if ((change.mask & IN_IGNORED) != 0) {
             mWatches.erase(watch);
             return;
         }
+        path.reserve(watch->prefix.size() + change.name.size());
+        path.append(watch->prefix).append(change.name);
     }
-    const auto url = FileUrl::fromPath(path.append(change.name));
+    const auto url = FileUrl::fromPath(path);
     // Without a name it is the watched folder itself.
     const bool isFolder = (change.mask & IN_ISDIR) != 0 || change.name.isEmpty();
     quint32 flags = 0;

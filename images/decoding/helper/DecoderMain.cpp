@@ -80,9 +80,9 @@ void runDecoder(int count, char** arguments, const ExtraDecoders* extra)
     }
     isolate();
     keepFreedMemory();
+    QLoggingCategory::setFilterRules(QStringLiteral("*=false"));
     int noArguments = 1;
     const QGuiApplication application(noArguments, arguments);
-    QLoggingCategory::setFilterRules(QStringLiteral("*=false"));
     confine(number(1));
     useExtraDecoders(extra);
     if (extra != nullptr && extra->prepare != nullptr) {
