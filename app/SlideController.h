@@ -150,6 +150,7 @@ private:
         bool isAd = false;
         bool isLabelled = true; // not where the window is made for it
         bool wasWaitedFor = false;
+        bool isNewVersion = false; // of what is on screen
         FileUrl firstSkipped = {}; // the first that was stepped over and kept
     };
     std::optional<Candidate> nextCandidate();
@@ -176,18 +177,24 @@ private:
     void movieDidEnd(const MoviePlayerPtr& player);
     void movieDidFail(const MoviePlayerPtr& player);
     void afterMovie();
+    void watchMovie(const MoviePlayerPtr& player);
+    void movieWentOn(const MoviePlayerPtr& player);
     void forgetMovie();
 
     // While a slide is being decoded for the screen the old one stays, and whatever else would read or change sequence,
     // cursor or view waits.
     bool isWaiting() const { return mAwaited.has_value(); }
     // Whether it is the first slide of a show.
+    bool isEnding() const { return mPendingClears > 0; }
     bool isBeginning() const { return isWaiting() && mFullScreenView != nullptr && !hasSlide(); }
     // Runs the job now, or when no slide is being waited for any more.
     void inTurn(WaitingLine::Job job, WaitingLine::From from = WaitingLine::From::Person);
     void gate(WaitingLine::Job job);
     void serveWaitingLine();
+    void serveNext();
     void cancelWait();
+    bool mustWaitForTransition(const Candidate& candidate) const;
+    void transitionEnded();
     void updateReadAhead();
     void viewResized();
     void reloadIfChanged(const KLImagePtr& image);
@@ -238,10 +245,13 @@ private:
     bool mFirstOfOrderIsKnown = false; // before that turn
     std::optional<Candidate> mAwaited; // absent while no slide is being waited for
     WaitingLine mWaitingLine;
+    bool mIsServing = false; // a job of the line
+    bool mIsServePosted = false; // to the event loop
     FileUrl mJustPresented; // in this turn of the event loop
     MoviePlayerPtr mMovie; // on screen; null for none
     bool mMovieIsPlaying = false;
     bool mWasPlaying = false; // the timer ran when the movie came
+    std::weak_ptr<MoviePlayer> mEndedMovie; // the last one to come to its end
     MoviePlayerPtr mEndedWhileBusy; // its end is acted on when the view is not busy any more
     std::vector<FileUrl> mFailedMovies; // since the last slide that was shown to its end
     OneShotTimer mRetry;

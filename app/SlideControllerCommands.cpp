@@ -39,7 +39,10 @@ void SlideController::perform(const ActionRow& row)
 {
     // A held key repeats as long as it is held: what it brings while a slide is being waited for is no further wish. So
     // nothing is left to be done when it is released.
-    if (isWaiting() && row.whileWaiting == WhileWaiting::Waits && mMainMenu.isKeyRepeated()) {
+    // Nor is a file for the Trash.
+    const bool isHeld = mMainMenu.isKeyRepeated();
+    if (isHeld
+        && (row.whileWaiting == WhileWaiting::Refused || (isWaiting() && row.whileWaiting == WhileWaiting::Waits))) {
         return;
     }
     if (row.whileWaiting == WhileWaiting::Waits) {
@@ -137,10 +140,10 @@ void SlideController::Stretch()
     setFitMode(keys::fitModeStretch);
 }
 
-// Refused while a slide is being waited for: what a person means is what is on screen.
+// Refused while a slide is being waited for, and during a transition: what a person means is what is on screen.
 void SlideController::trashSlide()
 {
-    if (isWaiting()) {
+    if (isWaiting() || (mFullScreenView != nullptr && mFullScreenView->isBusy())) {
         return;
     }
     checkMovie();

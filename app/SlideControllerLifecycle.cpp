@@ -256,11 +256,9 @@ void SlideController::makeScreenWindow()
     connect(mScreenWindow.get(), &SlideWindow::resized, this, &SlideController::viewResized);
     connect(
         mFullScreenView, &KLLayerView::pointerRested, mScreenWindow.get(), &SlideWindow::hidePointerUntilMouseMoves);
-    connect(mFullScreenView, &KLLayerView::animationEnded, this, [this] {
-        if (const MoviePlayerPtr ended = std::exchange(mEndedWhileBusy, nullptr)) {
-            movieDidEnd(ended);
-        }
-    });
+    // Later: the other animations of the transition end in the same moment.
+    connect(
+        mFullScreenView, &KLLayerView::animationEnded, this, [this] { transitionEnded(); }, Qt::QueuedConnection);
 }
 
 void SlideController::closeScreenWindow()

@@ -24,6 +24,20 @@ bool SlideController::showMovie(const Candidate& candidate)
     // One that is shown anew, as after a change of its file, holds up the show that the first one has held up.
     const bool heldUp = mMovie && mWasPlaying;
     forgetMovie();
+    watchMovie(player);
+    const std::weak_ptr<MoviePlayer> observed = player;
+    connect(
+        player.get(), &MoviePlayer::stateChanged, mFullScreenView, [this, observed] { movieWentOn(observed.lock()); });
+    mScreenWindow->setWindowTitle(QString::fromUtf8(candidate.url.fileName()).simplified());
+    mFullScreenView->showMovie(player, candidate.forward);
+    mMovieIsPlaying = true;
+    mWasPlaying = mTimerExists || heldUp;
+    Stop();
+    return true;
+}
+
+void SlideController::watchMovie(const MoviePlayerPtr& player)
+{
     mMovie = player;
     const std::weak_ptr<MoviePlayer> observed = player;
     connect(player.get(), &MoviePlayer::didPlayToEnd, this, [this, observed] {
@@ -33,12 +47,18 @@ bool SlideController::showMovie(const Candidate& candidate)
     connect(player.get(), &MoviePlayer::failedToPlayToEnd, this, [this, observed] { movieDidFail(observed.lock()); });
     connect(player.get(), &MoviePlayer::stateChanged, this,
         [this, observed] { mMovieIsPlaying = mMovie && mMovie == observed.lock() && mMovie->isPlaying(); });
-    mScreenWindow->setWindowTitle(QString::fromUtf8(candidate.url.fileName()).simplified());
-    mFullScreenView->showMovie(player, candidate.forward);
-    mMovieIsPlaying = true;
-    mWasPlaying = mTimerExists || heldUp;
-    Stop();
-    return true;
+}
+
+// One that has ended at the end of the show stays on screen, and its controls may have it played again.
+void SlideController::movieWentOn(const MoviePlayerPtr& player)
+{
+    const bool isShown = player && mFullScreenView->isMovieActive() && mFullScreenView->moviePlayer() == player;
+    if (isShown && !mMovie && !isWaiting() && mEndedMovie.lock() == player && player->isPlaying()) {
+        watchMovie(player);
+        mMovieIsPlaying = true;
+        mWasPlaying = mTimerExists;
+        Stop();
+    }
 }
 
 void SlideController::movieDidEnd(const MoviePlayerPtr& player)
@@ -47,6 +67,7 @@ void SlideController::movieDidEnd(const MoviePlayerPtr& player)
         return; // another one has taken its place
     }
     mMovieIsPlaying = false;
+    mEndedMovie = player;
     if (mFullScreenView != nullptr && mFullScreenView->isBusy()) {
         mEndedWhileBusy = player;
         return;

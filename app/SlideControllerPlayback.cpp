@@ -224,9 +224,9 @@ void SlideController::endSlideShow()
     mHoldsBack = false;
     mHoldingBack.stop();
     mFileSequence.abandonCollections();
+    ++mPendingClears; // from here on nothing that the background found opens a show again
     cancelWait();
     exitFullScreen();
-    ++mPendingClears;
     mFileSequence.clearOn(mDispatchQueue, [this] {
         --mPendingClears;
         scheduleVisibilityCheck();
@@ -279,6 +279,9 @@ void SlideController::endHoldingBack()
 void SlideController::newFilesFound()
 {
     inTurn([this] {
+        if (isEnding()) {
+            return;
+        }
         const bool nothingOnScreen = mImageURL.isEmpty();
         const bool asSoonAsPossible = !mTimerExists && mSharedUserDefaults.boolValue(keys::showNewItemsASAP);
         if (nothingOnScreen || asSoonAsPossible) {
@@ -291,7 +294,11 @@ void SlideController::newFilesFound()
 
 void SlideController::currentFileChanged()
 {
-    reloadCurrent();
+    inTurn([this] {
+        if (!isEnding()) {
+            reloadCurrent();
+        }
+    });
 }
 
 void SlideController::autoPlay()

@@ -19,7 +19,7 @@ void SlideController::open(const Candidate& candidate)
 {
     // What is on its way to the screen, or came there in this turn, is not presented twice.
     const FileUrl& url = candidate.url;
-    const bool isOnItsWay = mAwaited && mWaitingLine.isEmpty() && mAwaited->url == url;
+    const bool isOnItsWay = mAwaited && mAwaited->url == url;
     const bool isThere = !url.isEmpty() && url == mJustPresented && hasSlide();
     if (isOnItsWay || isThere) {
         return;
@@ -72,6 +72,10 @@ void SlideController::proceed()
             updateReadAhead();
             return;
         }
+        if (mustWaitForTransition(*mAwaited)) {
+            mAwaited->wasWaitedFor = true;
+            return;
+        }
         if (isMovieURL(mAwaited->url) ? showMovie(*mAwaited) : present(*mAwaited)) {
             slideAppeared(*std::exchange(mAwaited, std::nullopt));
             break;
@@ -82,6 +86,25 @@ void SlideController::proceed()
     }
     endEmptyShow();
     serveWaitingLine();
+}
+
+// A view in the middle of a transition takes no other picture. The one that it shows is none.
+bool SlideController::mustWaitForTransition(const Candidate& candidate) const
+{
+    const KLImagePtr& image = mFullScreenView->currentImage();
+    const bool isShown = image && image->mURL() == candidate.url && !mFullScreenView->isMovieActive();
+    return mFullScreenView->isBusy() && (!isShown || candidate.isNewVersion);
+}
+
+void SlideController::transitionEnded()
+{
+    if (mFullScreenView == nullptr || mFullScreenView->isBusy()) {
+        return;
+    }
+    if (const MoviePlayerPtr ended = std::exchange(mEndedWhileBusy, nullptr)) {
+        movieDidEnd(ended);
+    }
+    proceed();
 }
 
 // On to the file after one that cannot be shown; false when there is none.
@@ -118,7 +141,7 @@ bool SlideController::stepOver()
 // files that have not been tried yet.
 void SlideController::endEmptyShow()
 {
-    const bool moreToCome = mFileSequence.isCollecting() || isWaiting() || mAutoPlayPending;
+    const bool moreToCome = mFileSequence.isCollecting() || isWaiting() || mAutoPlayPending || !mWaitingLine.isEmpty();
     if (mFullScreenView != nullptr && !hasSlide() && !moreToCome) {
         mNothingFound = true;
         endSlideShow();
@@ -128,15 +151,22 @@ void SlideController::endEmptyShow()
 // False when the file cannot be shown.
 bool SlideController::present(const Candidate& candidate)
 {
-    mScreenWindow->setWindowTitle(QString::fromUtf8(candidate.url.fileName()).simplified());
+    const bool isShownAlready = mFullScreenView->isBusy(); // else it would have waited
     mFullScreenView->setImageWithURL(candidate.url, candidate.forward);
+    if (!isShownAlready && !mFullScreenView->ImageOK()) {
+        return false;
+    }
+    mScreenWindow->setWindowTitle(QString::fromUtf8(candidate.url.fileName()).simplified());
     const TimePoint now = mClock.now();
     if (mLastSlideChange) {
         mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);
     }
     mLastSlideChange = now;
     mFailedMovies.clear();
-    return mFullScreenView->ImageOK();
+    if (mMovie && !mFullScreenView->isMovieActive()) {
+        afterMovie(); // the picture has come in its place without a step
+    }
+    return true;
 }
 
 void SlideController::slideAppeared(const Candidate& candidate)
@@ -183,7 +213,8 @@ void SlideController::dropUnloadable(const Candidate& candidate)
 
 void SlideController::inTurn(WaitingLine::Job job, WaitingLine::From from)
 {
-    if (isWaiting()) {
+    const bool isBehindOthers = !mIsServing && !mWaitingLine.isEmpty();
+    if (isWaiting() || isBehindOthers) {
         mWaitingLine.add(from, std::move(job));
     } else {
         job();
@@ -200,14 +231,32 @@ void SlideController::gate(WaitingLine::Job job)
     }
 }
 
+// Each in a turn of the event loop of its own, as if it came only now: the first may have begun a transition, in which
+// the second is nothing.
 void SlideController::serveWaitingLine()
 {
+    if (!isWaiting() && !mWaitingLine.isEmpty() && !std::exchange(mIsServePosted, true)) {
+        postToMainThread([this, alive = std::weak_ptr(mAlive)] {
+            if (alive.lock()) {
+                mIsServePosted = false;
+                serveNext();
+            }
+        });
+    }
+}
+
+void SlideController::serveNext()
+{
+    if (isWaiting() || mWaitingLine.isEmpty()) {
+        return;
+    }
     const std::weak_ptr alive(mAlive);
-    while (!isWaiting() && !mWaitingLine.isEmpty()) {
-        mWaitingLine.takeFirst()();
-        if (alive.expired()) {
-            return;
-        }
+    mIsServing = true;
+    mWaitingLine.takeFirst()();
+    if (!alive.expired()) {
+        mIsServing = false;
+        endEmptyShow();
+        serveWaitingLine();
     }
 }
 
@@ -262,7 +311,9 @@ void SlideController::reloadIfChanged(const KLImagePtr& image)
     const bool isShown = mFullScreenView != nullptr && !mFullScreenView->isMovieActive();
     if (isShown && mFullScreenView->currentImage() == image) {
         KLImageCache::removeImageWithURL(image->mURL());
-        show({image->mURL(), true});
+        Candidate anew{image->mURL(), true};
+        anew.isNewVersion = true;
+        show(anew);
     }
 }
 

@@ -16,7 +16,11 @@ using namespace std::chrono_literals;
 namespace {
 
 // Allocators keep some of what they were given back; a leak of one slide in ten would be more.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr qint64 allowedGrowth = qint64(400) << 20; // the sanitizer keeps what was freed
+#else
 constexpr qint64 allowedGrowth = qint64(24) << 20;
+#endif
 
 // What the process holds when nothing of it has changed for a while: pictures are unmapped in the background.
 Belongings settledBelongings()

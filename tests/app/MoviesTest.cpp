@@ -36,6 +36,9 @@ private Q_SLOTS:
     void moviesThatAllFailAreTriedOnceASecond();
     void theEndOfAReplacedPlayerIsIgnored();
     void anEndWhileTheViewIsBusyIsActedOnAfterwards();
+    void aMovieDoesNotCutATransitionOff();
+    void aPictureInAMoviesPlaceLetsTheShowGoOn();
+    void aMovieThatIsPlayedAgainIsPausedByTheSpaceKey();
 
 private:
     std::unique_ptr<MovieFiles> mFiles;
@@ -352,14 +355,79 @@ void MoviesTest::anEndWhileTheViewIsBusyIsActedOnAfterwards()
     mShow->controller().nextSlide();
     QVERIFY(mShow->waitFor("c.png"));
     QTRY_VERIFY(mShow->view().isBusy());
-    mShow->controller().firstSlide(); // does not wait for the transition
+    mShow->controller().firstSlide();
+    mShow->fixture.letTransitionEnd();
     QVERIFY(mShow->waitFor("a.mkv"));
     QTRY_VERIFY(mShow->isMovieOn());
+    const AnimationPtr animation = makeAnimation(PropertyChange{KeyPath::PositionX, 0, 1}, 1s, Curve::Linear, nullptr);
+    static_cast<AnimationDelegate&>(mShow->view()).animationDidStart(animation);
     QVERIFY(mShow->view().isBusy());
     Q_EMIT mShow->controller().movie()->didPlayToEnd();
     QVERIFY(mShow->isMovieOn());
-    mShow->fixture.clock.advance(1s); // the transition's end
+    static_cast<AnimationDelegate&>(mShow->view()).animationDidStop(animation, true);
     QVERIFY(mShow->waitFor("b.png"));
+}
+
+void MoviesTest::aMovieDoesNotCutATransitionOff()
+{
+    mShow->fixture.set(keys::transition, QStringLiteral("Cross Fade"));
+    mShow->addMovie("a.mkv", "long.mkv");
+    mShow->fixture.addPictures({"b.png", "c.png"});
+    mShow->open();
+    mShow->controller().nextSlide();
+    QVERIFY(mShow->waitFor("b.png"));
+    QVERIFY(mShow->fixture.rest());
+    mShow->controller().nextSlide();
+    QVERIFY(mShow->waitFor("c.png"));
+    QTRY_VERIFY(mShow->view().isBusy());
+    mShow->controller().firstSlide();
+    QVERIFY(staysTrueFor(200ms, [&] { return mShow->view().isBusy() && !mShow->view().isMovieActive(); }));
+    mShow->fixture.letTransitionEnd();
+    QTRY_VERIFY(mShow->isMovieOn());
+    QVERIFY(!mShow->view().isBusy());
+}
+
+// As when a movie is deleted while it plays, and the file that is then the current one is rewritten.
+void MoviesTest::aPictureInAMoviesPlaceLetsTheShowGoOn()
+{
+    mShow->addMovie("a.mkv", "long.mkv");
+    mShow->fixture.addPictures({"b.png", "c.png"});
+    mShow->open();
+    QVERIFY(mShow->waitFor("a.mkv"));
+    QTRY_VERIFY(mShow->isMovieOn());
+    mShow->controller().Play();
+    QVERIFY(mShow->controller().wasPlaying());
+    mShow->controller().fileSequence().gotoIndex(2);
+    mShow->controller().currentFileChanged();
+    QVERIFY(mShow->waitFor("c.png"));
+    QTRY_VERIFY(!mShow->view().isMovieActive());
+    QVERIFY(!mShow->controller().movie());
+    QVERIFY(mShow->controller().timerRuns());
+}
+
+void MoviesTest::aMovieThatIsPlayedAgainIsPausedByTheSpaceKey()
+{
+    mShow->fixture.set(keys::endMode, keys::endModeWait);
+    mShow->addMovie("a.mkv", "long.mkv");
+    mShow->open();
+    QVERIFY(mShow->waitFor("a.mkv"));
+    QTRY_VERIFY(mShow->isMovieOn());
+    mShow->controller().Play();
+    const MoviePlayerPtr player = mShow->controller().movie();
+    QTRY_VERIFY(player->isPlaying());
+    player->pause();
+    QTRY_VERIFY(!player->isPlaying());
+    Q_EMIT player->didPlayToEnd();
+    QTRY_VERIFY(!mShow->controller().movie());
+    QVERIFY(mShow->view().isMovieActive()); // it stays where it ended
+    QVERIFY(mShow->controller().timerRuns());
+    player->play(); // as its controls do
+    QTRY_COMPARE(mShow->controller().movie(), player);
+    QVERIFY(!mShow->controller().timerRuns());
+    QVERIFY(mShow->controller().wasPlaying());
+    mShow->fixture.press(Qt::Key_Space, QStringLiteral(" "));
+    QTRY_VERIFY(!player->isPlaying());
+    QVERIFY(mShow->isMovieOn());
 }
 
 QTEST_MAIN(MoviesTest)

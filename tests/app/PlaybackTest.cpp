@@ -42,6 +42,8 @@ private Q_SLOTS:
     void waitingAtTheEndTheTimerKeepsFiring();
     void filesThatArriveLaterContinueAWaitingShow();
     void navigationWhileATransitionRunsIsDropped();
+    void theTrashIsRefusedDuringATransition();
+    void aBusyViewCostsNoFile();
 
     // Files that cannot be shown
     void anUndecodableFileDisappearsAndTheShowMovesOn_data();
@@ -75,6 +77,11 @@ private:
         mFixture->start();
         mOpened = mFixture->openFolder();
         return mFixture->controller();
+    }
+    QByteArray onScreen() const
+    {
+        const auto& image = mFixture->controller().slideView()->currentImage();
+        return image ? image->mURL().fileName().toByteArray() : QByteArray();
     }
     QByteArray shown() const { return mFixture->shown(); }
 
@@ -325,10 +332,58 @@ void PlaybackTest::navigationWhileATransitionRunsIsDropped()
     controller.firstSlide();
     QCOMPARE(controller.fileSequence().currentIndex(), size_t(0));
     QCOMPARE(shown(), QByteArray("1.png"));
+    QCOMPARE(onScreen(), QByteArray("2.png"));
+    mFixture->letTransitionEnd();
+    QTRY_COMPARE(onScreen(), QByteArray("1.png")); // in its turn, with a transition of its own
     mFixture->letTransitionEnd();
     QVERIFY(!controller.slideView()->isBusy());
     controller.next();
     QCOMPARE(shown(), QByteArray("2.png"));
+}
+
+void PlaybackTest::theTrashIsRefusedDuringATransition()
+{
+    mFixture->set(keys::transition, QStringLiteral("Cross Fade"));
+    auto& controller = openThree();
+    mFixture->letTransitionEnd();
+    controller.next();
+    QCoreApplication::processEvents();
+    QVERIFY(controller.slideView()->isBusy());
+    QVERIFY(mFixture->trigger("trashSlide"));
+    controller.trashSlide();
+    QCOMPARE(controller.fileSequence().count(), size_t(3));
+    mFixture->letTransitionEnd();
+    QCOMPARE(onScreen(), QByteArray("2.png"));
+    controller.trashSlide();
+    QCOMPARE(controller.fileSequence().count(), size_t(2));
+    QVERIFY(!QFile::exists(QString::fromUtf8(mFixture->folder.pathOf("2.png"))));
+    QVERIFY(QFile::exists(QString::fromUtf8(mFixture->folder.pathOf("3.png"))));
+    QTRY_COMPARE(onScreen(), QByteArray("3.png"));
+}
+
+// After a file that could not be shown, a picture that the view does not take yet is none of those.
+void PlaybackTest::aBusyViewCostsNoFile()
+{
+    mFixture->set(keys::endMode, keys::endModeWait);
+    mFixture->addPictures({"1.png", "2.png"});
+    mFixture->folder.addFile("3.png", "no picture");
+    auto& controller = mFixture->start();
+    QVERIFY(mFixture->openFolder());
+    controller.next();
+    QTRY_COMPARE(onScreen(), QByteArray("2.png"));
+    controller.next();
+    QTRY_COMPARE(controller.fileSequence().count(), size_t(2));
+    QVERIFY(mFixture->rest());
+    QCOMPARE(onScreen(), QByteArray("2.png"));
+    QCOMPARE(controller.screenWindow()->windowTitle(), QStringLiteral("2.png"));
+    controller.ZoomIn();
+    QCoreApplication::processEvents();
+    QVERIFY(controller.slideView()->isBusy());
+    controller.firstSlide();
+    QCOMPARE(controller.fileSequence().count(), size_t(2));
+    mFixture->letTransitionEnd();
+    QTRY_COMPARE(onScreen(), QByteArray("1.png"));
+    QCOMPARE(controller.fileSequence().count(), size_t(2));
 }
 
 void PlaybackTest::anUndecodableFileDisappearsAndTheShowMovesOn_data()

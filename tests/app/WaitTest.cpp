@@ -3,6 +3,7 @@
 #include "HeldPictures.h"
 #include "KLImageCache.h"
 #include "MainThread.h"
+#include "StartWindow.h"
 #include "StaysTrue.h"
 
 #include <QFile>
@@ -35,6 +36,8 @@ private Q_SLOTS:
     void movingToTheTrashIsRefused();
     void movingToTheTrashWorksOtherwise();
     void endingTheShowCancels();
+    void endingTheShowWithNewsInTheLine_data();
+    void endingTheShowWithNewsInTheLine();
     void openingSomethingElseCancels();
     void destroyingTheControllerCancels();
     void whatTheSequenceFindsWaits();
@@ -44,6 +47,8 @@ private Q_SLOTS:
     void theHintIsWaitedForToo();
     void windowModeDoesNotWait();
     void newFilesAreNotPresentedTwice();
+    void newFilesAreNotPresentedTwiceBeforeAPress();
+    void pressesBehindASlideWithATransitionAreDropped();
     void whatComesNextIsReadAhead();
     void nothingIsReadAheadWithoutAShow();
 
@@ -371,6 +376,81 @@ void WaitTest::windowModeDoesNotWait()
     QVERIFY(controller.isWaitingForSlide());
     mHeld->release("held.png");
     QTRY_COMPARE(onScreen(), QByteArray("held.png"));
+}
+
+// A press that waits behind them goes on from there.
+void WaitTest::newFilesAreNotPresentedTwiceBeforeAPress()
+{
+    mHeld->add("later.png", Qt::cyan);
+    auto& controller = openHeld();
+    QTRY_COMPARE(onScreen(), QByteArray("1.png"));
+    mFixture->set(keys::showNewItemsASAP, true);
+    controller.nextSlide(); // held.png
+    controller.newFilesFound(); // steps to later.png, and then asks for the current file once more
+    controller.nextSlide(); // z.png
+    mHeld->release("held.png");
+    QTRY_COMPARE(shown(), QByteArray("later.png"));
+    QVERIFY(controller.isWaitingForSlide());
+    mHeld->release("later.png");
+    QTRY_VERIFY(!controller.isWaitingForSlide() && onScreen() == "z.png");
+    QVERIFY(staysTrueFor(100ms, [&] { return onScreen() == "z.png"; }));
+    QCOMPARE(controller.fileSequence().current().fileName(), QByteArrayView("z.png"));
+}
+
+// As those that come during a transition are.
+void WaitTest::pressesBehindASlideWithATransitionAreDropped()
+{
+    auto& controller = openHeld();
+    QTRY_COMPARE(onScreen(), QByteArray("1.png"));
+    mFixture->set(keys::transition, QStringLiteral("Cross Fade"));
+    controller.nextSlide(); // held.png
+    controller.nextSlide();
+    controller.nextSlide();
+    mHeld->release("held.png");
+    QTRY_COMPARE(onScreen(), QByteArray("held.png"));
+    QTRY_VERIFY(controller.slideView()->isBusy());
+    QVERIFY(staysTrueFor(100ms, [&] { return onScreen() == "held.png"; }));
+    mFixture->letTransitionEnd();
+    QVERIFY(staysTrueFor(100ms, [&] { return onScreen() == "held.png"; }));
+    controller.nextSlide();
+    QTRY_COMPARE(onScreen(), QByteArray("z.png"));
+}
+
+// What the background has found meanwhile opens nothing any more.
+void WaitTest::endingTheShowWithNewsInTheLine_data()
+{
+    QTest::addColumn<bool>("isRewritten");
+    QTest::newRow("a new file") << false;
+    QTest::newRow("the file that is waited for") << true;
+}
+
+void WaitTest::endingTheShowWithNewsInTheLine()
+{
+    QFETCH(const bool, isRewritten);
+    mFixture->set(keys::showWelcome, true);
+    mFixture->set(keys::autoStart, true);
+    auto& controller = openHeld();
+    QTRY_COMPARE(onScreen(), QByteArray("1.png"));
+    controller.Stop();
+    QTRY_VERIFY(!controller.fileSequence().isRescanning());
+    controller.nextSlide();
+    QVERIFY(controller.isWaitingForSlide());
+    if (isRewritten) {
+        mFixture->addPicture("held.png", Qt::yellow);
+    } else {
+        mFixture->addPicture("new.png");
+    }
+    // The line takes it in when it is told; that it was told cannot be seen from outside.
+    QVERIFY(staysTrueFor(300ms, [&] {
+        mFixture->clock.advance(500ms);
+        return controller.isWaitingForSlide();
+    }));
+    QVERIFY(mFixture->trigger("cancel"));
+    QVERIFY(!controller.isWaitingForSlide());
+    QTRY_COMPARE(controller.fileSequence().count(), size_t(0));
+    QTRY_VERIFY(controller.startWindow() && controller.startWindow()->isVisible());
+    QVERIFY(!controller.screenWindow());
+    QVERIFY(!controller.timerRuns());
 }
 
 void WaitTest::newFilesAreNotPresentedTwice()
