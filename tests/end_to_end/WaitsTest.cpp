@@ -284,8 +284,9 @@ void WaitsTest::aHeldKeyStopsWhereItIsReleased()
     mShow->server().releaseKey(QStringLiteral("Right"));
     const int atRelease = log.count();
     QVERIFY(mShow->waitUntilAtRest());
-    // The slide that was waited for, and what the keyboard sent before the release was seen.
-    QVERIFY2(log.count() <= atRelease + 2, QByteArray::number(log.count() - atRelease).constData());
+    // The slide that was waited for, what the keyboard sent before the release was seen, and what the log had not seen
+    // yet: a handful, where a queue would bring dozens.
+    QVERIFY2(log.count() <= atRelease + 5, QByteArray::number(log.count() - atRelease).constData());
     // Each slide came once and in its turn.
     for (int i = 0; i < log.count(); ++i) {
         QCOMPARE(log.names()[i], names[i % names.size()]);
