@@ -3,8 +3,10 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QWheelEvent>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace frameflow {
 
@@ -242,6 +244,23 @@ void MovieSlider::mouseReleaseEvent(QMouseEvent* event)
         setSliderDown(false);
         update();
     }
+}
+
+// Also at its ends the wheel is for it alone: whoever turns it does not mean the slide.
+void MovieSlider::wheelEvent(QWheelEvent* event)
+{
+    event->accept();
+    const QPoint angle = event->angleDelta();
+    const int delta = std::abs(angle.x()) > std::abs(angle.y()) ? -angle.x() : angle.y();
+    if (isSliderDown() || delta == 0) {
+        return;
+    }
+    mTurned = (mTurned < 0) == (delta < 0) ? mTurned : 0;
+    mTurned += qint64(delta) * singleStep();
+    const qint64 whole = mTurned / QWheelEvent::DefaultDeltasPerStep;
+    mTurned %= QWheelEvent::DefaultDeltasPerStep;
+    const qint64 to = std::clamp<qint64>(sliderPosition() + whole, minimum(), maximum());
+    setSliderPosition(static_cast<int>(to));
 }
 
 } // namespace frameflow

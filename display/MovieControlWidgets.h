@@ -35,7 +35,7 @@ private:
     MovieGlyph mGlyph;
 };
 
-// A slider that goes where it is pressed.
+// A slider that goes where it is pressed, and a single step for each notch of the wheel.
 class MovieSlider : public QSlider
 {
     Q_OBJECT
@@ -49,10 +49,13 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
     QRectF groove() const;
     int valueAt(double x) const;
+
+    qint64 mTurned = 0; // by the wheel, in parts of a value that are still to be gone: so many as a notch has
 };
 
 // How far the parent of a control has been faded in; 1 for a parent that does not fade.

@@ -18,6 +18,8 @@ namespace {
 
 constexpr Duration timeToRest = std::chrono::seconds(3);
 constexpr Duration timeBetweenLooks = std::chrono::milliseconds(200);
+// Where it was sent to, it is a moment later. Until then its position is no place to go on from.
+constexpr Duration timeToArrive = std::chrono::milliseconds(400);
 constexpr int fadeTime = 150; // milliseconds
 constexpr int widest = 720;
 constexpr int heightOfAll = 56;
@@ -117,8 +119,8 @@ void MovieControls::connectWidgets()
             mPlayer->play();
         }
     });
-    connect(mBack, &QToolButton::clicked, this, [this] { mPlayer ? mPlayer->step(false) : void(); });
-    connect(mForward, &QToolButton::clicked, this, [this] { mPlayer ? mPlayer->step(true) : void(); });
+    connect(mBack, &QToolButton::clicked, this, [this] { step(false); });
+    connect(mForward, &QToolButton::clicked, this, [this] { step(true); });
     connect(mPosition, &QSlider::sliderPressed, this, [this] { mPlayer ? mPlayer->beginScrubbing() : void(); });
     connect(mPosition, &QSlider::sliderMoved, this, [this](int to) { seekTo(to, MovieEngine::Seek::Quick); });
     connect(mPosition, &QSlider::sliderReleased, this, [this] {
@@ -127,7 +129,8 @@ void MovieControls::connectWidgets()
         waitToConceal();
     });
     connect(mPosition, &QSlider::actionTriggered, this, [this](int action) {
-        if (action != QAbstractSlider::SliderMove) { // by the keyboard or the wheel
+        // By the keyboard or the wheel; the wheel's is told from a dragged handle's only by that nothing is held.
+        if (action != QAbstractSlider::SliderMove || !mPosition->isSliderDown()) {
             seekTo(mPosition->sliderPosition(), MovieEngine::Seek::Exact);
         }
     });
@@ -148,6 +151,7 @@ void MovieControls::setPlayer(const MoviePlayerPtr& player)
     }
     mPlayer = player;
     mPosition->setSliderDown(false);
+    mArrival = TimePoint();
     if (!mPlayer) {
         conceal();
         return;
@@ -276,6 +280,7 @@ bool MovieControls::eventFilter(QObject* object, QEvent* event)
     case QEvent::KeyPress:
     case QEvent::FocusIn:
     case QEvent::MouseButtonPress:
+    case QEvent::Wheel:
         if (mIsRevealed) {
             waitToConceal();
         }
@@ -310,7 +315,7 @@ void MovieControls::update()
 
 void MovieControls::updatePosition()
 {
-    if (mPosition->isSliderDown()) {
+    if (mPosition->isSliderDown() || mClock.now() < mArrival) {
         return;
     }
     const double position = mPlayer->position();
@@ -342,8 +347,17 @@ void MovieControls::seekTo(int position, MovieEngine::Seek how)
     const double last = std::max(0.0, mPlayer->duration() - secondsBeforeEnd);
     const double seconds = std::min(position / 1000.0, last);
     mPlayer->seek(seconds, how);
+    mArrival = mClock.now() + timeToArrive;
     mElapsed->setText(timeText(seconds));
     mLeft->setText(QStringLiteral("\u2212") + timeText(std::ceil(mPlayer->duration() - seconds)));
+}
+
+void MovieControls::step(bool forward)
+{
+    mArrival = TimePoint();
+    if (mPlayer) {
+        mPlayer->step(forward);
+    }
 }
 
 void MovieControls::applyVolume()

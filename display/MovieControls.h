@@ -55,6 +55,7 @@ private:
     void updatePosition();
     void watchPosition();
     void seekTo(int position, MovieEngine::Seek how);
+    void step(bool forward);
     void applyVolume();
 
     Clock& mClock;
@@ -70,6 +71,7 @@ private:
     QLabel* mLeft = nullptr;
     MovieButton* mMute = nullptr;
     MovieSlider* mVolume = nullptr; // in hundredths
+    TimePoint mArrival; // when the movie will be where it was last sent to
     bool mIsRevealed = false;
     bool mIsMuted = false;
 };

@@ -33,6 +33,10 @@ private Q_SLOTS:
     void playAndPauseSayWhatTheyDo();
     void theySayWhereTheMovieStands();
     void theKeysOfThePositionSeek();
+    void thePageKeysOfThePositionSeek();
+    void theWheelOverThePositionSeeks();
+    void notchesOfTheWheelAddUpWhileTheMovieIsOnItsWay();
+    void theWheelOverASliderNeverReachesTheSlide();
     void aPressOnThePositionGoesThere();
     void draggingBehindTheEndDoesNotEndTheMovie();
     void singleFrames();
@@ -64,6 +68,15 @@ private:
         show(name);
         view().moviePlayer()->pause();
         QVERIFY(QTest::qWaitFor([this] { return !view().moviePlayer()->frame().isNull(); }, 10000));
+    }
+    // False when the slider leaves it to others.
+    static bool turnWheel(QWidget& over, const QPoint& angle)
+    {
+        const QPointF at = over.rect().center();
+        QWheelEvent event(
+            at, over.mapToGlobal(at), QPoint(), angle, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&over, &event);
+        return event.isAccepted();
     }
     void movePointerTo(const QPoint& point) const
     {
@@ -270,6 +283,72 @@ void MovieControlsTest::theKeysOfThePositionSeek()
     QTest::keyClick(&position(), Qt::Key_Home);
     QVERIFY(log.waitForNumber(0));
     QCOMPARE(log.ended, 0);
+}
+
+void MovieControlsTest::thePageKeysOfThePositionSeek()
+{
+    showStill("long.mp4");
+    controls().reveal();
+    QTRY_VERIFY(position().maximum() > 9000);
+    PlayerLog log(view().moviePlayer());
+    QTest::keyClick(&position(), Qt::Key_PageUp);
+    QTRY_VERIFY(!log.numbers.isEmpty() && log.numbers.last() >= 248); // a page is longer than the movie
+    QTest::keyClick(&position(), Qt::Key_PageDown);
+    QVERIFY(log.waitForNumber(0));
+    QTest::keyClick(&position(), Qt::Key_Up);
+    QVERIFY(log.waitForNumber(125));
+    QTest::keyClick(&position(), Qt::Key_Left);
+    QVERIFY(log.waitForNumber(0));
+}
+
+void MovieControlsTest::theWheelOverThePositionSeeks()
+{
+    showStill("long.mp4");
+    controls().reveal();
+    QTRY_VERIFY(position().maximum() > 9000);
+    PlayerLog log(view().moviePlayer());
+    turnWheel(position(), {0, 120});
+    QCOMPARE(position().value(), 5000);
+    QCOMPARE(control<QLabel>(QStringLiteral("Elapsed Time"))->text(), QStringLiteral("0:05"));
+    QVERIFY(log.waitForNumber(125));
+    turnWheel(position(), {0, -60}); // half a notch, as finer wheels give it
+    QTRY_VERIFY(!log.numbers.isEmpty() && qAbs(log.numbers.last() - 62) <= 1);
+    turnWheel(position(), {-120, 0});
+    QTRY_VERIFY(qAbs(log.numbers.last() - 187) <= 1);
+    turnWheel(position(), {0, -2400});
+    QVERIFY(log.waitForNumber(0));
+    QVERIFY(!view().moviePlayer()->isPlaying());
+}
+
+void MovieControlsTest::notchesOfTheWheelAddUpWhileTheMovieIsOnItsWay()
+{
+    showStill("long.mp4");
+    controls().reveal();
+    QTRY_VERIFY(position().maximum() > 9000);
+    PlayerLog log(view().moviePlayer());
+    for (int i = 0; i < 4; ++i) {
+        turnWheel(position(), {0, 60});
+        Q_EMIT view().moviePlayer()->frameChanged(); // one from before
+    }
+    QTRY_VERIFY(log.numbers.last() >= 248);
+    mFixture->clock.advance(1s);
+    Q_EMIT view().moviePlayer()->frameChanged();
+    QVERIFY(position().value() > 9800);
+}
+
+void MovieControlsTest::theWheelOverASliderNeverReachesTheSlide()
+{
+    showStill("long.mp4");
+    controls().reveal();
+    QTRY_VERIFY(position().maximum() > 9000);
+    QVERIFY(turnWheel(position(), {0, -120})); // it is at its start already
+    auto* const volume = control<MovieSlider>(QStringLiteral("Volume"));
+    QVERIFY(turnWheel(*volume, {0, 120}));
+    QCOMPARE(volume->value(), 100);
+    for (int i = 0; i < 12; ++i) {
+        QVERIFY(turnWheel(*volume, {0, -10}));
+    }
+    QCOMPARE(volume->value(), 95);
 }
 
 void MovieControlsTest::aPressOnThePositionGoesThere()
