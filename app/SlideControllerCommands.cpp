@@ -183,6 +183,7 @@ void SlideController::updateInfoDisplayForURL(const FileUrl& url)
     }
     if (!mLabel && mFullScreenView != nullptr) {
         mLabel = new SlideLabel(mFullScreenView);
+        connect(mLabel, &SlideLabel::heightTaken, mFullScreenView, &KLLayerView::setBottomInset);
     }
     if (mLabel) {
         mLabel->showText(printable(showsPath ? url.displayPath() : nameWithoutExtension(url)));

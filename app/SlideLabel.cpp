@@ -39,6 +39,23 @@ void SlideLabel::showText(const QString& text)
     show();
 }
 
+bool SlideLabel::event(QEvent* event)
+{
+    const bool isDone = QLabel::event(event);
+    switch (event->type()) {
+    case QEvent::Resize:
+        place();
+        [[fallthrough]];
+    case QEvent::ShowToParent:
+    case QEvent::HideToParent:
+        Q_EMIT heightTaken(isHidden() ? 0 : height());
+        break;
+    default:
+        break;
+    }
+    return isDone;
+}
+
 bool SlideLabel::eventFilter(QObject* object, QEvent* event)
 {
     if (event->type() == QEvent::Resize) {

@@ -4,7 +4,7 @@
 
 namespace frameflow {
 
-// One line of text over a slide, at the lower left of the widget that it belongs to, which may change its size.
+// One line of text over a slide, along the lower edge of the widget that it belongs to, which may change its size.
 class SlideLabel : public QLabel
 {
     Q_OBJECT
@@ -15,7 +15,12 @@ public:
     // In front of everything else over the slide, as large as the text.
     void showText(const QString& text);
 
+Q_SIGNALS:
+    // How much of the lower edge it takes has changed, in points; 0 while it is not shown.
+    void heightTaken(int height);
+
 protected:
+    bool event(QEvent* event) override;
     bool eventFilter(QObject* object, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 

@@ -68,6 +68,8 @@ public:
     // Whether the movie's view is to be hidden, once more, at the next end of an animation.
     bool removesMovieLayer() const { return mRemoveMovieLayer; }
     const MoviePlayerPtr& moviePlayer() const { return mAVPlayer; }
+    // What stands over the lower edge of the view is so high, in points: the controls of movies stay above it.
+    void setBottomInset(int height);
     // Made for the first movie; null before.
     MoviePlayerView* moviePlayerView() const { return mAVPlayerView; }
 
@@ -197,6 +199,7 @@ private:
     bool mRemoveMovieLayer = false;
     MoviePlayerPtr mAVPlayer; // closed once its movie has been left
     MoviePlayerView* mAVPlayerView = nullptr; // a child
+    int mBottomInset = 0;
     LayerPtr mCursorLayer;
     bool mZoom = false;
     bool mTransitionInProgress = false;

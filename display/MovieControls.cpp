@@ -23,6 +23,7 @@ constexpr Duration timeToArrive = std::chrono::milliseconds(400);
 constexpr int fadeTime = 150; // milliseconds
 constexpr int widest = 720;
 constexpr int heightOfAll = 56;
+constexpr int lowest = 44; // still has all of the buttons
 // A movie is never sought to its very end: it would be over while somebody still looks for a place in it.
 constexpr double secondsBeforeEnd = 0.05;
 
@@ -75,7 +76,7 @@ MovieControls::MovieControls(Clock& clock, QWidget* parent)
         mLeft->setStyleSheet(colour);
         QWidget::update();
     });
-    connect(mFade, &QVariantAnimation::finished, this, [this] { setVisible(mIsRevealed); });
+    connect(mFade, &QVariantAnimation::finished, this, [this] { setVisible(mIsRevealed && mHasRoom); });
     hide();
 }
 
@@ -181,7 +182,7 @@ void MovieControls::reveal()
         mIsRevealed = true;
         place();
         raise();
-        show();
+        setVisible(mHasRoom);
         fade(true);
         update();
     }
@@ -196,10 +197,15 @@ void MovieControls::conceal()
     mIsRevealed = false;
     mConceal.stop();
     mWatch.stop();
+    handKeyboardBack();
+    fade(false);
+}
+
+void MovieControls::handKeyboardBack()
+{
     if (isAncestorOf(focusWidget() != nullptr ? focusWidget() : this)) {
         parentWidget()->setFocus();
     }
-    fade(false);
 }
 
 void MovieControls::waitToConceal()
@@ -230,13 +236,25 @@ void MovieControls::fade(bool isComing)
 void MovieControls::focusFirst()
 {
     reveal();
+    if (!mHasRoom) {
+        return;
+    }
     (mBack->isVisibleTo(this) ? mBack : mPlay)->setFocus(Qt::TabFocusReason);
 }
 
 void MovieControls::focusLast()
 {
     reveal();
+    if (!mHasRoom) {
+        return;
+    }
     (mVolume->isVisibleTo(this) ? static_cast<QWidget*>(mVolume) : mPosition)->setFocus(Qt::BacktabFocusReason);
+}
+
+void MovieControls::setBottomInset(int height)
+{
+    mBottomInset = height;
+    place();
 }
 
 void MovieControls::place()
@@ -250,8 +268,16 @@ void MovieControls::place()
     mVolume->setVisible(hasAudio && width >= 460);
     mLeft->setVisible(width >= 300);
     mElapsed->setVisible(width >= 380);
-    setGeometry(
-        (area.width() - width) / 2, std::max(0, area.height() - heightOfAll - margin), std::max(width, 1), heightOfAll);
+    const int bottom = area.height() - mBottomInset - margin;
+    const int height = std::clamp(bottom, lowest, heightOfAll);
+    setGeometry((area.width() - width) / 2, bottom - height, std::max(width, 1), height);
+    mHasRoom = bottom >= lowest;
+    if (!mHasRoom) {
+        handKeyboardBack();
+    }
+    if (mIsRevealed || !mHasRoom) { // others are fading away
+        setVisible(mHasRoom);
+    }
 }
 
 void MovieControls::paintEvent(QPaintEvent* /*event*/)

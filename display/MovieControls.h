@@ -29,10 +29,13 @@ public:
     // Shows them, for a moment from now on.
     void reveal();
     void conceal();
+    // Also where there is no room for them, until there is.
     bool isRevealed() const { return mIsRevealed; }
     // Reveals them and gives them the keyboard: the first or the last of them.
     void focusFirst();
     void focusLast();
+    // What stands over the lower edge of the parent is so high, in points. They never cover it.
+    void setBottomInset(int height);
     // At the lower edge of the parent, in its middle.
     void place();
 
@@ -51,6 +54,7 @@ private:
     void waitToConceal();
     bool isHeld() const;
     void fade(bool isComing);
+    void handKeyboardBack();
     void update();
     void updatePosition();
     void watchPosition();
@@ -71,6 +75,8 @@ private:
     QLabel* mLeft = nullptr;
     MovieButton* mMute = nullptr;
     MovieSlider* mVolume = nullptr; // in hundredths
+    int mBottomInset = 0;
+    bool mHasRoom = true;
     TimePoint mArrival; // when the movie will be where it was last sent to
     bool mIsRevealed = false;
     bool mIsMuted = false;

@@ -1,4 +1,5 @@
 #include "KLLayerView.h"
+#include "MovieControls.h"
 #include "MoviePlayerView.h"
 
 namespace frameflow {
@@ -18,6 +19,7 @@ void KLLayerView::showMovie(const MoviePlayerPtr& player, bool /*forward*/)
     if (!mAVPlayerView) {
         mAVPlayerView = new MoviePlayerView(frame, mClock, this);
         mAVPlayerView->setControlsStyle(MovieControlsStyle::Floating);
+        setBottomInset(mBottomInset);
         connect(mAVPlayerView, &MoviePlayerView::controlsHidden, this, &KLLayerView::pointerRested);
     }
     mAVPlayerView->setFrame(frame);
@@ -30,6 +32,14 @@ void KLLayerView::showMovie(const MoviePlayerPtr& player, bool /*forward*/)
     }
     mAVPlayerView->player()->play();
     mRemoveMovieLayer = false;
+}
+
+void KLLayerView::setBottomInset(int height)
+{
+    mBottomInset = height;
+    if (mAVPlayerView) {
+        mAVPlayerView->controls()->setBottomInset(height);
+    }
 }
 
 QRectF KLLayerView::rectForMovie(const MoviePlayerPtr& player) const

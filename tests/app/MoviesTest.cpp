@@ -1,3 +1,4 @@
+#include "MovieControls.h"
 #include "MovieShow.h"
 #include "StaysTrue.h"
 
@@ -29,6 +30,9 @@ private Q_SLOTS:
     void otherKeysLeaveTheMarkAlone();
     void spacePausesAndResumesTheMovie();
     void theControlsAndTheSpaceKeyAgree();
+    void theControlsStandAboveTheName_data();
+    void theControlsStandAboveTheName();
+    void theControlsFollowTheName();
     void whatCannotBePlayedIsSteppedOverAndKept_data();
     void whatCannotBePlayedIsSteppedOverAndKept();
     void aShowOfNothingButBrokenMoviesEnds();
@@ -247,6 +251,72 @@ void MoviesTest::theControlsAndTheSpaceKeyAgree()
     QVERIFY(!mShow->controller().movieIsPlaying());
     mShow->fixture.press(Qt::Key_Space, QStringLiteral(" "));
     QVERIFY(mShow->controller().movie()->isPlaying());
+}
+
+void MoviesTest::theControlsStandAboveTheName_data()
+{
+    QTest::addColumn<QSize>("size"); // empty for the whole screen
+    QTest::addColumn<bool>("isPath");
+    for (const bool isPath : {true, false}) {
+        const char* const what = isPath ? "path" : "name";
+        QTest::addRow("%s, full screen", what) << QSize() << isPath;
+        QTest::addRow("%s, window", what) << QSize(640, 400) << isPath;
+        QTest::addRow("%s, small window", what) << QSize(300, 200) << isPath;
+        QTest::addRow("%s, the smallest window", what) << QSize(160, 120) << isPath;
+    }
+}
+
+void MoviesTest::theControlsStandAboveTheName()
+{
+    QFETCH(QSize, size);
+    QFETCH(bool, isPath);
+    mShow->fixture.set(isPath ? keys::showFilePath : keys::showFileName, true);
+    mShow->fixture.addPictures({"a.png"});
+    mShow->addMovie("b.mkv", "long.mkv");
+    mShow->open();
+    if (!size.isEmpty()) {
+        mShow->controller().WindowMode();
+        mShow->controller().screenWindow()->resize(size);
+        QTRY_COMPARE(mShow->controller().screenWindow()->size(), size);
+    }
+    mShow->controller().nextSlide();
+    QVERIFY(mShow->waitFor("b.mkv"));
+    MovieControls& controls = *mShow->view().moviePlayerView()->controls();
+    controls.reveal();
+    QCoreApplication::processEvents();
+    const QRect label = mShow->controller().label()->geometry();
+    QVERIFY(mShow->controller().label()->isVisible() && controls.isVisible());
+    QVERIFY(label.top() > controls.geometry().bottom() + 1);
+    QVERIFY(mShow->view().rect().contains(controls.geometry()));
+    QCOMPARE(label.bottomLeft(), mShow->view().rect().bottomLeft());
+}
+
+void MoviesTest::theControlsFollowTheName()
+{
+    mShow->addMovie("b.mkv", "long.mkv");
+    mShow->open();
+    QTRY_VERIFY(mShow->isMovieOn());
+    SlideController& controller = mShow->controller();
+    const MovieControls& controls = *mShow->view().moviePlayerView()->controls();
+    mShow->view().moviePlayerView()->controls()->reveal();
+    const auto showName = [&](bool isShown) {
+        mShow->fixture.set(keys::showFileName, isShown);
+        controller.updateInfoDisplayForURL(controller.imageURL());
+    };
+    const QRect alone = controls.geometry();
+    showName(true);
+    QCOMPARE(controls.geometry(), alone.translated(0, -controller.label()->height()));
+    const QRect before = controls.geometry();
+    controller.label()->resize(200, controller.label()->height() + 30); // as with a larger script
+    QCOMPARE(controls.geometry(), before.translated(0, -30));
+    QCOMPARE(controller.label()->geometry().bottomLeft(), mShow->view().rect().bottomLeft());
+    showName(false);
+    QCOMPARE(controls.geometry(), alone);
+    showName(true);
+    QCOMPARE(controls.geometry(), before);
+    controller.screenWindow()->hide();
+    controller.screenWindow()->show();
+    QCOMPARE(controls.geometry(), before);
 }
 
 void MoviesTest::whatCannotBePlayedIsSteppedOverAndKept_data()
