@@ -48,7 +48,7 @@ void MoviePlayer::open(const std::shared_ptr<Line>& line)
     MovieEngine::Setup setup;
     setup.open = [url = mUrl] { return openMovie(url); };
     setup.container = containerFor(mUrl);
-    setup.rotation = mMovie.facts.rotation;
+    setup.turn = {mMovie.facts.rotation, mMovie.facts.isMirrored};
     // One note at a time is on its way: it has the newest looked at.
     setup.changed = [line] {
         if (!line->isPosted.exchange(true)) {

@@ -9,22 +9,31 @@ namespace {
 // So many pixels square are turned at a time, for they fit the fastest memory.
 constexpr int tile = 32;
 
-// The picture's quarter turns, tile by tile; "place" says where in the other picture a pixel goes.
-template <typename Place>
-void drawTiles(const FramePicture& from, Place place)
+// Where the pixels of a picture go in another one, counted in pixels of that one's lines, gaps included.
+struct Way
 {
-    for (int top = 0; top < from.height(); top += tile) {
-        for (int left = 0; left < from.width(); left += tile) {
-            const int bottom = std::min(top + tile, from.height());
-            const int right = std::min(left + tile, from.width());
-            for (int y = top; y < bottom; ++y) {
-                const quint32* const line = from.line(y);
-                for (int x = left; x < right; ++x) {
-                    *place(x, y) = line[x];
-                }
-            }
-        }
+    qsizetype first; // of the one at the upper left
+    qsizetype across; // from there to the next one in its line
+    qsizetype down;
+};
+
+Way wayOf(FrameTurn turn, qsizetype lastX, qsizetype lastY, qsizetype line)
+{
+    Way way{0, 1, line};
+    switch (turn.degrees) {
+    case 90:
+        way = {lastY, line, -1};
+        break;
+    case 180:
+        way = {lastY * line + lastX, -1, -line};
+        break;
+    case 270:
+        way = {lastX * line, -line, 1};
+        break;
+    default:
+        break;
     }
+    return turn.isMirrored ? Way{way.first + lastX * way.across, -way.across, way.down} : way;
 }
 
 } // namespace
@@ -47,20 +56,23 @@ bool FramePicture::resize(int width, int height)
     return mBytes != nullptr;
 }
 
-void drawTurned(const FramePicture& from, int degrees, FramePicture& to)
+void drawTurned(const FramePicture& from, FrameTurn turn, FramePicture& to)
 {
-    const int lastX = from.width() - 1;
-    const int lastY = from.height() - 1;
-    switch (degrees) {
-    case 90:
-        drawTiles(from, [&](int x, int y) { return to.line(x) + (lastY - y); });
-        break;
-    case 180:
-        drawTiles(from, [&](int x, int y) { return to.line(lastY - y) + (lastX - x); });
-        break;
-    default:
-        drawTiles(from, [&](int x, int y) { return to.line(lastX - x) + y; });
-        break;
+    const qsizetype line = to.bytesPerLine() / qsizetype(sizeof(quint32));
+    const Way way = wayOf(turn, from.width() - 1, from.height() - 1, line);
+    quint32* const pixels = to.line(0);
+    for (int top = 0; top < from.height(); top += tile) {
+        for (int left = 0; left < from.width(); left += tile) {
+            const int bottom = std::min(top + tile, from.height());
+            const int right = std::min(left + tile, from.width());
+            for (int y = top; y < bottom; ++y) {
+                const quint32* const source = from.line(y);
+                qsizetype at = way.first + y * way.down + left * way.across;
+                for (int x = left; x < right; ++x, at += way.across) {
+                    pixels[at] = source[x];
+                }
+            }
+        }
     }
 }
 

@@ -39,8 +39,19 @@ private:
     int mHeight = 0;
 };
 
-// Draws the picture turned clockwise by 90, 180 or 270 degrees into one of the size that this makes.
-void drawTurned(const FramePicture& from, int degrees, FramePicture& to);
+// How a picture is to be turned so that it stands upright.
+struct FrameTurn
+{
+    int degrees = 0; // clockwise: 0, 90, 180 or 270
+    bool isMirrored = false; // left to right, before it is turned
+
+    bool isNone() const { return degrees == 0 && !isMirrored; }
+    // Whether width and height change places.
+    bool isOnItsSide() const { return degrees % 180 != 0; }
+};
+
+// Draws the picture turned into one of the size that this makes.
+void drawTurned(const FramePicture& from, FrameTurn turn, FramePicture& to);
 
 // The frames of a movie on their way from the thread that draws them to the one that shows them. The newest wins: there
 // are two pictures, and neither side ever waits for the other.

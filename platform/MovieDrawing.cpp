@@ -17,8 +17,8 @@ mpv_render_param parameter(mpv_render_param_type type, void* value)
 
 } // namespace
 
-MovieDrawing::MovieDrawing(FrameExchange& frames, int rotation, std::function<void()> drawn)
-    : mFrames(frames), mRotation(rotation), mDrawn(std::move(drawn))
+MovieDrawing::MovieDrawing(FrameExchange& frames, FrameTurn turn, std::function<void()> drawn)
+    : mFrames(frames), mTurn(turn), mDrawn(std::move(drawn))
 {
 }
 
@@ -138,13 +138,12 @@ bool MovieDrawing::hasFrameNow() const
 
 bool MovieDrawing::render(FramePicture& picture)
 {
-    const bool liesOnItsSide = mRotation % 180 != 0;
-    const int width = liesOnItsSide ? picture.height() : picture.width();
-    const int height = liesOnItsSide ? picture.width() : picture.height();
-    if (mRotation != 0 && !mUnturned.resize(width, height)) {
+    const int width = mTurn.isOnItsSide() ? picture.height() : picture.width();
+    const int height = mTurn.isOnItsSide() ? picture.width() : picture.height();
+    if (!mTurn.isNone() && !mUnturned.resize(width, height)) {
         return false;
     }
-    FramePicture& drawn = mRotation != 0 ? mUnturned : picture;
+    FramePicture& drawn = mTurn.isNone() ? picture : mUnturned;
     std::array<int, 2> size{width, height};
     std::array<char, 5> format{"bgr0"}; // by the order of bytes
     auto bytesPerLine = static_cast<size_t>(drawn.bytesPerLine());
@@ -156,8 +155,8 @@ bool MovieDrawing::render(FramePicture& picture)
     if (mMpv->renderContextRender(mContext, parameters.data()) < 0) {
         return false;
     }
-    if (mRotation != 0) {
-        drawTurned(drawn, mRotation, picture);
+    if (!mTurn.isNone()) {
+        drawTurned(drawn, mTurn, picture);
     }
     return true;
 }

@@ -13,7 +13,7 @@ class MovieDrawing
 {
 public:
     // The frames outlive it. "Drawn" is called after each frame, on the thread that draws.
-    MovieDrawing(FrameExchange& frames, int rotation, std::function<void()> drawn);
+    MovieDrawing(FrameExchange& frames, FrameTurn turn, std::function<void()> drawn);
     ~MovieDrawing();
     MovieDrawing(const MovieDrawing&) = delete;
     MovieDrawing& operator=(const MovieDrawing&) = delete;
@@ -44,7 +44,7 @@ private:
     bool hasFrameNow() const;
 
     FrameExchange& mFrames;
-    const int mRotation;
+    const FrameTurn mTurn;
     const std::function<void()> mDrawn;
     const MpvLibrary* mMpv = nullptr;
     mpv_render_context* mContext = nullptr;

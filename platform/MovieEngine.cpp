@@ -113,7 +113,7 @@ class MovieEngine::State
 public:
     using Command = std::function<void(const MpvLibrary& mpv, mpv_handle* handle)>;
 
-    explicit State(Setup setup) : mSetup(std::move(setup)), mDrawing(mFrames, mSetup.rotation, mSetup.changed) { }
+    explicit State(Setup setup) : mSetup(std::move(setup)), mDrawing(mFrames, mSetup.turn, mSetup.changed) { }
 
     void work();
     void post(Command command);

@@ -45,7 +45,7 @@ public:
         // Opens the file: a descriptor that the engine will close, or a negative number. Called on one of its threads.
         std::function<int()> open;
         QByteArray container; // to be taken for this type of file; empty to find out
-        int rotation = 0; // degrees clockwise by which its frames are to be turned: 0, 90, 180 or 270
+        FrameTurn turn; // of its frames
         // The state has changed in more than its position, or there is a new frame. Called on any thread, even for a
         // moment after the engine is gone.
         std::function<void()> changed;

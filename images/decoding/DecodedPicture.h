@@ -58,6 +58,7 @@ struct MovieFacts
 {
     QSize size; // as displayed: pixel shape and rotation applied
     int rotation = 0; // degrees clockwise that its frames are to be turned by: 0, 90, 180 or 270
+    bool isMirrored = false; // its frames are to be mirrored, left to right, before they are turned
     double seconds = 0; // 0 where the file does not tell
     bool hasVideo = false;
     bool hasAudio = false;

@@ -59,6 +59,7 @@ struct AnswerPacket
     qint32 movieWidth;
     qint32 movieHeight;
     qint32 rotation;
+    qint32 isMirrored;
     qint32 hasVideo;
     qint32 hasAudio;
     qint32 hasCover;
@@ -177,9 +178,9 @@ bool movieMakesSense(const AnswerPacket& packet)
 {
     const bool hasSize = packet.movieWidth > 0 && packet.movieHeight > 0;
     const bool hasNoSize = packet.movieWidth <= 0 && packet.movieHeight <= 0;
-    return isFlag(packet.hasVideo) && isFlag(packet.hasAudio) && isFlag(packet.hasCover) && (hasSize || hasNoSize)
-        && packet.rotation >= 0 && packet.rotation < 360 && packet.rotation % 90 == 0 && std::isfinite(packet.seconds)
-        && packet.seconds >= 0;
+    return isFlag(packet.hasVideo) && isFlag(packet.hasAudio) && isFlag(packet.hasCover) && isFlag(packet.isMirrored)
+        && (hasSize || hasNoSize) && packet.rotation >= 0 && packet.rotation < 360 && packet.rotation % 90 == 0
+        && std::isfinite(packet.seconds) && packet.seconds >= 0;
 }
 
 bool makesSense(const AnswerPacket& packet, size_t length, size_t descriptors)
@@ -247,6 +248,7 @@ bool sendAnswer(int socket, const AnswerMessage& answer)
         packet.movieWidth = movie.size.width();
         packet.movieHeight = movie.size.height();
         packet.rotation = movie.rotation;
+        packet.isMirrored = movie.isMirrored ? 1 : 0;
         packet.seconds = movie.seconds;
         packet.hasVideo = movie.hasVideo ? 1 : 0;
         packet.hasAudio = movie.hasAudio ? 1 : 0;
@@ -307,7 +309,7 @@ MessageStatus receiveAnswer(int socket, AnswerMessage& message)
     message.reducedSize = QSize(packet.reducedWidth, packet.reducedHeight);
     if (packet.hasMovie == 1) {
         message.picture.movie = MovieFacts{QSize(packet.movieWidth, packet.movieHeight), packet.rotation,
-            packet.seconds, packet.hasVideo == 1, packet.hasAudio == 1, packet.hasCover == 1};
+            packet.isMirrored == 1, packet.seconds, packet.hasVideo == 1, packet.hasAudio == 1, packet.hasCover == 1};
     }
     return status;
 }

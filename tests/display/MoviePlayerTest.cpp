@@ -47,8 +47,8 @@ private Q_SLOTS:
     void scrubbingNeverEndsIt();
     void framesHaveTheSizeThatIsWanted();
     void whatIsTooMuchIsCutOffEvenly();
-    void rotatedMoviesStandUpright_data();
-    void rotatedMoviesStandUpright();
+    void turnedMoviesStandUpright_data();
+    void turnedMoviesStandUpright();
     void typesThatPlayToTheirEnd_data();
     void typesThatPlayToTheirEnd();
     void soundAloneHasNoPicture();
@@ -249,16 +249,20 @@ void MoviePlayerTest::whatIsTooMuchIsCutOffEvenly()
     QTRY_COMPARE(quarters(player->frame(), 40), QByteArray("RGBY"));
 }
 
-void MoviePlayerTest::rotatedMoviesStandUpright_data()
+void MoviePlayerTest::turnedMoviesStandUpright_data()
 {
     QTest::addColumn<int>("orientation");
-    QTest::newRow("not rotated") << 1;
+    QTest::newRow("not turned") << 1;
+    QTest::newRow("mirrored") << 2;
     QTest::newRow("upside down") << 3;
+    QTest::newRow("mirrored, upside down") << 4;
+    QTest::newRow("mirrored, turned to the left") << 5;
     QTest::newRow("turned to the right") << 6;
+    QTest::newRow("mirrored, turned to the right") << 7;
     QTest::newRow("turned to the left") << 8;
 }
 
-void MoviePlayerTest::rotatedMoviesStandUpright()
+void MoviePlayerTest::turnedMoviesStandUpright()
 {
     QFETCH(int, orientation);
     QVERIFY(make("plain.mp4", MovieFiles::quarters() + " -c:v libx264 -pix_fmt yuv420p"));

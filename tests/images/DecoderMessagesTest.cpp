@@ -313,13 +313,14 @@ void DecoderMessagesTest::answersAboutMoviesArriveWhole()
 {
     const SocketPair pair;
     AnswerMessage answer = answerWithPixels();
-    answer.picture.movie = MovieFacts{QSize(1920, 1080), 270, 12.5, true, false, true};
+    answer.picture.movie = MovieFacts{QSize(1920, 1080), 270, true, 12.5, true, false, true};
     QVERIFY(sendAnswer(pair.near.number(), answer));
     AnswerMessage message;
     QCOMPARE(receiveAnswer(pair.far.number(), message), MessageStatus::Received);
     QVERIFY(message.picture.movie);
     QCOMPARE(message.picture.movie->size, QSize(1920, 1080));
     QCOMPARE(message.picture.movie->rotation, 270);
+    QVERIFY(message.picture.movie->isMirrored);
     QCOMPARE(message.picture.movie->seconds, 12.5);
     QVERIFY(message.picture.movie->hasVideo);
     QVERIFY(!message.picture.movie->hasAudio);
@@ -330,7 +331,7 @@ void DecoderMessagesTest::answersAboutSoundNeedNoPixels()
 {
     const SocketPair pair;
     AnswerMessage answer;
-    answer.picture.movie = MovieFacts{QSize(), 0, 60, false, true, false};
+    answer.picture.movie = MovieFacts{QSize(), 0, false, 60, false, true, false};
     QVERIFY(sendAnswer(pair.near.number(), answer));
     AnswerMessage message;
     QCOMPARE(receiveAnswer(pair.far.number(), message), MessageStatus::Received);

@@ -288,10 +288,13 @@ void MovieDecoderTest::turnedByItsTrack_data()
 {
     QTest::addColumn<int>("orientation");
     QTest::addColumn<int>("rotation");
+    QTest::addColumn<bool>("isMirrored");
     // What is turned, is turned after it was mirrored.
     const int rotations[] = {0, 0, 180, 180, 270, 90, 90, 270};
+    const bool mirrored[] = {false, true, false, true, true, false, true, false};
     for (int orientation = 1; orientation <= 8; ++orientation) {
-        QTest::addRow("like orientation %d", orientation) << orientation << rotations[orientation - 1];
+        QTest::addRow("like orientation %d", orientation)
+            << orientation << rotations[orientation - 1] << mirrored[orientation - 1];
     }
 }
 
@@ -309,6 +312,7 @@ void MovieDecoderTest::turnedByItsTrack()
     }
     QCOMPARE(probeOf("a.mp4").movie->size, size);
     QTEST(probeOf("a.mp4").movie->rotation, "rotation");
+    QTEST(probeOf("a.mp4").movie->isMirrored, "isMirrored");
 }
 
 void MovieDecoderTest::pixelShapes_data()

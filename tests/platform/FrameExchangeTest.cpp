@@ -94,36 +94,44 @@ void FrameExchangeTest::sizesOfNothingAndOfTooMuchAreRefused()
 void FrameExchangeTest::turning_data()
 {
     QTest::addColumn<int>("degrees");
+    QTest::addColumn<bool>("isMirrored");
     QTest::addColumn<QSize>("size");
     QTest::addColumn<QPoint>("upperLeft"); // of the picture before, that is at the upper left afterwards
     QTest::addColumn<QPoint>("upperRight");
     const QSize odd(71, 45); // several tiles, none of them whole at the edges
-    QTest::newRow("90") << 90 << odd << QPoint(0, 44) << QPoint(0, 0);
-    QTest::newRow("180") << 180 << odd << QPoint(70, 44) << QPoint(0, 44);
-    QTest::newRow("270") << 270 << odd << QPoint(70, 0) << QPoint(70, 44);
-    QTest::newRow("a single pixel") << 90 << QSize(1, 1) << QPoint(0, 0) << QPoint(0, 0);
-    QTest::newRow("a line") << 270 << QSize(100, 1) << QPoint(99, 0) << QPoint(99, 0);
+    QTest::newRow("90") << 90 << false << odd << QPoint(0, 44) << QPoint(0, 0);
+    QTest::newRow("180") << 180 << false << odd << QPoint(70, 44) << QPoint(0, 44);
+    QTest::newRow("270") << 270 << false << odd << QPoint(70, 0) << QPoint(70, 44);
+    QTest::newRow("mirrored") << 0 << true << odd << QPoint(70, 0) << QPoint(0, 0);
+    QTest::newRow("mirrored, 90") << 90 << true << odd << QPoint(70, 44) << QPoint(70, 0);
+    QTest::newRow("mirrored, 180") << 180 << true << odd << QPoint(0, 44) << QPoint(70, 44);
+    QTest::newRow("mirrored, 270") << 270 << true << odd << QPoint(0, 0) << QPoint(0, 44);
+    QTest::newRow("a single pixel") << 90 << false << QSize(1, 1) << QPoint(0, 0) << QPoint(0, 0);
+    QTest::newRow("a line") << 270 << false << QSize(100, 1) << QPoint(99, 0) << QPoint(99, 0);
+    QTest::newRow("a line, mirrored") << 90 << true << QSize(100, 1) << QPoint(99, 0) << QPoint(99, 0);
 }
 
 void FrameExchangeTest::turning()
 {
     QFETCH(int, degrees);
+    QFETCH(bool, isMirrored);
     QFETCH(QSize, size);
     QFETCH(QPoint, upperLeft);
     QFETCH(QPoint, upperRight);
     FramePicture from;
     FramePicture to;
-    const QSize turned = degrees == 180 ? size : size.transposed();
+    const FrameTurn turn{degrees, isMirrored};
+    const QSize turned = turn.isOnItsSide() ? size.transposed() : size;
     QVERIFY(from.resize(size.width(), size.height()) && to.resize(turned.width(), turned.height()));
     fill(from);
-    drawTurned(from, degrees, to);
+    drawTurned(from, turn, to);
     const auto at = [](QPoint point) { return static_cast<quint32>(point.y() * 1000 + point.x()); };
     QCOMPARE(to.line(0)[0], at(upperLeft));
     QCOMPARE(to.line(0)[turned.width() - 1], at(upperRight));
-    // Turned back, it is what it was.
+    // Turned back, it is what it was. What is mirrored comes back by the same turn.
     FramePicture back;
     QVERIFY(back.resize(size.width(), size.height()));
-    drawTurned(to, 360 - degrees, back);
+    drawTurned(to, {isMirrored ? degrees : 360 - degrees, isMirrored}, back);
     for (int y = 0; y < size.height(); ++y) {
         QVERIFY(std::equal(back.line(y), back.line(y) + size.width(), from.line(y)));
     }

@@ -109,6 +109,7 @@ DecodedPicture probe(int descriptor, const DecodeRequest& request, const MovieLi
         picture.movie->hasAudio = movie->audio() != nullptr;
         picture.movie->size = picture.size;
         picture.movie->rotation = rotationOf(orientationOf(video));
+        picture.movie->isMirrored = isMirrored(orientationOf(video));
     } else if (!probeSound(*movie, request, picture)) {
         return DecodedPicture::failed(
             video != nullptr && isTooLarge(video) ? DecodeError::TooLarge : DecodeError::Damaged);

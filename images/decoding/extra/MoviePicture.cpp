@@ -128,6 +128,11 @@ int orientationOf(const AVStream* stream)
     return xy >= 0 ? (yx >= 0 ? 5 : 6) : (yx >= 0 ? 8 : 7);
 }
 
+bool isMirrored(int orientation)
+{
+    return orientation == 2 || orientation == 4 || orientation == 5 || orientation == 7;
+}
+
 int rotationOf(int orientation)
 {
     switch (orientation) {

@@ -10,7 +10,8 @@ namespace frameflow {
 // The EXIF orientation that stands for how a stream's frames are to be turned.
 int orientationOf(const AVStream* stream);
 
-// Degrees clockwise that a picture of an orientation is turned by after it was mirrored, where it is.
+// Whether a picture of an orientation is mirrored, left to right, and the degrees clockwise that it is turned by then.
+bool isMirrored(int orientation);
 int rotationOf(int orientation);
 
 // The size that pixels of a shape give when they are shown as squares: the larger one of the two that do. Not turned.
