@@ -249,6 +249,7 @@ private:
     bool mIsServePosted = false; // to the event loop
     FileUrl mJustPresented; // in this turn of the event loop
     MoviePlayerPtr mMovie; // on screen; null for none
+    const std::shared_ptr<MovieLoudness> mMovieLoudness = std::make_shared<MovieLoudness>();
     bool mMovieIsPlaying = false;
     bool mWasPlaying = false; // the timer ran when the movie came
     std::weak_ptr<MoviePlayer> mEndedMovie; // the last one to come to its end

@@ -245,6 +245,7 @@ void SlideController::makeScreenWindow()
 {
     mFullScreenView = new KLLayerView(mSharedUserDefaults, mClock);
     mFullScreenView->setDelegate(this);
+    mFullScreenView->setMovieLoudness(mMovieLoudness);
     mScreenWindow = std::make_unique<SlideWindow>(mFullScreenView, mMainMenu.makeMenuBar());
     mScreenWindow->setWindowTitle(QGuiApplication::applicationDisplayName());
     mMainMenu.addKeysTo(mScreenWindow.get());

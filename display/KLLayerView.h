@@ -4,6 +4,7 @@
 #include "Compositor.h"
 #include "KLImage.h"
 #include "Layer.h"
+#include "MovieLoudness.h"
 #include "MoviePlayer.h"
 #include "RasterRenderer.h"
 #include "ReducedCopies.h"
@@ -68,6 +69,9 @@ public:
     // Whether the movie's view is to be hidden, once more, at the next end of an animation.
     bool removesMovieLayer() const { return mRemoveMovieLayer; }
     const MoviePlayerPtr& moviePlayer() const { return mAVPlayer; }
+    // For the controls of movies, before the first one: shared with other views, what a person sets stays when the view
+    // goes. Not null.
+    void setMovieLoudness(const std::shared_ptr<MovieLoudness>& loudness) { mMovieLoudness = loudness; }
     // What stands over the lower edge of the view is so high, in points: the controls of movies stay above it.
     void setBottomInset(int height);
     // Made for the first movie; null before.
@@ -200,6 +204,7 @@ private:
     MoviePlayerPtr mAVPlayer; // closed once its movie has been left
     MoviePlayerView* mAVPlayerView = nullptr; // a child
     int mBottomInset = 0;
+    std::shared_ptr<MovieLoudness> mMovieLoudness = std::make_shared<MovieLoudness>();
     LayerPtr mCursorLayer;
     bool mZoom = false;
     bool mTransitionInProgress = false;

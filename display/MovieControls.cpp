@@ -136,13 +136,19 @@ void MovieControls::connectWidgets()
         }
     });
     connect(mMute, &QToolButton::clicked, this, [this] {
-        mIsMuted = !mIsMuted;
-        applyVolume();
+        mLoudness->isMuted = !mLoudness->isMuted;
+        applyLoudness();
     });
-    connect(mVolume, &QSlider::valueChanged, this, [this] {
-        mIsMuted = false;
-        applyVolume();
+    connect(mVolume, &QSlider::valueChanged, this, [this](int volume) {
+        *mLoudness = {volume, false};
+        applyLoudness();
     });
+}
+
+void MovieControls::setLoudness(const std::shared_ptr<MovieLoudness>& loudness)
+{
+    mLoudness = loudness;
+    showLoudness();
 }
 
 void MovieControls::setPlayer(const MoviePlayerPtr& player)
@@ -166,7 +172,7 @@ void MovieControls::setPlayer(const MoviePlayerPtr& player)
     for (QWidget* widget : {mBack, mForward}) {
         widget->setVisible(mPlayer->hasVideo());
     }
-    applyVolume();
+    showLoudness();
     update();
     place();
 }
@@ -386,13 +392,21 @@ void MovieControls::step(bool forward)
     }
 }
 
-void MovieControls::applyVolume()
+void MovieControls::showLoudness()
 {
-    const bool isSilent = mIsMuted || mVolume->value() == 0;
-    mMute->setMeaning(isSilent ? MovieGlyph::Silence : MovieGlyph::Sound, mIsMuted ? tr("Turn Sound On") : tr("Mute"));
+    const QSignalBlocker silent(mVolume);
+    mVolume->setValue(mLoudness->volume);
+    applyLoudness();
+}
+
+void MovieControls::applyLoudness()
+{
+    const bool isMuted = mLoudness->isMuted;
+    const bool isSilent = isMuted || mLoudness->volume == 0;
+    mMute->setMeaning(isSilent ? MovieGlyph::Silence : MovieGlyph::Sound, isMuted ? tr("Turn Sound On") : tr("Mute"));
     if (mPlayer) {
-        mPlayer->setVolume(mVolume->value() / 100.0);
-        mPlayer->setMuted(mIsMuted);
+        mPlayer->setVolume(mLoudness->volume / 100.0);
+        mPlayer->setMuted(isMuted);
     }
 }
 

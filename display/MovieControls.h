@@ -2,9 +2,12 @@
 
 #include "Clock.h"
 #include "MovieControlWidgets.h"
+#include "MovieLoudness.h"
 #include "MoviePlayer.h"
 
 #include <QWidget>
+
+#include <memory>
 
 class QLabel;
 class QVariantAnimation;
@@ -23,6 +26,8 @@ public:
     MovieControls(Clock& clock, QWidget* parent);
     ~MovieControls() override;
 
+    // Kept here what a person sets, and taken from here for each movie. Not null.
+    void setLoudness(const std::shared_ptr<MovieLoudness>& loudness);
     // Null for none, which also takes the controls away.
     void setPlayer(const MoviePlayerPtr& player);
 
@@ -60,10 +65,12 @@ private:
     void watchPosition();
     void seekTo(int position, MovieEngine::Seek how);
     void step(bool forward);
-    void applyVolume();
+    void showLoudness();
+    void applyLoudness();
 
     Clock& mClock;
     MoviePlayerPtr mPlayer;
+    std::shared_ptr<MovieLoudness> mLoudness = std::make_shared<MovieLoudness>();
     OneShotTimer mConceal;
     OneShotTimer mWatch; // runs while there is a position to be followed
     QVariantAnimation* mFade;
@@ -79,7 +86,6 @@ private:
     bool mHasRoom = true;
     TimePoint mArrival; // when the movie will be where it was last sent to
     bool mIsRevealed = false;
-    bool mIsMuted = false;
 };
 
 // Minutes and seconds, with hours where there are any.

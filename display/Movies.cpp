@@ -19,6 +19,7 @@ void KLLayerView::showMovie(const MoviePlayerPtr& player, bool /*forward*/)
     if (!mAVPlayerView) {
         mAVPlayerView = new MoviePlayerView(frame, mClock, this);
         mAVPlayerView->setControlsStyle(MovieControlsStyle::Floating);
+        mAVPlayerView->controls()->setLoudness(mMovieLoudness);
         setBottomInset(mBottomInset);
         connect(mAVPlayerView, &MoviePlayerView::controlsHidden, this, &KLLayerView::pointerRested);
     }

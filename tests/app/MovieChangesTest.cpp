@@ -1,7 +1,11 @@
+#include "MovieControls.h"
 #include "MovieShow.h"
 #include "StaysTrue.h"
 
 #include <QtTest>
+
+#include <algorithm>
+#include <functional>
 
 #include <unistd.h>
 
@@ -26,6 +30,8 @@ private Q_SLOTS:
     void aMovieThatChangesIsShownAnewAndStillHoldsUpTheShow();
     void aBrokenChangeOfAMovieIsSteppedOver();
     void anotherWindowPlaysTheMovieAnew();
+    void anotherWindowIsAsLoud_data();
+    void anotherWindowIsAsLoud();
     void resizingPlacesTheMovieAndReloadsNoPicture();
     void fitCommandsPlaceTheMovie();
     void zoomCommandsDoNothing();
@@ -35,6 +41,15 @@ private Q_SLOTS:
     void moviesAndPicturesInARow();
 
 private:
+    template <typename Widget>
+    Widget* control(const QString& name) const
+    {
+        const QList<Widget*> all = mShow->view().moviePlayerView()->controls()->findChildren<Widget*>();
+        const auto it
+            = std::find_if(all.begin(), all.end(), [&](Widget* one) { return one->accessibleName() == name; });
+        return it != all.end() ? *it : nullptr;
+    }
+
     std::unique_ptr<MovieFiles> mFiles;
     std::unique_ptr<MovieShow> mShow;
 };
@@ -176,6 +191,48 @@ void MovieChangesTest::anotherWindowPlaysTheMovieAnew()
     QTRY_VERIFY(mShow->controller().movie() && mShow->controller().movie() != first && mShow->isMovieOn());
     QVERIFY(mShow->controller().movie()->isPlaying());
     QVERIFY(mShow->controller().wasPlaying());
+}
+
+void MovieChangesTest::anotherWindowIsAsLoud_data()
+{
+    QTest::addColumn<std::function<void(MovieShow&)>>("makeWindow");
+    const auto add = [](const char* name, const std::function<void(MovieShow&)>& makeWindow) {
+        QTest::newRow(name) << makeWindow;
+    };
+    add("full screen again", [](MovieShow& show) {
+        show.controller().WindowMode();
+        show.controller().applicationWillBecomeActive();
+    });
+    add("another display", [](MovieShow& show) {
+        show.controller().ShowChooseScreen();
+        show.controller().ChangeScreen();
+    });
+    add("the next show", [](MovieShow& show) {
+        show.controller().endSlideShow();
+        QTRY_COMPARE(show.controller().fileSequence().count(), size_t(0));
+        QVERIFY(show.fixture.openFolder());
+    });
+}
+
+void MovieChangesTest::anotherWindowIsAsLoud()
+{
+    QFETCH(const std::function<void(MovieShow&)>, makeWindow);
+    mShow->addMovie("a.mkv", "long.mkv");
+    mShow->open();
+    QTRY_VERIFY(mShow->isMovieOn());
+    const auto volume = [&] { return control<MovieSlider>(QStringLiteral("Volume")); };
+    volume()->setValue(35);
+    control<MovieButton>(QStringLiteral("Mute"))->click();
+    const QPointer<SlideWindow> before = mShow->controller().screenWindow();
+    makeWindow(*mShow);
+    QTRY_VERIFY(mShow->isMovieOn() && mShow->controller().screenWindow() != before);
+    QCOMPARE(volume()->value(), 35);
+    auto* const mute = control<MovieButton>(QStringLiteral("Turn Sound On"));
+    QVERIFY(mute != nullptr);
+    QCOMPARE(mute->glyph(), MovieGlyph::Silence);
+    mute->click();
+    QCOMPARE(mute->glyph(), MovieGlyph::Sound);
+    QCOMPARE(volume()->value(), 35);
 }
 
 void MovieChangesTest::resizingPlacesTheMovieAndReloadsNoPicture()
