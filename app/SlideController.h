@@ -124,7 +124,8 @@ public:
     bool isWindowMode() const { return mWindowMode; }
     bool hintsScreenShown() const { return mHintsScreenShown; }
     double lastSlideTime() const { return mLastSlideTime; }
-    bool isWaitingForSlide() const { return isWaiting(); }
+    // Or for its turn, as commands do that came meanwhile.
+    bool isWaitingForSlide() const { return isWaiting() || !mWaitingLine.isEmpty(); }
     const MoviePlayerPtr& movie() const { return mMovie; }
     bool movieIsPlaying() const { return mMovieIsPlaying; }
     // Whether the show goes on when the movie has ended; meaningful while there is one.
@@ -139,7 +140,7 @@ private:
     void stepForward();
     void stepBack();
     void beginShow();
-    void endHoldingBack();
+    void startShow();
 
     // A file to be put on screen; when it cannot be shown, those after it.
     struct Candidate
@@ -157,6 +158,7 @@ private:
     void open(const Candidate& candidate);
     void show(Candidate candidate);
     void prepareWindow(Candidate& candidate);
+    void decodeForScreen(const FileUrl& url);
     void proceed();
     bool stepOver();
     bool present(const Candidate& candidate);
@@ -257,8 +259,7 @@ private:
     std::vector<FileUrl> mFailedMovies; // since the last slide that was shown to its end
     OneShotTimer mRetry;
     OneShotTimer mTimer;
-    bool mHoldsBack = false; // the first picture of a show, until the order of a small folder is known
-    OneShotTimer mHoldingBack;
+    OneShotTimer mHoldingBack; // of the first picture of a show, until the order of a small folder is known
     bool mTimerExists = false;
     double mSlideTime = 0;
     double mLastSlideTime = 0;

@@ -144,7 +144,9 @@ void SlideController::collectionFinished()
     if (mStartWindow && mNothingFound) {
         mStartWindow->setNothingFound(mLastOpened);
     }
-    endHoldingBack();
+    if (mAutoPlayPending) {
+        inTurn([this] { startShow(); });
+    }
     endEmptyShow();
     updateReadAhead();
     scheduleVisibilityCheck();

@@ -221,7 +221,6 @@ void SlideController::endSlideShow()
     mHintsScreenShown = false;
     mAutoPlayPending = false;
     mFirstOfOrderIsKnown = false;
-    mHoldsBack = false;
     mHoldingBack.stop();
     mFileSequence.abandonCollections();
     ++mPendingClears; // from here on nothing that the background found opens a show again
@@ -250,29 +249,27 @@ void SlideController::firstFileFound()
     });
 }
 
+// A small folder is in order in a moment, and its first picture is the only one to be decoded. Nothing else is done
+// until then: a window takes longer to make. The walk through a large one rests afterwards: with few cores it would
+// take them from the decoder.
 void SlideController::beginShow()
 {
-    if (std::exchange(mAutoPlayPending, false)) {
-        // A small folder is in order in a moment, and its first picture is the only one to be decoded. The walk through
-        // a large one rests meanwhile: with few cores it would take them from that.
-        mHoldsBack = true;
+    if (!mFileSequence.isCollecting()) {
+        startShow();
+    } else if (mAutoPlayPending && !mHoldingBack.isActive()) {
         mHoldingBack.start(mClock.now() + smallFolderTime, [this] {
-            endHoldingBack();
+            inTurn([this] { startShow(); });
             mFileSequence.giveWay(std::chrono::milliseconds(250));
         });
-        autoPlay();
-        if (std::exchange(mFirstOfOrderIsKnown, false) && mAwaited && !mAwaited->isHint) {
-            mAwaited->isLabelled = true; // it is opened for the second time, as the first of the order
-        }
     }
 }
 
-void SlideController::endHoldingBack()
+void SlideController::startShow()
 {
-    mHoldsBack = false;
     mHoldingBack.stop();
-    if (isBeginning()) {
-        proceed();
+    if (std::exchange(mAutoPlayPending, false)) {
+        autoPlay();
+        mFirstOfOrderIsKnown = false;
     }
 }
 

@@ -40,13 +40,24 @@ void SlideController::prepareWindow(Candidate& candidate)
 {
     mHintsScreenShown = false;
     mImageURL = candidate.url;
-    candidate.isLabelled = mFullScreenView != nullptr;
+    // The first of the order is opened for the second time by then.
+    candidate.isLabelled = mFullScreenView != nullptr || (mFirstOfOrderIsKnown && !candidate.isHint);
     if (mScreenWindow) {
         mScreenWindow->hidePointerUntilMouseMoves();
     }
     if (mFullScreenView == nullptr || !mScreenWindow->isVisible()) {
+        decodeForScreen(candidate.url);
         goFullScreen(mCurrentScreen);
         mScreenWindow->hidePointerUntilMouseMoves();
+    }
+}
+
+// Before its window is there: that takes a while to make.
+void SlideController::decodeForScreen(const FileUrl& url)
+{
+    if (mFullScreenView == nullptr && mCurrentScreen && !url.isEmpty()) {
+        const ViewArea area{QSizeF(mCurrentScreen->geometry().size()), mCurrentScreen->devicePixelRatio()};
+        ReadAhead::instance().setWanted({{url, KLLayerView::frameRuleFor(area, mSharedUserDefaults)}});
     }
 }
 
@@ -58,9 +69,6 @@ void SlideController::proceed()
         ReadAhead& readAhead = ReadAhead::instance();
         if (!readAhead.isReady(file)) {
             mAwaited->wasWaitedFor = true;
-            if (mHoldsBack && isBeginning() && mFileSequence.isCollecting()) {
-                return;
-            }
             if (isMovieURL(mAwaited->url)) {
                 MovieEngine::prepare();
             }

@@ -27,6 +27,12 @@ bool isFittedByShape(const QString& mode)
 }
 
 // Where a picture stands in a view. Words that name no mode stretch it.
+QString fitModeOf(const UserDefaults& defaults)
+{
+    const QVariant stored = defaults.value(keys::imageFitMode);
+    return stored.isValid() ? stored.toString() : keys::fitModeFit;
+}
+
 QRectF frameOf(QSizeF picture, QSizeF view, const QString& mode)
 {
     if (mode == keys::fitModeFill) {
@@ -199,7 +205,12 @@ QRectF KLLayerView::frameFor(QSizeF picture) const
 
 FrameRule KLLayerView::frameRule() const
 {
-    return [area = area(), mode = fitMode()](QSize picture) {
+    return frameRuleFor(area(), mDefaults);
+}
+
+FrameRule KLLayerView::frameRuleFor(const ViewArea& area, const UserDefaults& defaults)
+{
+    return [area, mode = fitModeOf(defaults)](QSize picture) {
         const auto pixels = pixelRect(frameOf(picture, area.size, mode), area);
         return pixels ? pixels->size() : QSize();
     };
@@ -207,8 +218,7 @@ FrameRule KLLayerView::frameRule() const
 
 QString KLLayerView::fitMode() const
 {
-    const QVariant stored = mDefaults.value(keys::imageFitMode);
-    return stored.isValid() ? stored.toString() : keys::fitModeFit;
+    return fitModeOf(mDefaults);
 }
 
 void KLLayerView::resetLayer(const LayerPtr& layer)

@@ -101,6 +101,8 @@ public:
 
     // On which device pixels a picture would be shown now. The rule stays as it is when view or settings change.
     FrameRule frameRule() const;
+    // The same for a view of that area that does not exist yet.
+    static FrameRule frameRuleFor(const ViewArea& area, const UserDefaults& defaults);
 
     void resetLayer(const LayerPtr& layer);
     void currentOnTop() { put(mCurrentLayer, mPreviousLayer); }
