@@ -1,4 +1,5 @@
 #include "KLLayerView.h"
+#include "LayerSurface.h"
 #include "MoviePlayerView.h"
 
 namespace frameflow {
@@ -23,6 +24,9 @@ void KLLayerView::showMovie(const MoviePlayerPtr& player, bool /*forward*/)
     mAVPlayerView->setFrame(frame);
     mAVPlayerView->setPlayer(mAVPlayer);
     mAVPlayerView->lowerBelowSiblings();
+    if (mLayerSurface) {
+        mLayerSurface->lower();
+    }
     mAVPlayerView->show();
     if (!mMovieActive) {
         mMovieActive = true;
@@ -30,6 +34,12 @@ void KLLayerView::showMovie(const MoviePlayerPtr& player, bool /*forward*/)
     }
     mAVPlayerView->player()->play();
     mRemoveMovieLayer = false;
+}
+
+MovieOutput KLLayerView::movieOutput() const
+{
+    const bool hasFailed = mAVPlayerView && mAVPlayerView->hasOpenGLFailed();
+    return mLayerSurface && !hasFailed ? MovieOutput::OpenGL : MovieOutput::Raster;
 }
 
 QRectF KLLayerView::rectForMovie(const MoviePlayerPtr& player) const
@@ -43,9 +53,14 @@ void KLLayerView::removeMovie()
 {
     if (mAVPlayer) {
         mAVPlayer->pause();
-        mAVPlayer->close();
     }
     hideMovieView();
+    if (mAVPlayer) {
+        mAVPlayer->close();
+    }
+    if (mAVPlayerView) {
+        mAVPlayerView->endDrawing();
+    }
     mMovieActive = false;
 }
 
