@@ -212,7 +212,7 @@ void MoviePlayer::update()
     if (std::exchange(mFramesTold, frames) != frames) {
         Q_EMIT frameChanged();
     }
-    if (now.hasBegun && !std::exchange(mHasBegun, mHasBegun || now.hasBegun)) {
+    if (now.hasBegun && !std::exchange(mHasBegun, true)) {
         Q_EMIT began();
     }
     // An end that is found by hand is none.

@@ -25,14 +25,17 @@ MoviePlayerView::MoviePlayerView(const QRectF& frame, Clock& clock, QWidget* par
     place();
 }
 
-MoviePlayerView::~MoviePlayerView() = default;
+MoviePlayerView::~MoviePlayerView()
+{
+    delete mSurface; // it asks for what is painted here
+}
 
 void MoviePlayerView::setPlayer(const MoviePlayerPtr& player)
 {
     if (mPlayer) {
         mPlayer->disconnect(this);
     }
-    mPlayer = player;
+    const bool isAnother = std::exchange(mPlayer, player) != player;
     if (mPlayer) {
         connect(mPlayer.get(), &MoviePlayer::frameChanged, this, [this] {
             if (mPlayer->output() == MovieOutput::OpenGL) {
@@ -43,7 +46,9 @@ void MoviePlayerView::setPlayer(const MoviePlayerPtr& player)
         });
         setAccessibleName(QString::fromUtf8(mPlayer->url().fileName()));
     }
-    useSurface();
+    if (isAnother) {
+        useSurface();
+    }
     if (mControls && !isHidden()) {
         mControls->setPlayer(mPlayer);
     }
@@ -64,6 +69,9 @@ ViewArea MoviePlayerView::area() const
 
 void MoviePlayerView::useSurface()
 {
+    if (mPlayer && mHasOpenGLFailed && mPlayer->output() == MovieOutput::OpenGL) {
+        mPlayer->changeOutput(MovieOutput::Raster, {});
+    }
     const bool isUsed = mPlayer && mPlayer->output() == MovieOutput::OpenGL;
     if (isUsed && mSurface == nullptr) {
         mSurface = new MovieSurface([this](QSize pixels) { return movieAsSeen(pixels); }, this);
@@ -117,7 +125,9 @@ void MoviePlayerView::placeSurface()
     if (mSurface != nullptr) {
         const QTransform toPoints = QTransform::fromScale(1 / devicePixelRatioF(), 1 / devicePixelRatioF());
         const QRectF seen = toPoints.mapRect(QRectF(mVisiblePixels)).translated(-pos());
-        mSurface->setGeometry(seen.toAlignedRect());
+        // A movie too thin to be seen is played all the same.
+        const QRect points = seen.toAlignedRect();
+        mSurface->setGeometry(QRect(points.topLeft(), points.size().expandedTo({1, 1})));
     }
 }
 

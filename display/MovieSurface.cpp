@@ -50,6 +50,8 @@ void MovieSurface::setDrawing(std::unique_ptr<MovieOpenGL> drawing)
     }
     mDrawing = std::move(drawing);
     mHoldsFrame = false;
+    mIsLost = false;
+    mLast = QImage();
     update();
 }
 
@@ -87,7 +89,7 @@ void MovieSurface::noteFrame()
 bool MovieSurface::isOnScreen() const
 {
     const QWindow* const shown = window()->windowHandle();
-    return isVisible() && shown != nullptr && shown->isExposed();
+    return isVisible() && !visibleRegion().isEmpty() && shown != nullptr && shown->isExposed();
 }
 
 MovieOpenGL::Functions MovieSurface::functions() const
@@ -130,7 +132,7 @@ void MovieSurface::paintGL()
 
 void MovieSurface::paintFirst()
 {
-    QImage first = mFirst(pixels());
+    QImage first = mLast.isNull() ? mFirst(pixels()) : mLast.scaled(pixels());
     first.setDevicePixelRatio(1);
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
@@ -143,20 +145,24 @@ void MovieSurface::leaveContext()
 {
     makeCurrent();
     mOld.clear();
-    const QImage last = lastFrame();
-    const bool hasLost = mDrawing != nullptr;
-    mDrawing.reset();
-    doneCurrent();
-    if (!hasLost) {
-        return;
+    if (mDrawing) {
+        mLast = lastFrame();
+        mDrawing.reset();
+        mIsLost = true;
+        const auto tell = [this] {
+            if (mIsLost) {
+                const QImage last = mLast;
+                Q_EMIT lost(last);
+            }
+        };
+        QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
     }
-    QMetaObject::invokeMethod(
-        this, [this, last] { Q_EMIT lost(last); }, Qt::QueuedConnection);
+    doneCurrent();
 }
 
 QImage MovieSurface::lastFrame()
 {
-    if (!mDrawing || !mHoldsFrame || pixels().isEmpty()) {
+    if (!mHoldsFrame || pixels().isEmpty()) {
         return {};
     }
     QOpenGLFramebufferObject target(pixels());

@@ -56,6 +56,8 @@ private:
     std::unique_ptr<MovieOpenGL> mDrawing;
     std::vector<std::unique_ptr<MovieOpenGL>> mOld; // they are ending
     bool mHoldsFrame = false; // the framebuffer has one of the drawing
+    bool mIsLost = false; // the drawing, and there is no other yet
+    QImage mLast; // of what is lost; null for none
     bool mHasFailed = false;
 };
 

@@ -1,100 +1,20 @@
-// Movies on a view that draws with OpenGL, in a window: what comes to the screen, and what stays when they go.
-#include "MovieSurface.h"
-
+// Movies on a view that draws with OpenGL, in a window: what comes to the screen.
 #include "LayerSurface.h"
 #include "MovieControls.h"
-#include "MoviePlayerView.h"
-#include "PictureFiles.h"
-#include "PlayedMovies.h"
-#include "ViewFixture.h"
-#include "XServer.h"
+#include "MovieSurfaceFixture.h"
 
-#include <QDir>
+#include <QAbstractButton>
 #include <QLabel>
-#include <QtTest>
 
 #include <algorithm>
-#include <atomic>
-#include <thread>
 
 using namespace frameflow;
-using namespace std::chrono_literals;
 
-namespace {
-
-const QSize viewSize(400, 240);
-
-struct Window : ViewFixture
-{
-    explicit Window(LayerDrawing drawing = LayerDrawing::OpenGL) : ViewFixture(viewSize)
-    {
-        view = std::make_unique<KLLayerView>(defaults, clock, nullptr, drawing);
-        view->setWindowFlags(Qt::FramelessWindowHint);
-        view->resize(viewSize);
-        setFitMode(keys::fitModeStretch);
-    }
-};
-
-// Looks at the screen all the time, from a thread of its own.
-class Watch
-{
-public:
-    // "IsExpected" is asked on that thread, of each picture.
-    Watch(const QRect& area, std::function<bool(const QImage&)> isExpected)
-        : mThread([this, area, isExpected = std::move(isExpected)] {
-              const auto server = e2e::XServer::open();
-              while (server && !mIsOver) {
-                  const QImage seen = server->grab(area);
-                  mLooks += 1;
-                  if (!isExpected(seen)) {
-                      mSurprises += 1;
-                      mSurprise = seen.pixel(seen.width() / 4, seen.height() / 4);
-                  }
-              }
-          })
-    {
-    }
-    ~Watch()
-    {
-        mIsOver = true;
-        mThread.join();
-    }
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
-
-    // What was seen and not expected; empty for nothing.
-    QByteArray surprises() const
-    {
-        return mSurprises == 0 && mLooks > 0 ? QByteArray()
-                                             : QByteArray::number(mSurprises) + " of " + QByteArray::number(mLooks)
-                + ", like " + QByteArray::number(mSurprise, 16);
-    }
-    bool hasLooked(int times) const { return mLooks >= times; }
-
-private:
-    std::atomic<bool> mIsOver = false;
-    std::atomic<int> mLooks = 0;
-    std::atomic<int> mSurprises = 0;
-    std::atomic<QRgb> mSurprise = 0;
-    std::thread mThread; // the last: the others are there when it starts
-};
-
-qsizetype entriesOf(const char* folder)
-{
-    return QDir(QString::fromUtf8(folder)).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
-}
-
-} // namespace
-
-class MovieSurfaceTest : public QObject
+class MovieSurfaceTest : public MovieSurfaceFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void onAViewThatDrawsItselfFramesAreDrawnInto();
     void firstTheDecodersFrameThenThePlayersOwn();
     void framesComeToTheScreenUntilTheEnd();
@@ -111,82 +31,7 @@ private Q_SLOTS:
     void musicIsPaintedAboveTheLayers();
     void fromPictureToMovieToPictureNothingElseIsSeen();
     void fromMovieToMovieNothingElseIsSeen();
-    void moviesInARowLeaveNothingBehind();
-    void leavingAPlayingMovieTakesNoTime();
-    void whatCannotBePlayedFails();
-    void aMovieOnAMinimisedWindowComesToItsEnd();
-    void aHiddenWindowShowsItsMovieAgain();
-    void inAnotherWindowItGoesOnWhereItWas();
-    void inAnotherWindowAPausedOneStaysPaused();
-    void withoutOpenGLItGoesOnInRaster();
-    void withoutOpenGLForTheLayersItStays();
-    void closingInTheMiddleOfAFrame();
-    void aViewThatGoesEndsTheMovie();
-    void aMovieThatIsNeverDrawnEndsToo();
-
-private:
-    KLLayerView& view() const { return *mWindow->view; }
-    MoviePlayerView& playerView() const { return *view().moviePlayerView(); }
-    MovieSurface* surface() const { return playerView().findChild<MovieSurface*>(); }
-    FileUrl url(const QByteArray& name) const { return mFiles->folder().urlOf(name); }
-    MoviePlayerPtr movie(const QByteArray& name) const
-    {
-        return MoviePlayer::playerWithURL(url(name), probed(url(name)), view().movieOutput());
-    }
-    QRect place() const { return {view().mapToGlobal(QPoint()), view().size()}; }
-    QImage seen() const { return mServer->grab(place()); }
-    bool play(const QByteArray& name) const;
-    bool playToEnd(const QByteArray& name) const;
-
-    std::unique_ptr<e2e::XServer> mServer;
-    std::unique_ptr<MovieFiles> mFiles;
-    std::unique_ptr<Window> mWindow;
 };
-
-void MovieSurfaceTest::initTestCase()
-{
-    mServer = e2e::XServer::open();
-    QVERIFY(mServer);
-    mFiles = std::make_unique<MovieFiles>();
-    QVERIFY(mFiles->make("still.mkv", MovieFiles::quarters() + " -c:v ffv1 -pix_fmt yuv444p"));
-    QVERIFY(mFiles->make("turned.mp4", MovieFiles::quarters() + " -c:v libx264 -pix_fmt yuv420p"));
-    QVERIFY(mFiles->make("short.mkv", MovieFiles::numbers() + " -c:v ffv1 -t 1"));
-    QVERIFY(mFiles->make("long.mkv", MovieFiles::numbers() + ' ' + MovieFiles::sound() + " -c:v ffv1 -c:a flac"));
-    QVERIFY(mFiles->make("sound.mp3", MovieFiles::sound() + " -t 5"));
-    QVERIFY(mFiles->make("glass.mov", "-f lavfi -i color=white@0.5:s=80x48:r=10:d=1,format=rgba -c:v qtrle"));
-}
-
-void MovieSurfaceTest::init()
-{
-    mWindow = std::make_unique<Window>();
-    view().show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view()));
-}
-
-void MovieSurfaceTest::cleanup()
-{
-    mWindow.reset();
-    QVERIFY(MovieEngine::waitForThreads(10s));
-}
-
-// Until a frame of its own is there.
-bool MovieSurfaceTest::play(const QByteArray& name) const
-{
-    const MoviePlayerPtr player = movie(name);
-    view().showMovie(player, true);
-    return QTest::qWaitFor([&] { return player->position() > 0; }, 20000);
-}
-
-bool MovieSurfaceTest::playToEnd(const QByteArray& name) const
-{
-    const MoviePlayerPtr player = movie(name);
-    int ended = 0;
-    connect(player.get(), &MoviePlayer::didPlayToEnd, player.get(), [&] { ++ended; });
-    view().showMovie(player, true);
-    const bool hasEnded = QTest::qWaitFor([&] { return ended == 1; }, 20000);
-    player->disconnect(player.get());
-    return hasEnded;
-}
 
 void MovieSurfaceTest::onAViewThatDrawsItselfFramesAreDrawnInto()
 {
@@ -436,7 +281,7 @@ void MovieSurfaceTest::fromPictureToMovieToPictureNothingElseIsSeen()
         QVERIFY(playerView().isHidden());
         QTRY_COMPARE(seen(), solid(viewSize, Qt::magenta));
         QCOMPARE(watch.surprises(), QByteArray());
-        QTRY_VERIFY_WITH_TIMEOUT(MovieEngine::waitForThreads(0s), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(MovieEngine::waitForThreads(std::chrono::seconds(0)), 10000);
     }
 }
 
@@ -455,206 +300,6 @@ void MovieSurfaceTest::fromMovieToMovieNothingElseIsSeen()
         QTRY_COMPARE(quarters(seen(), 40), QByteArray("RGBY"));
     }
     QCOMPARE(watch.surprises(), QByteArray());
-}
-
-void MovieSurfaceTest::moviesInARowLeaveNothingBehind()
-{
-    mWindow->setTransition(QStringLiteral("None"));
-    const auto round = [&](int i) {
-        const MoviePlayerPtr player = movie(i % 2 == 0 ? "still.mkv" : "long.mkv");
-        view().showMovie(player, true);
-        const bool hasBegun = QTest::qWaitFor([&] { return i % 5 == 4 || player->position() > 0; }, 20000);
-        if (i % 3 == 0) {
-            mWindow->show(solid(viewSize, Qt::red));
-        }
-        return hasBegun;
-    };
-    const auto end = [&] {
-        view().clearImage();
-        return QTest::qWaitFor([] { return MovieEngine::waitForThreads(0s); }, 10000);
-    };
-    for (int i = 0; i < 3; ++i) {
-        QVERIFY(round(i));
-    }
-    QVERIFY(end());
-    const qsizetype threads = entriesOf("/proc/self/task");
-    const qsizetype descriptors = entriesOf("/proc/self/fd");
-    for (int i = 0; i < 20; ++i) {
-        QVERIFY(round(i));
-    }
-    QVERIFY(end());
-    QTRY_VERIFY(entriesOf("/proc/self/task") <= threads);
-    QTRY_VERIFY(entriesOf("/proc/self/fd") <= descriptors);
-}
-
-// The player library would wait a fifth of a second for a frame to be drawn.
-void MovieSurfaceTest::leavingAPlayingMovieTakesNoTime()
-{
-    mWindow->setTransition(QStringLiteral("None"));
-    QList<qint64> times;
-    for (int i = 0; i < 5; ++i) {
-        QVERIFY(play("long.mkv"));
-        const int begin = numberIn(seen());
-        QTRY_VERIFY(numberIn(seen()) > begin + 2);
-        QElapsedTimer timer;
-        timer.start();
-        mWindow->show(solid(viewSize, Qt::red));
-        times.append(timer.elapsed());
-    }
-    std::sort(times.begin(), times.end());
-    QVERIFY2(times.at(2) < 100, QByteArray::number(times.at(2)).constData());
-}
-
-void MovieSurfaceTest::whatCannotBePlayedFails()
-{
-    mFiles->folder().addFile("text.mp4", "This is no movie.");
-    const MoviePlayerPtr player
-        = MoviePlayer::playerWithURL(url("text.mp4"), probed(url("still.mkv")), MovieOutput::OpenGL);
-    int failed = 0;
-    connect(player.get(), &MoviePlayer::failedToPlayToEnd, this, [&] { ++failed; });
-    view().showMovie(player, true);
-    QTRY_COMPARE_WITH_TIMEOUT(failed, 1, 20000);
-    QCOMPARE(quarters(seen(), 40), QByteArray("RGBY")); // what is known of it stays
-}
-
-void MovieSurfaceTest::aMovieOnAMinimisedWindowComesToItsEnd()
-{
-    view().showMinimized();
-    QTRY_VERIFY(!view().windowHandle()->isExposed());
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(playToEnd("short.mkv"));
-    QVERIFY2(timer.elapsed() < 4000, QByteArray::number(timer.elapsed()).constData());
-    view().showNormal();
-    QTRY_COMPARE(numberIn(seen()), 24);
-}
-
-void MovieSurfaceTest::aHiddenWindowShowsItsMovieAgain()
-{
-    QVERIFY(play("long.mkv"));
-    QTRY_VERIFY(numberIn(seen()) > 5);
-    view().hide();
-    QTRY_VERIFY_WITH_TIMEOUT(view().moviePlayer()->position() > 1.5, 10000); // it plays on
-    view().show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view()));
-    QTRY_VERIFY(numberIn(seen()) > 30);
-}
-
-void MovieSurfaceTest::inAnotherWindowItGoesOnWhereItWas()
-{
-    const MoviePlayerPtr player = movie("long.mkv");
-    int began = 0;
-    int ended = 0;
-    connect(player.get(), &MoviePlayer::began, this, [&] { ++began; });
-    connect(player.get(), &MoviePlayer::didPlayToEnd, this, [&] { ++ended; });
-    view().showMovie(player, true);
-    QTRY_VERIFY_WITH_TIMEOUT(numberIn(seen()) > 20, 10000);
-    QWidget other;
-    other.setWindowFlags(Qt::FramelessWindowHint);
-    other.resize(viewSize);
-    view().setParent(&other);
-    view().move(0, 0);
-    view().show();
-    other.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&other));
-    // Its last frame stands, and others follow it.
-    QTRY_VERIFY(numberIn(seen()) >= 20);
-    const Watch watch(place(), [](const QImage& picture) {
-        const int number = numberIn(picture);
-        return number < 0 || number >= 20;
-    });
-    QTRY_VERIFY_WITH_TIMEOUT(numberIn(seen()) > 60, 10000);
-    QCOMPARE(watch.surprises(), QByteArray());
-    QVERIFY(player->isPlaying());
-    QCOMPARE(player->output(), MovieOutput::OpenGL);
-    QCOMPARE(began, 1);
-    QCOMPARE(ended, 0);
-    mWindow->view.reset(); // before the window in which it is
-}
-
-void MovieSurfaceTest::inAnotherWindowAPausedOneStaysPaused()
-{
-    QVERIFY(play("long.mkv"));
-    const MoviePlayerPtr player = view().moviePlayer();
-    player->pause();
-    player->seek(4, MovieEngine::Seek::Exact);
-    QTRY_COMPARE(numberIn(seen()), 100);
-    view().setWindowFlags(Qt::Window);
-    view().show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view()));
-    QTRY_COMPARE(numberIn(seen()), 100);
-    QVERIFY(!player->isPlaying());
-    QTRY_VERIFY(qAbs(player->position() - 4) < 0.05);
-    player->step(true);
-    QTRY_COMPARE(numberIn(seen()), 101);
-}
-
-void MovieSurfaceTest::withoutOpenGLItGoesOnInRaster()
-{
-    QVERIFY(play("long.mkv"));
-    const MoviePlayerPtr player = view().moviePlayer();
-    QTRY_VERIFY(numberIn(seen()) > 20);
-    // More than any software context takes on a side.
-    surface()->resize(30000, 40);
-    QTRY_COMPARE(player->output(), MovieOutput::Raster);
-    QTRY_VERIFY_WITH_TIMEOUT(numberIn(seen()) > 40, 10000);
-    QVERIFY(!player->frame().isNull());
-    QVERIFY(player->isPlaying());
-    // And so will all others.
-    QCOMPARE(view().movieOutput(), MovieOutput::Raster);
-    QVERIFY(playToEnd("still.mkv"));
-    QTRY_COMPARE(quarters(seen(), 40), QByteArray("RGBY"));
-    mWindow->setTransition(QStringLiteral("None"));
-    mWindow->show(solid(viewSize, Qt::red));
-    QTRY_COMPARE(seen(), solid(viewSize, Qt::red));
-}
-
-void MovieSurfaceTest::withoutOpenGLForTheLayersItStays()
-{
-    QVERIFY(play("long.mkv"));
-    Q_EMIT view().layerSurface()->failed();
-    QVERIFY(!view().layerSurface());
-    QTRY_VERIFY_WITH_TIMEOUT(numberIn(seen()) > 20, 10000);
-    QCOMPARE(view().movieOutput(), MovieOutput::Raster); // of the next one
-    mWindow->show(solid(viewSize, Qt::red));
-    QTRY_COMPARE(seen(), solid(viewSize, Qt::red));
-}
-
-void MovieSurfaceTest::closingInTheMiddleOfAFrame()
-{
-    for (int i = 0; i < 4; ++i) {
-        const MoviePlayerPtr player = movie("long.mkv");
-        int frames = 0;
-        connect(player.get(), &MoviePlayer::frameChanged, this, [&] {
-            if (++frames == 3 * i + 1) {
-                i % 2 == 0 ? mWindow->show(solid(viewSize, Qt::red)) : view().clearImage();
-            }
-        });
-        view().showMovie(player, true);
-        QTRY_VERIFY_WITH_TIMEOUT(player->isClosed(), 20000);
-    }
-}
-
-void MovieSurfaceTest::aViewThatGoesEndsTheMovie()
-{
-    QVERIFY(play("long.mkv"));
-    const MoviePlayerPtr player = view().moviePlayer();
-    mWindow->view.reset();
-    QVERIFY(player->isClosed());
-    QVERIFY(MovieEngine::waitForThreads(10s));
-}
-
-void MovieSurfaceTest::aMovieThatIsNeverDrawnEndsToo()
-{
-    MoviePlayerPtr player = movie("long.mkv");
-    player->play();
-    player.reset();
-    QVERIFY(MovieEngine::waitForThreads(10s));
-    player = movie("long.mkv");
-    auto drawing = player->drawWithOpenGL();
-    player.reset();
-    drawing.reset();
-    QVERIFY(MovieEngine::waitForThreads(10s));
 }
 
 QTEST_MAIN(MovieSurfaceTest)
