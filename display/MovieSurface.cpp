@@ -76,13 +76,15 @@ void MovieSurface::noteFrame()
     if (!mDrawing || mHasFailed) {
         return;
     }
-    if (isOnScreen()) {
-        update();
-    } else if (isValid()) {
+    // Nor does the movie wait for a paint event to begin.
+    if (isValid() && (!isOnScreen() || !mDrawing->hasBegun())) {
         makeCurrent();
-        mDrawing->passOver(functions());
+        if (mDrawing->passOver(functions()) == MovieOpenGL::Drawn::Failed) {
+            fail();
+        }
         doneCurrent();
     }
+    update();
 }
 
 // Whether it will be painted.

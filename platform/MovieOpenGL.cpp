@@ -48,11 +48,13 @@ MovieOpenGL::Drawn MovieOpenGL::draw(const Functions& functions, int framebuffer
     return render(framebuffer, false) ? Drawn::Frame : Drawn::Nothing;
 }
 
-void MovieOpenGL::passOver(const Functions& functions)
+MovieOpenGL::Drawn MovieOpenGL::passOver(const Functions& functions)
 {
-    if (prepare(functions) == Drawn::Frame && mIsDue) {
+    const Drawn there = prepare(functions);
+    if (there == Drawn::Frame && mIsDue) {
         render(0, true);
     }
+    return there;
 }
 
 bool MovieOpenGL::canEnd() const

@@ -37,7 +37,9 @@ public:
     // Draws the frame that is due, or the last one again, into a framebuffer of so many pixels.
     Drawn draw(const Functions& functions, int framebuffer, int width, int height);
     // Lets the movie go on where nobody sees it. Nothing is drawn.
-    void passOver(const Functions& functions);
+    Drawn passOver(const Functions& functions);
+    // Whether either has been asked since the engine had something to draw, so that the movie plays.
+    bool hasBegun() const { return mContext != nullptr; }
 
     // Whether ending it waits for nothing. It does soon after its engine has gone, as long as frames are passed over.
     bool canEnd() const;

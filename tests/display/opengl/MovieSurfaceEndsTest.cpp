@@ -47,6 +47,10 @@ void MovieSurfaceEndsTest::moviesInARowLeaveNothingBehind()
         const MoviePlayerPtr player = movie(i % 2 == 0 ? "still.mkv" : "long.mkv");
         view().showMovie(player, true);
         const bool hasBegun = QTest::qWaitFor([&] { return i % 5 == 4 || player->position() > 0; }, 20000);
+        if (!hasBegun) {
+            qWarning() << "movie" << i << player->hasVideo() << player->isClosed() << player->isPlaying()
+                       << static_cast<int>(player->output()) << view().windowHandle()->isExposed();
+        }
         if (i % 3 == 0) {
             mWindow->show(solid(viewSize, Qt::red));
         }
