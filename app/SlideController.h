@@ -206,6 +206,8 @@ private:
     bool hasCurrentFile() const;
 
     void makeScreenWindow();
+    // The slide window, hidden and with nobody left who hears it; null for none.
+    std::unique_ptr<SlideWindow> detachScreenWindow();
     void closeScreenWindow();
     void showOnChosenScreen();
     void screenRemoved(QScreen* screen);

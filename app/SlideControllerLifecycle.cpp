@@ -53,7 +53,7 @@ SlideController::~SlideController()
     delete mOpenPanel;
     delete mAbout;
     forgetMovie();
-    closeScreenWindow();
+    detachScreenWindow().reset(); // with what draws a movie on it, which the player library waits for
     KLImageCache::purge();
     ReadAhead::instance().purge();
     KLThumbnailCache::purge();
@@ -264,10 +264,10 @@ void SlideController::makeScreenWindow()
         mFullScreenView, &KLLayerView::animationEnded, this, [this] { transitionEnded(); }, Qt::QueuedConnection);
 }
 
-void SlideController::closeScreenWindow()
+std::unique_ptr<SlideWindow> SlideController::detachScreenWindow()
 {
     if (!mScreenWindow) {
-        return;
+        return nullptr;
     }
     mActivation.windowsChange();
     mScreenWindow->hide();
@@ -278,9 +278,17 @@ void SlideController::closeScreenWindow()
     mFullScreenView->disconnect(this);
     mFullScreenView->setDelegate(nullptr);
     mFullScreenView = nullptr;
-    // One of the window's own events may have led here.
-    mScreenWindow.release()->deleteLater();
+    std::unique_ptr<SlideWindow> window = std::move(mScreenWindow);
     allowSleep();
+    return window;
+}
+
+void SlideController::closeScreenWindow()
+{
+    if (mScreenWindow) {
+        // One of the window's own events may have led here.
+        detachScreenWindow().release()->deleteLater();
+    }
 }
 
 void SlideController::exitFullScreen()

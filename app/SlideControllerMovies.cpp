@@ -17,7 +17,8 @@ constexpr Duration timeBeforeRetry = std::chrono::seconds(1);
 bool SlideController::showMovie(const Candidate& candidate)
 {
     const auto movie = ReadAhead::instance().takeMovie(candidate.url);
-    const MoviePlayerPtr player = movie ? MoviePlayer::playerWithURL(candidate.url, *movie) : nullptr;
+    const MoviePlayerPtr player
+        = movie ? MoviePlayer::playerWithURL(candidate.url, *movie, mFullScreenView->movieOutput()) : nullptr;
     if (!player) {
         return false;
     }

@@ -65,6 +65,8 @@ public:
     // Shows a movie, without a transition, in place of the picture, and plays it. Without one the picture is hidden and
     // nothing else is shown. A picture that is shown afterwards takes its place, likewise without a transition.
     void showMovie(const MoviePlayerPtr& player, bool forward);
+    // How the frames of a movie are to be drawn that is to be shown here: as the layers are.
+    MovieOutput movieOutput() const;
     bool isMovieActive() const { return mMovieActive; }
     // Whether the movie's view is to be hidden, once more, at the next end of an animation.
     bool removesMovieLayer() const { return mRemoveMovieLayer; }

@@ -27,30 +27,37 @@ int openMovie(const FileUrl& url)
 
 } // namespace
 
-MoviePlayerPtr MoviePlayer::playerWithURL(const FileUrl& url, const ProbedMovie& movie)
+MoviePlayerPtr MoviePlayer::playerWithURL(const FileUrl& url, const ProbedMovie& movie, MovieOutput output)
 {
     if (MovieEngine::isMissing()) {
         return nullptr;
     }
-    MoviePlayerPtr player(new MoviePlayer(url, movie));
-    const auto line = std::make_shared<Line>();
-    line->player = player;
-    player->open(line);
+    // The library turns what it draws with OpenGL by itself, but mirrors nothing.
+    const bool isDrawnByLibrary = movie.facts.hasVideo && !movie.facts.isMirrored;
+    MoviePlayerPtr player(new MoviePlayer(url, movie, isDrawnByLibrary ? output : MovieOutput::Raster));
+    player->mLine = std::make_shared<Line>();
+    player->mLine->player = player;
+    player->open(0);
     return player;
 }
 
-MoviePlayer::MoviePlayer(const FileUrl& url, const ProbedMovie& movie) : mUrl(url), mMovie(movie) { }
+MoviePlayer::MoviePlayer(const FileUrl& url, const ProbedMovie& movie, MovieOutput output)
+    : mUrl(url), mMovie(movie), mOutput(output)
+{
+}
 
 MoviePlayer::~MoviePlayer() = default;
 
-void MoviePlayer::open(const std::shared_ptr<Line>& line)
+void MoviePlayer::open(double start)
 {
     MovieEngine::Setup setup;
     setup.open = [url = mUrl] { return openMovie(url); };
+    setup.output = mOutput;
     setup.container = containerFor(mUrl);
     setup.turn = {mMovie.facts.rotation, mMovie.facts.isMirrored};
     // One note at a time is on its way: it has the newest looked at.
-    setup.changed = [line] {
+    setup.start = start;
+    setup.changed = [line = mLine] {
         if (!line->isPosted.exchange(true)) {
             postToMainThread([line] {
                 line->isPosted = false;
@@ -132,13 +139,15 @@ void MoviePlayer::step(bool forward)
 
 void MoviePlayer::setVolume(double volume)
 {
+    mVolume = std::clamp(volume, 0.0, 1.0);
     if (mEngine) {
-        mEngine->setVolume(std::clamp(volume, 0.0, 1.0));
+        mEngine->setVolume(mVolume);
     }
 }
 
 void MoviePlayer::setMuted(bool muted)
 {
+    mIsMuted = muted;
     if (mEngine) {
         mEngine->setMuted(muted);
     }
@@ -146,22 +155,50 @@ void MoviePlayer::setMuted(bool muted)
 
 void MoviePlayer::setTarget(const MovieTarget& target)
 {
+    mTarget = hasVideo() ? target : MovieTarget();
     if (mEngine) {
-        mEngine->setTarget(hasVideo() ? target : MovieTarget());
+        mEngine->setTarget(mTarget);
     }
+}
+
+std::unique_ptr<MovieOpenGL> MoviePlayer::drawWithOpenGL()
+{
+    return mEngine ? mEngine->drawWithOpenGL() : nullptr;
 }
 
 QImage MoviePlayer::frame()
 {
-    const FramePicture* const picture = mEngine ? mEngine->frames().newest() : nullptr;
+    const bool isDrawn = mEngine && mOutput == MovieOutput::Raster;
+    const FramePicture* const picture = isDrawn ? mEngine->frames().newest() : nullptr;
     return picture != nullptr
         ? QImage(picture->bytes(), picture->width(), picture->height(), picture->bytesPerLine(), QImage::Format_RGB32)
-        : QImage();
+        : mLastFrame;
+}
+
+void MoviePlayer::changeOutput(MovieOutput output, const QImage& last)
+{
+    if (!mEngine) {
+        return;
+    }
+    const MovieState before = mEngine->state();
+    mLastFrame = last;
+    mOutput = output;
+    if (before.hasFailed) {
+        return;
+    }
+    open(before.position);
+    mLast = MovieState();
+    mFramesTold = 0;
+    mEngine->setVolume(mVolume);
+    mEngine->setMuted(mIsMuted);
+    mEngine->setTarget(mTarget);
+    mEngine->setPaused(!mIsPlaying || mIsScrubbing);
 }
 
 void MoviePlayer::close()
 {
     mEngine.reset();
+    mLastFrame = QImage();
     mIsPlaying = false;
 }
 
@@ -173,11 +210,11 @@ void MoviePlayer::update()
     }
     const MovieState before = std::exchange(mLast, mEngine->state());
     const MovieState now = mLast;
-    const quint64 frames = mEngine->frames().count();
+    const quint64 frames = mEngine->frameCount();
     if (std::exchange(mFramesTold, frames) != frames) {
         Q_EMIT frameChanged();
     }
-    if (now.hasBegun && !before.hasBegun) {
+    if (now.hasBegun && !std::exchange(mHasBegun, true)) {
         Q_EMIT began();
     }
     // An end that is found by hand is none.

@@ -23,7 +23,8 @@ class MoviePlayer final : public QObject
 
 public:
     // Null when no movie can be played on this machine.
-    static MoviePlayerPtr playerWithURL(const FileUrl& url, const ProbedMovie& movie);
+    static MoviePlayerPtr playerWithURL(
+        const FileUrl& url, const ProbedMovie& movie, MovieOutput output = MovieOutput::Raster);
     ~MoviePlayer() override;
 
     const FileUrl& url() const { return mUrl; }
@@ -54,8 +55,17 @@ public:
 
     // For its view: how large the frames are to be.
     void setTarget(const MovieTarget& target);
-    // The newest frame of its own, in the size of some target; valid until the next call. Null before the first one.
+    // Who draws its frames. A piece of music has none.
+    MovieOutput output() const { return mOutput; }
+    // Of MovieOutput::OpenGL; it plays only when drawing has begun. To be asked once for each such output; null when
+    // closed.
+    std::unique_ptr<MovieOpenGL> drawWithOpenGL();
+    // The newest frame of its own, in the size of some target; valid until the next call. Null before the first one,
+    // and for MovieOutput::OpenGL.
     QImage frame();
+    // Goes on from where it stands with another output, or a new one of the same. "Last" is its frame until there is a
+    // new one; null if none was seen.
+    void changeOutput(MovieOutput output, const QImage& last);
 
     // Gives up what playing takes. The last frame is gone, and there are no signals any more.
     void close();
@@ -79,14 +89,21 @@ private:
         std::atomic<bool> isPosted = false;
     };
 
-    MoviePlayer(const FileUrl& url, const ProbedMovie& movie);
-    void open(const std::shared_ptr<Line>& line);
+    MoviePlayer(const FileUrl& url, const ProbedMovie& movie, MovieOutput output);
+    void open(double start);
     void update();
 
     const FileUrl mUrl;
     const ProbedMovie mMovie;
+    MovieOutput mOutput;
+    std::shared_ptr<Line> mLine;
     std::unique_ptr<MovieEngine> mEngine; // null when closed
+    MovieTarget mTarget;
+    double mVolume = 1;
+    bool mIsMuted = false;
+    QImage mLastFrame; // of the output before; null for none
     MovieState mLast; // told already
+    bool mHasBegun = false; // has been told
     quint64 mFramesTold = 0;
     bool mIsPlaying = false;
     bool mIsScrubbing = false;

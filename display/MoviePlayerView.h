@@ -10,6 +10,7 @@ namespace frameflow {
 
 class Clock;
 class MovieControls;
+class MovieSurface;
 
 // How the controls of a movie are offered.
 enum class MovieControlsStyle
@@ -39,6 +40,10 @@ public:
     MovieControls* controls() const;
     // Below all its siblings, but for its controls, which are above them.
     void lowerBelowSiblings();
+    // Its player is closed: nothing draws its frames with OpenGL any more.
+    void endDrawing();
+    // Whether OpenGL has failed here, which it then always will.
+    bool hasOpenGLFailed() const { return mHasOpenGLFailed; }
 
 Q_SIGNALS:
     // The pointer has rested: it may go too.
@@ -54,6 +59,10 @@ private:
     ViewArea area() const;
     void place();
     void paintMovie(QPainter& painter) const;
+    QImage movieAsSeen(QSize pixels) const;
+    void useSurface();
+    void placeSurface();
+    void changeOutput(MovieOutput output, const QImage& last);
     bool keyPressed(const QKeyEvent& event);
 
     Clock& mClock;
@@ -61,6 +70,8 @@ private:
     QRectF mFrame;
     QRect mFramePixels; // of the whole movie, in device pixels of the parent; empty when no screen can show it
     QRect mVisiblePixels; // what of it lies inside the parent
+    MovieSurface* mSurface = nullptr; // a child, made for the first movie that is drawn with OpenGL
+    bool mHasOpenGLFailed = false;
     QPointer<MovieControls> mControls; // a sibling
     QPoint mPointer; // where it was when it was last seen
 };

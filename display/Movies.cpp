@@ -1,4 +1,5 @@
 #include "KLLayerView.h"
+#include "LayerSurface.h"
 #include "MovieControls.h"
 #include "MoviePlayerView.h"
 
@@ -26,6 +27,9 @@ void KLLayerView::showMovie(const MoviePlayerPtr& player, bool /*forward*/)
     mAVPlayerView->setFrame(frame);
     mAVPlayerView->setPlayer(mAVPlayer);
     mAVPlayerView->lowerBelowSiblings();
+    if (mLayerSurface) {
+        mLayerSurface->lower();
+    }
     mAVPlayerView->show();
     if (!mMovieActive) {
         mMovieActive = true;
@@ -43,6 +47,12 @@ void KLLayerView::setBottomInset(int height)
     }
 }
 
+MovieOutput KLLayerView::movieOutput() const
+{
+    const bool hasFailed = mAVPlayerView && mAVPlayerView->hasOpenGLFailed();
+    return mLayerSurface && !hasFailed ? MovieOutput::OpenGL : MovieOutput::Raster;
+}
+
 QRectF KLLayerView::rectForMovie(const MoviePlayerPtr& player) const
 {
     const QSize natural = player ? player->naturalSize() : QSize();
@@ -54,9 +64,14 @@ void KLLayerView::removeMovie()
 {
     if (mAVPlayer) {
         mAVPlayer->pause();
-        mAVPlayer->close();
     }
     hideMovieView();
+    if (mAVPlayer) {
+        mAVPlayer->close();
+    }
+    if (mAVPlayerView) {
+        mAVPlayerView->endDrawing();
+    }
     mMovieActive = false;
 }
 

@@ -2,6 +2,7 @@
 
 #include "MovieDrawing.h"
 #include "MpvLibrary.h"
+#include "OpenGLHandover.h"
 
 #include <array>
 #include <clocale>
@@ -66,6 +67,14 @@ constexpr std::array options{
     Option{"pause", "yes"},
 };
 
+// OpenGL turns the movie by itself. Its frames are shown as soon as they are there; what shines through them is black;
+// those that are made much smaller stay smooth.
+constexpr std::array openGLOptions{
+    Option{"video-rotate", "0"}, Option{"video-timing-offset", "0"}, Option{"alpha", "blend"},
+    Option{"background", "#000000"}, Option{"correct-downscaling", "yes"},
+    Option{"gpu-hwdec-interop", "no"}, // would look for all there are, loading libraries
+};
+
 enum Property : uint64_t
 {
     Position = 1,
@@ -113,7 +122,12 @@ class MovieEngine::State
 public:
     using Command = std::function<void(const MpvLibrary& mpv, mpv_handle* handle)>;
 
-    explicit State(Setup setup) : mSetup(std::move(setup)), mDrawing(mFrames, mSetup.turn, mSetup.changed) { }
+    explicit State(Setup setup)
+        : mSetup(std::move(setup)), mDrawing(mFrames, mSetup.turn, mSetup.changed),
+          mHandover(mSetup.output == MovieOutput::OpenGL ? std::make_shared<OpenGLHandover>(mSetup.changed) : nullptr)
+    {
+        mState.position = mSetup.start;
+    }
 
     void work();
     void post(Command command);
@@ -122,8 +136,13 @@ public:
     MovieState state() const;
     FrameExchange& frames() { return mFrames; }
     MovieDrawing& drawing() { return mDrawing; }
+    const std::shared_ptr<OpenGLHandover>& handover() const { return mHandover; }
 
 private:
+    void rest(const MpvLibrary& mpv, mpv_handle* handle);
+    bool startDrawing(const MpvLibrary& mpv, mpv_handle* handle);
+    void stopDrawing();
+    void freezeDrawing();
     void play(const MpvLibrary& mpv);
     mpv_handle* begin(const MpvLibrary& mpv) const;
     bool serve(const MpvLibrary& mpv, mpv_handle* handle);
@@ -135,7 +154,10 @@ private:
 
     const Setup mSetup;
     FrameExchange mFrames;
-    MovieDrawing mDrawing;
+    MovieDrawing mDrawing; // of MovieOutput::Raster
+    const std::shared_ptr<OpenGLHandover> mHandover; // null but for MovieOutput::OpenGL
+
+    bool mIsResting = false; // plays nothing, and has no output; for the engine's own thread alone
 
     mutable std::mutex mMutex; // for what follows
     MovieState mState;
@@ -172,6 +194,9 @@ void MovieEngine::State::post(Command command)
 
 void MovieEngine::State::end()
 {
+    if (mHandover) {
+        mHandover->withdraw();
+    }
     const std::lock_guard lock(mMutex);
     mIsUnwanted = true;
     if (mHandle != nullptr) {
@@ -198,9 +223,8 @@ void MovieEngine::State::play(const MpvLibrary& mpv)
 {
     const int file = mSetup.open();
     mpv_handle* const handle = file >= 0 ? begin(mpv) : nullptr;
-    if (handle == nullptr || !mDrawing.start(mpv, handle)) {
-        fail();
-    } else {
+    const bool isDrawn = handle != nullptr && startDrawing(mpv, handle);
+    if (isDrawn) {
         {
             const std::lock_guard lock(mMutex);
             mLibrary = &mpv;
@@ -212,15 +236,56 @@ void MovieEngine::State::play(const MpvLibrary& mpv)
         std::array<const char*, 3> load{"loadfile", url.constData(), nullptr};
         mpv.command(handle, load.data());
         while (serve(mpv, handle)) { }
+        if (mHandover) {
+            rest(mpv, handle);
+        }
         const std::lock_guard lock(mMutex);
         mHandle = nullptr;
+    } else if (handle == nullptr || !mHandover) {
+        fail(); // else who draws it knows
     }
-    mDrawing.stop();
+    stopDrawing();
     if (handle != nullptr) {
         mpv.terminateDestroy(handle);
     }
     if (file >= 0) {
         close(file);
+    }
+}
+
+// Has the player put its output away while who draws still passes over what is due: it would wait for that.
+void MovieEngine::State::rest(const MpvLibrary& mpv, mpv_handle* handle)
+{
+    std::array<const char*, 2> stop{"stop", nullptr};
+    mpv.command(handle, stop.data());
+    using Clock = std::chrono::steady_clock;
+    const auto latest = Clock::now() + std::chrono::seconds(2);
+    for (auto now = Clock::now(); !mIsResting && now < latest; now = Clock::now()) {
+        const mpv_event* const event = mpv.waitEvent(handle, std::chrono::duration<double>(latest - now).count());
+        mIsResting = event->event_id == MPV_EVENT_IDLE || event->event_id == MPV_EVENT_SHUTDOWN;
+    }
+}
+
+bool MovieEngine::State::startDrawing(const MpvLibrary& mpv, mpv_handle* handle)
+{
+    return mHandover ? mHandover->offer(mpv, handle) : mDrawing.start(mpv, handle);
+}
+
+void MovieEngine::State::stopDrawing()
+{
+    if (mHandover) {
+        mHandover->takeBack();
+    } else {
+        mDrawing.stop();
+    }
+}
+
+void MovieEngine::State::freezeDrawing()
+{
+    if (mHandover) {
+        mHandover->freeze();
+    } else {
+        mDrawing.freeze();
     }
 }
 
@@ -234,12 +299,20 @@ mpv_handle* MovieEngine::State::begin(const MpvLibrary& mpv) const
     for (const auto& [name, value] : options) {
         mpv.setOptionString(handle, name, value);
     }
+    if (mHandover) {
+        for (const auto& [name, value] : openGLOptions) {
+            mpv.setOptionString(handle, name, value);
+        }
+    }
     // The length keeps its commas from being taken for the ends of settings.
     const QByteArray containers(knownContainers);
     const QByteArray only = "format_whitelist=%" + QByteArray::number(containers.size()) + '%' + containers;
     mpv.setOptionString(handle, "demuxer-lavf-o", only.constData());
     if (!mSetup.container.isEmpty()) {
         mpv.setOptionString(handle, "demuxer-lavf-format", mSetup.container.constData());
+    }
+    if (mSetup.start > 0) {
+        mpv.setOptionString(handle, "start", QByteArray::number(mSetup.start, 'f', 3).constData());
     }
     if (mpv.initialize(handle) < 0) {
         mpv.terminateDestroy(handle);
@@ -295,8 +368,14 @@ void MovieEngine::State::handle(const mpv_event& event)
         });
         break;
     }
+    case MPV_EVENT_START_FILE:
+        mIsResting = false;
+        break;
+    case MPV_EVENT_IDLE:
+        mIsResting = true;
+        break;
     case MPV_EVENT_END_FILE:
-        mDrawing.freeze();
+        freezeDrawing();
         // As its last frame is kept, a movie that is whole does not get here.
         change([](MovieState& state) { state.hasFailed = true; });
         break;
@@ -424,6 +503,16 @@ QByteArray MovieEngine::containers()
 MovieState MovieEngine::state() const
 {
     return mState->state();
+}
+
+std::unique_ptr<MovieOpenGL> MovieEngine::drawWithOpenGL()
+{
+    return mState->handover() ? std::make_unique<MovieOpenGL>(mState->handover()) : nullptr;
+}
+
+quint64 MovieEngine::frameCount() const
+{
+    return mState->handover() ? mState->handover()->count() : mState->frames().count();
 }
 
 FrameExchange& MovieEngine::frames()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FrameExchange.h"
+#include "MovieOpenGL.h"
 
 #include <QByteArray>
 
@@ -24,6 +25,13 @@ struct MovieTarget
     }
 };
 
+// Who draws its frames.
+enum class MovieOutput
+{
+    Raster, // a thread of the engine, into FrameExchange
+    OpenGL, // who asks drawWithOpenGL()
+};
+
 // What is known of a movie that plays.
 struct MovieState
 {
@@ -35,8 +43,8 @@ struct MovieState
     double duration = 0; // seconds; 0 where the file does not tell
 };
 
-// Plays one movie file, from the start, beginning paused. Two threads of its own do the work, by the player library:
-// one talks to it, the other draws. For the main thread; no call waits for anything.
+// Plays one movie file, beginning paused. Two threads of its own do the work, by the player library: one talks to it,
+// the other draws, where nobody else does. For the main thread; no call waits for anything.
 class MovieEngine
 {
 public:
@@ -44,8 +52,10 @@ public:
     {
         // Opens the file: a descriptor that the engine will close, or a negative number. Called on one of its threads.
         std::function<int()> open;
+        MovieOutput output = MovieOutput::Raster;
         QByteArray container; // to be taken for this type of file; empty to find out
         FrameTurn turn; // of its frames
+        double start = 0; // seconds from which it begins
         // The state has changed in more than its position, or there is a new frame. Called on any thread, even for a
         // moment after the engine is gone.
         std::function<void()> changed;
@@ -73,7 +83,12 @@ public:
     void setTarget(const MovieTarget& target);
 
     MovieState state() const;
+    // Of MovieOutput::Raster.
     FrameExchange& frames();
+    // Of MovieOutput::OpenGL, which loads the movie only when drawing has begun. To be asked once.
+    std::unique_ptr<MovieOpenGL> drawWithOpenGL();
+    // How many frames there have been to show, of either.
+    quint64 frameCount() const;
 
     // The names of the types of files that are played, between commas.
     static QByteArray containers();
