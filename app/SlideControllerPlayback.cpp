@@ -14,7 +14,7 @@ namespace frameflow {
 
 namespace {
 
-constexpr Duration smallFolderTime = std::chrono::milliseconds(15);
+constexpr Duration smallFolderTime = std::chrono::milliseconds(6);
 
 } // namespace
 
