@@ -21,7 +21,7 @@ private Q_SLOTS:
     void storedThumbnailIsTurnedWithItsPicture();
     void damagedStoredThumbnailIsNotTaken();
     void transparencyIsKept();
-    void moviesHaveNone();
+    void pictureNamedAsAMovieHasNone();
     void filesThatCannotBeOpenedHaveNone();
     void heldSizes_data();
     void heldSizes();
@@ -151,7 +151,7 @@ void ThumbnailTest::transparencyIsKept()
     QVERIFY(qAbs(thumbnail.pixelColor(150, 100).green() - 255) <= 3);
 }
 
-void ThumbnailTest::moviesHaveNone()
+void ThumbnailTest::pictureNamedAsAMovieHasNone()
 {
     const TestFolder folder;
     folder.addFile("a.mp4", encoded(quartersPicture(), "png"));
