@@ -436,7 +436,9 @@ void WaitTest::endingTheShowWithNewsInTheLine()
     controller.nextSlide();
     QVERIFY(controller.isWaitingForSlide());
     if (isRewritten) {
-        mFixture->addPicture("held.png", Qt::yellow);
+        QFile file(QString::fromUtf8(mFixture->folder.pathOf("held.png")));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        mFixture->folder.addFile("held.png", file.readAll()); // and held again, if it is decoded again
     } else {
         mFixture->addPicture("new.png");
     }
