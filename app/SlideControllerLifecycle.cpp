@@ -278,6 +278,7 @@ std::unique_ptr<SlideWindow> SlideController::detachScreenWindow()
     mFullScreenView->disconnect(this);
     mFullScreenView->setDelegate(nullptr);
     mFullScreenView = nullptr;
+    mLabel = nullptr; // goes with its view, but not at once
     std::unique_ptr<SlideWindow> window = std::move(mScreenWindow);
     allowSleep();
     return window;

@@ -19,6 +19,7 @@ private Q_SLOTS:
 
     void withoutTheSettingsThereIsNone();
     void theSlideThatMakesTheWindowCarriesNone();
+    void anotherWindowHasItsOwn();
     void theFirstSlideOfAFolderIsOpenedTwice();
     void pathOrName_data();
     void pathOrName();
@@ -74,6 +75,21 @@ void LabelTest::theSlideThatMakesTheWindowCarriesNone()
         QCOMPARE(text(), QStringLiteral("2"));
         controller.endSlideShow();
     }
+}
+
+// A window that takes another's place has its label at once, while the other one is still about to go.
+void LabelTest::anotherWindowHasItsOwn()
+{
+    mFixture->set(keys::showFileName, true);
+    QVERIFY(open());
+    step();
+    QCOMPARE(text(), QStringLiteral("2"));
+    auto& controller = mFixture->controller();
+    controller.WindowMode();
+    controller.applicationWillBecomeActive();
+    QVERIFY(mFixture->rest());
+    QCOMPARE(text(), QStringLiteral("2"));
+    QCOMPARE(controller.label()->window(), controller.screenWindow());
 }
 
 // As soon as it is found, and as the first of the order.

@@ -70,8 +70,10 @@ void MovieSurfaceEndsTest::moviesInARowLeaveNothingBehind()
         QVERIFY(round(i));
     }
     QVERIFY(end());
-    QTRY_VERIFY(entriesOf("/proc/self/task") <= threads);
-    QTRY_VERIFY(entriesOf("/proc/self/fd") <= descriptors);
+    // Libraries start threads of their own now and then; one of each movie would be twenty.
+    constexpr qsizetype byOthers = 4;
+    QTRY_VERIFY(entriesOf("/proc/self/task") <= threads + byOthers);
+    QTRY_VERIFY(entriesOf("/proc/self/fd") <= descriptors + byOthers);
 }
 
 // The player library would wait a fifth of a second for a frame to be drawn.
