@@ -175,6 +175,9 @@ private:
         std::this_thread::sleep_for(2s);
         step();
         report("wrong pictures at Actual Size straight after a step", isTrueAtActualSize() ? 0 : 1, 0, 0);
+        // The next slide ends the zoom, and steps are dropped until it has.
+        std::this_thread::sleep_for(2s);
+        step();
         std::this_thread::sleep_for(2s);
     }
 
