@@ -4,6 +4,7 @@
 // fails when a limit is exceeded or a picture never appears.
 
 #include "BenchFolders.h"
+#include "BenchReport.h"
 #include "OwnDisplay.h"
 #include "Program.h"
 #include "SettingsKeys.h"
@@ -30,15 +31,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr double never = 1e9; // of a picture that did not appear, in milliseconds
 constexpr int patience = 30000; // milliseconds
-
-bool isColour(QRgb pixel, QRgb colour)
-{
-    constexpr int tolerance = 12; // JPEG
-    return std::abs(qRed(pixel) - qRed(colour)) <= tolerance && std::abs(qGreen(pixel) - qGreen(colour)) <= tolerance
-        && std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
-}
 
 struct Command
 {
@@ -52,12 +45,6 @@ struct FirstPictures
     double any = never;
     double firstByName = never;
 };
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? never : values[values.size() / 2];
-}
 
 class Bench
 {
@@ -75,7 +62,7 @@ public:
         startAgainstFeh();
         startWithManyFiles();
         stoppedShow();
-        return mAllWithinLimits;
+        return mReport.isWithinLimits();
     }
 
 private:
@@ -100,8 +87,8 @@ private:
             firstByName.push_back(times.firstByName);
             reference.push_back(measure(feh).firstByName);
         }
-        report("start to first picture, 12 megapixels of 1000 files, ms", median(any), median(reference), 1.5);
-        report(
+        mReport.add("start to first picture, 12 megapixels of 1000 files, ms", median(any), median(reference), 1.5);
+        mReport.add(
             "start to first picture by name, 12 megapixels of 1000 files, ms", median(firstByName), median(reference));
     }
 
@@ -116,7 +103,7 @@ private:
             many.push_back(measure(ours(100000)).any);
             few.push_back(measure(ours(10)).any);
         }
-        report("start to first picture, 100000 files against 10, ms", median(many), median(few), 1.2);
+        mReport.add("start to first picture, 100000 files against 10, ms", median(many), median(few), 1.2);
     }
 
     // Nothing runs while nothing moves, but for the look at a watched folder every five seconds.
@@ -134,7 +121,7 @@ private:
         Program program(mProgram);
         prepareSettings();
         if (!program.start(arguments) || !awaitPicture(program, nullptr)) {
-            report(what, never, 0, limit);
+            mReport.add(what, never, 0, limit);
             return;
         }
         std::this_thread::sleep_for(5s); // for decoding ahead and all that start-up leaves to later
@@ -142,7 +129,7 @@ private:
         std::this_thread::sleep_for(10s);
         const auto after = program.contextSwitches();
         const bool wasAlive = before > 0 && after > 0 && !program.waitForExit(1ms);
-        report(what, wasAlive ? static_cast<double>(after - before) : never, 0, limit);
+        mReport.add(what, wasAlive ? static_cast<double>(after - before) : never, 0, limit);
     }
 
     static void prepareSettings()
@@ -210,23 +197,11 @@ private:
         });
     }
 
-    // Without a limit the figure is for information. The limit is of the ratio, or where that has no meaning of the
-    // figure itself.
-    void report(const char* name, double figure, double reference, std::optional<double> limit = {})
-    {
-        const double ratio = reference > 0 ? figure / reference : figure;
-        const QByteArray shownLimit = limit ? QByteArray::number(*limit) : QByteArray();
-        const bool isWithin = figure < never && reference < never && (!limit || ratio <= *limit);
-        mAllWithinLimits = mAllWithinLimits && isWithin;
-        std::printf("%s|%.1f|%.1f|%.2f|%s\n", name, figure, reference, ratio, shownLimit.constData());
-        std::fflush(stdout);
-    }
-
     QString mProgram;
     int mPairs;
     std::unique_ptr<XServer> mServer;
     QTemporaryDir mFolder;
-    bool mAllWithinLimits = true;
+    BenchReport mReport;
 };
 
 } // namespace

@@ -4,6 +4,7 @@
 // movies in a row: what memory they leave behind. Prints lines "name|figure|reference|ratio|limit" and fails when a
 // limit is exceeded.
 
+#include "BenchReport.h"
 #include "MovieFolder.h"
 #include "OwnDisplay.h"
 #include "Program.h"
@@ -26,6 +27,7 @@
 #include <unistd.h>
 
 using namespace frameflow;
+using namespace frameflow::bench;
 using namespace frameflow::e2e;
 using namespace std::chrono_literals;
 
@@ -62,12 +64,6 @@ struct Showing
     }
 };
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 0 : values[values.size() / 2];
-}
-
 class Bench
 {
 public:
@@ -83,7 +79,7 @@ public:
     {
         counted();
         inARow();
-        return mAllWithinLimits;
+        return mReport.isWithinLimits();
     }
 
 private:
@@ -102,9 +98,9 @@ private:
             missing = std::min(missing, showing.missing());
             theirMissing = std::min(theirMissing, reference.missing());
         }
-        report("frames of a 1080p30 movie that never came to the screen", missing, 0, 0);
-        report("the same of the reference", theirMissing, 0, {});
-        report("processor time of eight seconds of it, s", median(ours), median(theirs), 1.25);
+        mReport.add("frames of a 1080p30 movie that never came to the screen", missing, 0, 0);
+        mReport.add("the same of the reference", theirMissing, 0, {});
+        mReport.add("processor time of eight seconds of it, s", median(ours), median(theirs), 1.25);
     }
 
     Showing showReference() const
@@ -176,7 +172,7 @@ private:
         program.start({folder.path()});
         const double inTheMiddle = memoryAt(program, mMovies / 2);
         const double atTheEnd = memoryAt(program, mMovies);
-        report("memory after so many movies, against after half of them, MiB", atTheEnd, inTheMiddle, 1.05);
+        mReport.add("memory after so many movies, against after half of them, MiB", atTheEnd, inTheMiddle, 1.05);
     }
 
     // The median while the movies before that number play, in MiB: what it is depends on the moment. A huge number when
@@ -210,21 +206,11 @@ private:
         return -1;
     }
 
-    // The limit is of the ratio, or of the figure itself where there is no reference.
-    void report(const char* what, double figure, double reference, std::optional<double> limit)
-    {
-        const double ratio = reference > 0 ? figure / reference : figure;
-        mAllWithinLimits = mAllWithinLimits && (!limit || ratio <= *limit);
-        const QByteArray shownLimit = limit ? QByteArray::number(*limit) : QByteArray();
-        std::printf("%s|%.2f|%.2f|%.2f|%s\n", what, figure, reference, ratio, shownLimit.constData());
-        std::fflush(stdout);
-    }
-
     QString mProgram;
     int mMovies;
     std::unique_ptr<XServer> mServer;
     QTemporaryDir mFolder;
-    bool mAllWithinLimits = true;
+    BenchReport mReport;
 };
 
 } // namespace

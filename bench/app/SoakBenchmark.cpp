@@ -3,6 +3,7 @@
 // and its decoders hold in memory at the end with what they held after the first 50. Shared memory counts by shares
 // (PSS). Prints lines "name|figure|reference|ratio|limit" and fails when the limit is exceeded.
 
+#include "BenchReport.h"
 #include "OwnDisplay.h"
 #include "Program.h"
 #include "SettingsKeys.h"
@@ -26,6 +27,7 @@
 #include <unistd.h>
 
 using namespace frameflow;
+using namespace frameflow::bench;
 using namespace frameflow::e2e;
 using namespace std::chrono_literals;
 
@@ -34,13 +36,6 @@ namespace {
 constexpr std::array colours{0xFFE614C8U, 0xFF14B43CU, 0xFF1E28DCU, 0xFFE6D214U};
 constexpr int files = 60;
 constexpr int firstSlides = 50;
-
-bool isColour(QRgb pixel, QRgb colour)
-{
-    constexpr int tolerance = 12; // JPEG
-    return std::abs(qRed(pixel) - qRed(colour)) <= tolerance && std::abs(qGreen(pixel) - qGreen(colour)) <= tolerance
-        && std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
-}
 
 // Fine lines, as in a photograph, beside a plain square in the middle, by which it is known.
 QImage picture(QRgb colour, const QSize& size)
@@ -114,10 +109,11 @@ public:
             return false;
         }
         const double after = memoryAtRest();
-        std::printf("memory after %d slides against %d, MiB|%.1f|%.1f|%.3f|1.05\n", mSlides, firstSlides, after, before,
-            after / before);
-        std::fflush(stdout);
-        return before > 0 && after > 0 && after / before <= 1.05;
+        const QByteArray name = "memory after " + QByteArray::number(mSlides) + " slides against "
+            + QByteArray::number(firstSlides) + ", MiB";
+        BenchReport report;
+        report.add(name.constData(), after > 0 ? after : never, before > 0 ? before : never, 1.05);
+        return report.isWithinLimits();
     }
 
 private:

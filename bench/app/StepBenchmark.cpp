@@ -3,6 +3,7 @@
 // on an X server of its own, after a rest on each slide and as fast as slides appear. The reference of the hurried
 // steps is two djpeg side by side. Prints lines "name|figure|reference|ratio|limit" and fails when a limit is exceeded.
 
+#include "BenchReport.h"
 #include "OwnDisplay.h"
 #include "Program.h"
 #include "SettingsKeys.h"
@@ -33,25 +34,18 @@
 #include <xcb/xtest.h>
 
 using namespace frameflow;
+using namespace frameflow::bench;
 using namespace frameflow::e2e;
 using namespace std::chrono_literals;
 
 namespace {
 
-constexpr double never = 1e9; // milliseconds
 constexpr QSize photograph(6000, 4000);
 constexpr std::array colours{0xFFE614C8U, 0xFF14B43CU, 0xFF1E28DCU, 0xFFE6D214U};
 constexpr int references = 7;
 constexpr xcb_keycode_t rightArrow = 114; // of the usual keyboard of an X server on Linux, as the others
 constexpr xcb_keycode_t control = 37;
 constexpr xcb_keycode_t zero = 19;
-
-bool isColour(QRgb pixel, QRgb colour)
-{
-    constexpr int tolerance = 12; // JPEG
-    return std::abs(qRed(pixel) - qRed(colour)) <= tolerance && std::abs(qGreen(pixel) - qGreen(colour)) <= tolerance
-        && std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
-}
 
 // As hard to decode as a photograph, with fine lines beside a plain square in the middle, by which it is known.
 QImage picture(QRgb colour)
@@ -70,19 +64,6 @@ QImage picture(QRgb colour)
     painter.fillRect(
         QRect(image.rect().center() - QPoint(square.width(), square.height()) / 2, square), QColor(colour));
     return image;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? never : (values[values.size() / 2] + values[(values.size() - 1) / 2]) / 2;
-}
-
-double percentile95(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const auto rank = static_cast<size_t>(std::ceil(0.95 * static_cast<double>(values.size())));
-    return values.empty() ? never : values[std::max<size_t>(rank, 1) - 1];
 }
 
 // A key as the keyboard itself sends it.
@@ -148,7 +129,7 @@ public:
         }
         rested();
         hurried();
-        return mAllWithinLimits;
+        return mReport.isWithinLimits();
     }
 
 private:
@@ -169,12 +150,12 @@ private:
             std::this_thread::sleep_for(300ms);
             isSharp = isSharp && atOnce == mServer->grab(mServer->bounds());
         }
-        report("step after two seconds, median, ms", median(times), 0, 20);
-        report("step after two seconds, 95th percentile, ms", percentile95(times), 0, 35);
-        report("pictures that became sharper after they appeared", isSharp ? 0 : 1, 0, 0);
+        mReport.add("step after two seconds, median, ms", median(times), 0, 20);
+        mReport.add("step after two seconds, 95th percentile, ms", percentile95(times), 0, 35);
+        mReport.add("pictures that became sharper after they appeared", isSharp ? 0 : 1, 0, 0);
         std::this_thread::sleep_for(2s);
         step();
-        report("wrong pictures at Actual Size straight after a step", isTrueAtActualSize() ? 0 : 1, 0, 0);
+        mReport.add("wrong pictures at Actual Size straight after a step", isTrueAtActualSize() ? 0 : 1, 0, 0);
         // The next slide ends the zoom, and steps are dropped until it has.
         std::this_thread::sleep_for(2s);
         step();
@@ -214,8 +195,9 @@ private:
             reference.push_back(twoSideBySide());
         }
         const double both = median(reference);
-        report("hurried step, median, ms against half of two djpeg side by side", median(times), both / 2, 1.25);
-        report("hurried step, 95th percentile, ms against two djpeg side by side", percentile95(times), both, 1.15);
+        mReport.add("hurried step, median, ms against half of two djpeg side by side", median(times), both / 2, 1.25);
+        mReport.add(
+            "hurried step, 95th percentile, ms against two djpeg side by side", percentile95(times), both, 1.15);
     }
 
     // Milliseconds from the key to the middle of the next picture.
@@ -274,23 +256,13 @@ private:
         return child;
     }
 
-    // The limit is of the ratio, or of the figure itself where there is no reference.
-    void report(const char* what, double figure, double reference, double limit)
-    {
-        const double ratio = reference > 0 ? figure / reference : figure;
-        const bool isWithin = figure < never && reference < never && ratio <= limit;
-        mAllWithinLimits = mAllWithinLimits && isWithin;
-        std::printf("%s|%.1f|%.1f|%.2f|%g\n", what, figure, reference, ratio, limit);
-        std::fflush(stdout);
-    }
-
     Program mProgram;
     int mSteps;
     std::unique_ptr<XServer> mServer;
     Keyboard mKeyboard;
     QTemporaryDir mFolder;
     size_t mShown = 0;
-    bool mAllWithinLimits = true;
+    BenchReport mReport;
 };
 
 } // namespace
