@@ -187,8 +187,9 @@ private:
     // cursor or view waits.
     bool isWaiting() const { return mAwaited.has_value(); }
     // Whether it is the first slide of a show.
-    bool isEnding() const { return mPendingClears > 0; }
     bool isBeginning() const { return isWaiting() && mFullScreenView != nullptr && !hasSlide(); }
+    // Whether a show has ended whose files are still in the sequence.
+    bool isEnding() const { return mPendingClears > 0; }
     // Runs the job now, or when no slide is being waited for any more.
     void inTurn(WaitingLine::Job job, WaitingLine::From from = WaitingLine::From::Person);
     void gate(WaitingLine::Job job);

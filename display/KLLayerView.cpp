@@ -26,13 +26,13 @@ bool isFittedByShape(const QString& mode)
     return mode == keys::fitModeFit || mode == keys::fitModeZoom || mode == keys::fitModeFill;
 }
 
-// Where a picture stands in a view. Words that name no mode stretch it.
 QString fitModeOf(const UserDefaults& defaults)
 {
     const QVariant stored = defaults.value(keys::imageFitMode);
     return stored.isValid() ? stored.toString() : keys::fitModeFit;
 }
 
+// Where a picture stands in a view. Words that name no mode stretch it.
 QRectF frameOf(QSizeF picture, QSizeF view, const QString& mode)
 {
     if (mode == keys::fitModeFill) {

@@ -107,6 +107,13 @@ bool ControllerFixture::waitUntilAhead(const QByteArray& name) const
     return QTest::qWaitFor([&] { return ReadAhead::instance().isReady(file); }, 20000);
 }
 
+QByteArray ControllerFixture::onScreen() const
+{
+    const KLLayerView* const view = mController->slideView();
+    const KLImagePtr image = view != nullptr ? view->currentImage() : nullptr;
+    return image ? image->mURL().fileName().toByteArray() : QByteArray();
+}
+
 void ControllerFixture::letTransitionEnd()
 {
     QCoreApplication::processEvents();

@@ -38,6 +38,8 @@ public:
 
     // The name of the file on screen.
     QByteArray shown() const { return mController->imageURL().fileName().toByteArray(); }
+    // The name of the file whose picture the view shows; empty without one.
+    QByteArray onScreen() const;
     // Waits until no slide is being waited for, and all that is wanted ahead is there: from then on a step is made at
     // once.
     bool rest();

@@ -24,10 +24,7 @@ void DamagedFilesTest::goodFilesAreShownAndDamagedOnesDoNoHarm()
     QCOMPARE(files.damaged.size(), damagedCount);
     auto& controller = fixture.start();
     QVERIFY(fixture.openFolder());
-    const auto onScreen = [&] {
-        const auto image = controller.slideView() != nullptr ? controller.slideView()->currentImage() : nullptr;
-        return image ? image->mURL().fileName().toByteArray() : QByteArray();
-    };
+    const auto onScreen = [&] { return fixture.onScreen(); };
     QSet<QByteArray> seen;
     // Once round: every step ends at a picture, over damaged files that have none.
     for (int step = 0; step <= files.good.size() + damagedCount; ++step) {

@@ -57,12 +57,7 @@ private:
             key(code, true, true);
         }
     }
-    QByteArray onScreen() const
-    {
-        const auto* const view = mFixture->controller().slideView();
-        return view != nullptr && view->currentImage() ? view->currentImage()->mURL().fileName().toByteArray()
-                                                       : QByteArray();
-    }
+    QByteArray onScreen() const { return mFixture->onScreen(); }
 
     std::unique_ptr<ControllerFixture> mFixture;
     std::unique_ptr<HeldPictures> mHeld;

@@ -45,6 +45,22 @@ private Q_SLOTS:
     void aMovieThatIsPlayedAgainIsPausedByTheSpaceKey();
 
 private:
+    // Of a.mkv, b.png and c.png: the transition to the last one runs, and the first one has been asked for.
+    void askForAMovieDuringATransition()
+    {
+        mShow->fixture.set(keys::transition, QStringLiteral("Cross Fade"));
+        mShow->addMovie("a.mkv", "long.mkv");
+        mShow->fixture.addPictures({"b.png", "c.png"});
+        mShow->open();
+        mShow->controller().nextSlide();
+        QVERIFY(mShow->waitFor("b.png"));
+        QVERIFY(mShow->fixture.rest());
+        mShow->controller().nextSlide();
+        QVERIFY(mShow->waitFor("c.png"));
+        QTRY_VERIFY(mShow->view().isBusy());
+        mShow->controller().firstSlide();
+    }
+
     std::unique_ptr<MovieFiles> mFiles;
     std::unique_ptr<MovieShow> mShow;
 };
@@ -415,17 +431,7 @@ void MoviesTest::theEndOfAReplacedPlayerIsIgnored()
 
 void MoviesTest::anEndWhileTheViewIsBusyIsActedOnAfterwards()
 {
-    mShow->fixture.set(keys::transition, QStringLiteral("Cross Fade"));
-    mShow->addMovie("a.mkv", "long.mkv");
-    mShow->fixture.addPictures({"b.png", "c.png"});
-    mShow->open();
-    mShow->controller().nextSlide();
-    QVERIFY(mShow->waitFor("b.png"));
-    QVERIFY(mShow->fixture.rest());
-    mShow->controller().nextSlide();
-    QVERIFY(mShow->waitFor("c.png"));
-    QTRY_VERIFY(mShow->view().isBusy());
-    mShow->controller().firstSlide();
+    askForAMovieDuringATransition();
     mShow->fixture.letTransitionEnd();
     QVERIFY(mShow->waitFor("a.mkv"));
     QTRY_VERIFY(mShow->isMovieOn());
@@ -440,17 +446,7 @@ void MoviesTest::anEndWhileTheViewIsBusyIsActedOnAfterwards()
 
 void MoviesTest::aMovieDoesNotCutATransitionOff()
 {
-    mShow->fixture.set(keys::transition, QStringLiteral("Cross Fade"));
-    mShow->addMovie("a.mkv", "long.mkv");
-    mShow->fixture.addPictures({"b.png", "c.png"});
-    mShow->open();
-    mShow->controller().nextSlide();
-    QVERIFY(mShow->waitFor("b.png"));
-    QVERIFY(mShow->fixture.rest());
-    mShow->controller().nextSlide();
-    QVERIFY(mShow->waitFor("c.png"));
-    QTRY_VERIFY(mShow->view().isBusy());
-    mShow->controller().firstSlide();
+    askForAMovieDuringATransition();
     QVERIFY(staysTrueFor(200ms, [&] { return mShow->view().isBusy() && !mShow->view().isMovieActive(); }));
     mShow->fixture.letTransitionEnd();
     QTRY_VERIFY(mShow->isMovieOn());

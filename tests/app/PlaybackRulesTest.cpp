@@ -62,12 +62,7 @@ private:
         return mFixture->controller();
     }
     QByteArray shown() const { return mFixture->shown(); }
-    QByteArray onScreen() const
-    {
-        const auto* const view = mFixture->controller().slideView();
-        return view != nullptr && view->currentImage() ? view->currentImage()->mURL().fileName().toByteArray()
-                                                       : QByteArray();
-    }
+    QByteArray onScreen() const { return mFixture->onScreen(); }
     void step() const
     {
         mFixture->controller().nextSlide();

@@ -78,11 +78,7 @@ private:
         mOpened = mFixture->openFolder();
         return mFixture->controller();
     }
-    QByteArray onScreen() const
-    {
-        const auto& image = mFixture->controller().slideView()->currentImage();
-        return image ? image->mURL().fileName().toByteArray() : QByteArray();
-    }
+    QByteArray onScreen() const { return mFixture->onScreen(); }
     QByteArray shown() const { return mFixture->shown(); }
 
     bool mOpened = false;

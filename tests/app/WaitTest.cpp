@@ -70,11 +70,7 @@ private:
         mFixture->collectFolder();
         return controller;
     }
-    QByteArray onScreen() const
-    {
-        const auto& image = mFixture->controller().slideView()->currentImage();
-        return image ? image->mURL().fileName().toByteArray() : QByteArray();
-    }
+    QByteArray onScreen() const { return mFixture->onScreen(); }
     QByteArray shown() const { return mFixture->shown(); }
 
     std::unique_ptr<ControllerFixture> mFixture;

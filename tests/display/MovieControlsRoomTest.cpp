@@ -52,12 +52,7 @@ void MovieControlsRoomTest::initTestCase()
 void MovieControlsRoomTest::init()
 {
     mFixture = std::make_unique<ViewFixture>(QSize(900, 500));
-    view().setFocusPolicy(Qt::StrongFocus);
-    view().show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view()));
-    view().activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&view()));
-    view().setFocus();
+    QVERIFY(mFixture->activate());
 }
 
 void MovieControlsRoomTest::cleanup()

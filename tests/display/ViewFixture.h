@@ -7,6 +7,8 @@
 #include "SettingsKeys.h"
 #include "UserDefaults.h"
 
+#include <QTest>
+
 #include <memory>
 
 namespace frameflow {
@@ -24,6 +26,18 @@ struct ViewFixture
     void setFitMode(const QVariant& mode) { defaults.setValue(keys::imageFitMode, mode); }
     void setTransition(const QString& title) { defaults.setValue(keys::transition, title); }
     FileUrl picture(const QByteArray& name, const QImage& image) const { return writePicture(folder, name, image); }
+
+    // Makes the view's window the one that has the keyboard. False when it does not come to that.
+    bool activate() const
+    {
+        view->setFocusPolicy(Qt::StrongFocus);
+        view->show();
+        const bool isExposed = QTest::qWaitForWindowExposed(view.get());
+        view->activateWindow();
+        const bool isActive = QTest::qWaitForWindowActive(view.get());
+        view->setFocus();
+        return isExposed && isActive;
+    }
 
     // As a handler does it that shows a slide and returns.
     void show(const FileUrl& url, bool forward = true)
