@@ -184,6 +184,12 @@ Attempt DecoderPoolState::attemptOf(const PoolJob& job) const
     return job.attempt;
 }
 
+Urgency DecoderPoolState::urgencyOf(const PoolJob& job) const
+{
+    const Lock lock(mMutex);
+    return job.urgency;
+}
+
 bool DecoderPoolState::tryAlone(const PoolJobPtr& job)
 {
     const Lock lock(mMutex);

@@ -44,6 +44,7 @@ public:
     DecoderKind firstKind(const DecodeRequest& request) const;
     void noteKind(DecoderKind kind, const DecodeRequest& request);
     Attempt attemptOf(const PoolJob& job) const;
+    Urgency urgencyOf(const PoolJob& job) const;
 
     // Between these two the process may be suspended.
     void attach(PoolJob& job, DecoderProcess& process);

@@ -29,6 +29,14 @@ qint64 roomFor(const DecodeRequest& request, const QImage& picture)
     return placeBehind(picture.sizeInBytes()) + copy;
 }
 
+// A picture that has just been decoded comes on the screen in a moment, and lets go of the oldest one: waiting for its
+// memory costs less than bringing in fresh one. Not where somebody waits for the picture itself.
+Duration patienceFor(Urgency urgency)
+{
+    constexpr Duration patience = std::chrono::milliseconds(15);
+    return urgency == Urgency::Asked ? Duration() : patience;
+}
+
 } // namespace
 
 std::unique_ptr<DecoderWorker> DecoderWorker::start(DecoderPoolState& pool)
@@ -136,7 +144,7 @@ DecodedPicture DecoderWorker::decodeBy(DecoderKind kind, PoolJob& job, const std
     {
         const std::stop_callback interruption(stop, [&] { process->interrupt(); });
         const bool mayBeLarge = job.request.wanted == Wanted::Picture && job.request.longestSide == 0;
-        auto memory = mayBeLarge ? mPool.memories()->take() : nullptr;
+        auto memory = mayBeLarge ? mPool.memories()->take(patienceFor(mPool.urgencyOf(job))) : nullptr;
         mPool.attach(job, *process);
         picture = process->decode(opened->file, job.request, std::move(memory));
         mPool.detach(job);

@@ -125,15 +125,18 @@ void PictureMemoryStore::noteSize(qint64 bytes)
     mNextSize = (mNextSize + 1) % mSizes.size();
 }
 
-std::shared_ptr<PictureMemory> PictureMemoryStore::take()
+std::shared_ptr<PictureMemory> PictureMemoryStore::take(Duration patience)
 {
     std::unique_ptr<PictureMemory> spare;
     qint64 wanted = 0;
     {
-        const std::lock_guard lock(mMutex);
+        std::unique_lock lock(mMutex);
         wanted = std::min(*std::max_element(mSizes.begin(), mSizes.end()), 2 * mostPixelsHeld * bytesPerPixel);
         if (mIsClosed || wanted < leastBytes) {
             return nullptr;
+        }
+        if (mGoesRound) {
+            mCameBack.wait_for(lock, patience, [&] { return !mSpares.empty() || mIsClosed; });
         }
         if (!mSpares.empty()) {
             spare = std::move(mSpares.back().memory);
@@ -169,7 +172,9 @@ void PictureMemoryStore::putBack(std::unique_ptr<PictureMemory> memory)
         if (mIsClosed) {
             surplus = std::move(memory);
         } else {
+            mGoesRound = true;
             mSpares.push_back({std::move(memory), std::chrono::steady_clock::now()});
+            mCameBack.notify_one();
             if (mSpares.size() > mostSpares) {
                 surplus = std::move(mSpares.front().memory);
                 mSpares.erase(mSpares.begin());
@@ -206,6 +211,7 @@ void PictureMemoryStore::close()
     std::vector<Spare> ending;
     const std::lock_guard lock(mMutex);
     mIsClosed = true;
+    mCameBack.notify_all();
     ending.swap(mSpares);
 }
 

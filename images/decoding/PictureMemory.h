@@ -7,6 +7,7 @@
 #include <QImage>
 
 #include <array>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -58,8 +59,9 @@ public:
     // A picture of so many bytes, a copy behind it included, has been decoded; the next ones are likely to be no larger
     // than the last few.
     void noteSize(qint64 bytes);
-    // Memory for the next picture; null when none so large is expected, or there is none.
-    std::shared_ptr<PictureMemory> take();
+    // Memory for the next picture; null when none so large is expected, or there is none. Waits so long for some to
+    // come back before it makes fresh one, where some has come back before.
+    std::shared_ptr<PictureMemory> take(Duration patience = {});
 
     // Gives back what has not been wanted for a while.
     void endIdle(TimePoint now);
@@ -81,6 +83,8 @@ private:
         TimePoint since;
     };
     std::vector<Spare> mSpares; // the last one that came back at the end
+    std::condition_variable mCameBack;
+    bool mGoesRound = false; // some has come back
     bool mIsClosed = false;
 };
 
