@@ -21,25 +21,18 @@ namespace frameflow {
 
 namespace {
 
-bool isFittedByShape(const QString& mode)
-{
-    return mode == keys::fitModeFit || mode == keys::fitModeZoom || mode == keys::fitModeFill;
-}
-
-QString fitModeOf(const UserDefaults& defaults)
+// Words that name no mode stretch the picture.
+FitMode fitModeOf(const UserDefaults& defaults)
 {
     const QVariant stored = defaults.value(keys::imageFitMode);
-    return stored.isValid() ? stored.toString() : keys::fitModeFit;
-}
-
-// Where a picture stands in a view. Words that name no mode stretch it.
-QRectF frameOf(QSizeF picture, QSizeF view, const QString& mode)
-{
-    if (mode == keys::fitModeFill) {
-        return CGRectUtils::rectToFillSize(picture, view);
+    const QString word = stored.isValid() ? stored.toString() : keys::fitModeFit;
+    if (word == keys::fitModeFit) {
+        return FitMode::Shrink;
     }
-    return isFittedByShape(mode) ? KLImage::rectToFitSize(picture, view, mode == keys::fitModeZoom)
-                                 : QRectF(QPointF(), view);
+    if (word == keys::fitModeZoom) {
+        return FitMode::Zoom;
+    }
+    return word == keys::fitModeFill ? FitMode::Fill : FitMode::Stretch;
 }
 
 } // namespace
@@ -191,8 +184,7 @@ QRectF KLLayerView::rectForLayer(const LayerPtr& layer) const
 
 QRectF KLLayerView::rectForImage(const KLImagePtr& image) const
 {
-    const QString mode = fitMode();
-    if (!image && isFittedByShape(mode)) {
+    if (!image && fitModeOf(mDefaults) != FitMode::Stretch) {
         return {};
     }
     return frameFor(image ? image->uprightSize() : QSizeF());
@@ -200,7 +192,7 @@ QRectF KLLayerView::rectForImage(const KLImagePtr& image) const
 
 QRectF KLLayerView::frameFor(QSizeF picture) const
 {
-    return frameOf(picture, size(), fitMode());
+    return frameIn(size(), picture, fitModeOf(mDefaults));
 }
 
 FrameRule KLLayerView::frameRule() const
@@ -210,15 +202,7 @@ FrameRule KLLayerView::frameRule() const
 
 FrameRule KLLayerView::frameRuleFor(const ViewArea& area, const UserDefaults& defaults)
 {
-    return [area, mode = fitModeOf(defaults)](QSize picture) {
-        const auto pixels = pixelRect(frameOf(picture, area.size, mode), area);
-        return pixels ? pixels->size() : QSize();
-    };
-}
-
-QString KLLayerView::fitMode() const
-{
-    return fitModeOf(mDefaults);
+    return {area.size, area.pixelsPerPoint, fitModeOf(defaults)};
 }
 
 void KLLayerView::resetLayer(const LayerPtr& layer)

@@ -172,7 +172,6 @@ private:
     DrawList prepareFrame();
     KLImagePtr imageOfLayer(const LayerPtr& layer) const;
     ViewArea area() const;
-    QString fitMode() const;
     QRectF frameFor(QSizeF picture) const;
     // Gives the root layer the view's bounds. A view that is not shown yet is told late of its size.
     void fitRootLayer();

@@ -155,8 +155,7 @@ void KLImage::take(const FileUrl& url, DecodedFile&& file)
 
 QSize KLImage::reductionFor(const FrameRule& frame) const
 {
-    const QSize pixels = frame ? frame(uprightSize().toSize()) : QSize();
-    return !pixels.isEmpty() && needsReduction(mCGImage.size(), pixels) ? pixels : QSize();
+    return frame.reductionOf(uprightSize().toSize(), mCGImage.size());
 }
 
 bool KLImage::isPreparedFor(const FrameRule& frame) const

@@ -2,7 +2,7 @@
 
 #include "FileContents.h"
 #include "FileUrl.h"
-#include "Reduction.h"
+#include "FrameRule.h"
 
 #include <QImage>
 #include <QRectF>

@@ -4,6 +4,7 @@
 #include "FileContents.h"
 #include "KLImageCache.h"
 #include "MainThread.h"
+#include "Reduction.h"
 #include "SerialQueue.h"
 
 #include <algorithm>
@@ -84,8 +85,6 @@ public:
 private:
     std::vector<EntryPtr> entries() const;
     EntryPtr find(const FileUrl& url) const; // with the lock held
-    QList<DecodeRequest::Reduction> likelyReductions(const FrameRule& frame) const; // with the lock held
-    void noteSize(QSize picture); // with the lock held
     void drop(const EntryPtr& entry);
     EntryPtr begin(const AheadFile& file, Urgency urgency);
     void decoded(const EntryPtr& entry, DecodedFile&& file);
@@ -101,7 +100,6 @@ private:
     mutable std::mutex mMutex; // for the entries: a picture may be taken on any thread
     std::condition_variable mDecoded;
     std::vector<EntryPtr> mEntries;
-    QList<QSize> mLastSizes; // of the pictures decoded last, each once, the last one first
 
     struct Asked
     {
@@ -136,26 +134,6 @@ EntryPtr ReadAhead::State::find(const FileUrl& url) const
     const auto found
         = std::find_if(mEntries.begin(), mEntries.end(), [&](const EntryPtr& entry) { return entry->url == url; });
     return found != mEntries.end() ? *found : nullptr;
-}
-
-// Pictures of a folder often have one size: a copy for it can be made while they are decoded.
-QList<DecodeRequest::Reduction> ReadAhead::State::likelyReductions(const FrameRule& frame) const
-{
-    QList<DecodeRequest::Reduction> reductions;
-    for (const QSize& size : mLastSizes) {
-        const QSize pixels = frame ? frame(size) : QSize();
-        if (!pixels.isEmpty() && needsReduction(size, pixels)) {
-            reductions.append({size, pixels});
-        }
-    }
-    return reductions;
-}
-
-void ReadAhead::State::noteSize(QSize picture)
-{
-    mLastSizes.removeAll(picture);
-    mLastSizes.prepend(picture);
-    mLastSizes.resize(std::min(mLastSizes.size(), DecodeRequest::mostReductions));
 }
 
 void ReadAhead::State::drop(const EntryPtr& entry)
@@ -231,8 +209,8 @@ EntryPtr ReadAhead::State::begin(const AheadFile& file, Urgency urgency)
     entry->wasAskedFor = urgency == Urgency::Asked;
     DecodeJob job = decodeJob(file.url);
     job.urgency = urgency;
+    job.request.frame = file.frame;
     const std::lock_guard lock(mMutex);
-    job.request.reductions = likelyReductions(file.frame);
     mEntries.push_back(entry);
     entry->ticket = mPool.decode(job, [weak = weak_from_this(), entry](DecodedFile&& decoded) {
         if (const auto self = weak.lock()) {
@@ -259,9 +237,6 @@ void ReadAhead::State::decoded(const EntryPtr& entry, DecodedFile&& file)
     }
     {
         const std::lock_guard lock(mMutex);
-        if (image) {
-            noteSize(image->uprightSize().toSize());
-        }
         entry->image = image;
         entry->movie = movie;
         entry->stamp = stamp;

@@ -2,8 +2,8 @@
 
 #include "DecodedPicture.h"
 #include "FileUrl.h"
+#include "FrameRule.h"
 #include "KLImage.h"
-#include "Reduction.h"
 
 #include <functional>
 #include <memory>

@@ -4,11 +4,6 @@
 
 namespace frameflow {
 
-bool needsReduction(QSize picture, QSize pixels)
-{
-    return pixels.width() < picture.width() && pixels.height() < picture.height();
-}
-
 QImage inDrawableFormat(const QImage& picture)
 {
     if (picture.format() == QImage::Format_RGB32 || picture.format() == QImage::Format_ARGB32_Premultiplied) {

@@ -1,5 +1,7 @@
 #include "Coordinates.h"
 
+#include "FrameRule.h"
+
 #include <cmath>
 
 namespace frameflow {
@@ -25,11 +27,10 @@ std::optional<QRect> pixelRect(const QRectF& layerRect, const ViewArea& area)
 {
     const QRectF rect = widgetRect(layerRect, area.size.height());
     const double scale = area.pixelsPerPoint;
-    const auto rounded = [](double value) { return std::floor(value + 0.5); };
-    const double x = rounded(rect.x() * scale);
-    const double y = rounded(rect.y() * scale);
-    const double width = rounded(rect.width() * scale);
-    const double height = rounded(rect.height() * scale);
+    const double x = inPixels(rect.x(), scale);
+    const double y = inPixels(rect.y(), scale);
+    const double width = inPixels(rect.width(), scale);
+    const double height = inPixels(rect.height(), scale);
     constexpr double limit = 1e9;
     // Written so that not-a-number fails.
     const bool shown

@@ -1,5 +1,6 @@
 #include "ReducedCopies.h"
 
+#include "FrameRule.h"
 #include "MainThread.h"
 
 #include <algorithm>

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "FrameRule.h"
+
 #include <QByteArray>
 #include <QImage>
-#include <QList>
 #include <QSize>
 
 #include <optional>
@@ -37,20 +38,12 @@ enum class Wanted
 // What is wanted of a file.
 struct DecodeRequest
 {
-    struct Reduction
-    {
-        QSize from; // of an upright picture, in pixels
-        QSize to;
-        friend bool operator==(const Reduction&, const Reduction&) = default;
-    };
-    static constexpr qsizetype mostReductions = 4;
-
     Wanted wanted = Wanted::Picture;
     QByteArray fileName; // its suffix says what to try first; never opened
     int longestSide = 0; // pixels that neither side may exceed; 0 for full size
     Turn turn = Turn::Upright;
-    // The copies that a picture of one of these sizes is wanted in, too, where one can be made on the way.
-    QList<Reduction> reductions = {};
+    // A copy as large as it is shown is wanted, too, of an upright picture that is larger.
+    FrameRule frame = {};
 };
 
 // What a movie is. Without a video stream the size is empty.

@@ -18,23 +18,17 @@ namespace {
 constexpr qsizetype longestName = 255;
 
 // As they go over the socket, between programs of one build.
-struct ReductionPacket
-{
-    qint32 fromWidth;
-    qint32 fromHeight;
-    qint32 toWidth;
-    qint32 toHeight;
-};
-
 struct RequestPacket
 {
     quint64 id;
+    double viewWidth; // of the frame
+    double viewHeight;
+    double pixelsPerPoint;
+    qint32 fitMode;
     qint32 wanted;
     qint32 longestSide;
     qint32 turn;
     qint32 hasMemory;
-    qint32 reductionCount;
-    std::array<ReductionPacket, DecodeRequest::mostReductions> reductions;
     qint32 nameLength;
     std::array<char, longestName> name;
 };
@@ -156,14 +150,20 @@ MessageStatus receive(int socket, void* bytes, size_t mostBytes, size_t* length,
     return MessageStatus::Received;
 }
 
+bool frameMakesSense(const RequestPacket& packet)
+{
+    return std::isfinite(packet.viewWidth) && std::isfinite(packet.viewHeight) && std::isfinite(packet.pixelsPerPoint)
+        && packet.pixelsPerPoint > 0 && packet.fitMode >= qint32(FitMode::Shrink)
+        && packet.fitMode <= qint32(FitMode::Stretch);
+}
+
 bool makesSense(const RequestPacket& packet, size_t length, size_t descriptors)
 {
     return length >= requestHead && packet.nameLength >= 0 && packet.nameLength <= longestName
         && length == requestHead + packet.nameLength && packet.longestSide >= 0
         && packet.wanted >= qint32(Wanted::Picture) && packet.wanted <= qint32(Wanted::MovieProbe)
         && (packet.turn == qint32(Turn::AsStored) || packet.turn == qint32(Turn::Upright)) && isFlag(packet.hasMemory)
-        && packet.reductionCount >= 0 && packet.reductionCount <= DecodeRequest::mostReductions
-        && descriptors == 1 + size_t(packet.hasMemory);
+        && frameMakesSense(packet) && descriptors == 1 + size_t(packet.hasMemory);
 }
 
 // What a decoder may say of a file; the other errors are found by its client.
@@ -195,7 +195,7 @@ bool makesSense(const AnswerPacket& packet, size_t length, size_t descriptors)
     }
     const bool hasSize = packet.width > 0 && packet.height > 0;
     const bool hasReduced = packet.reducedWidth != 0 || packet.reducedHeight != 0;
-    if (hasReduced && (packet.pixels != InGivenMemory || packet.reducedWidth <= 0 || packet.reducedHeight <= 0)) {
+    if (hasReduced && (packet.pixels == Nowhere || packet.reducedWidth <= 0 || packet.reducedHeight <= 0)) {
         return false;
     }
     return (packet.pixels != Nowhere ? hasSize : packet.hasMovie == 1) && packet.orientation >= 1
@@ -211,11 +211,10 @@ bool sendRequest(int socket, quint64 id, const DecodeRequest& request, int file,
     packet.wanted = qint32(request.wanted);
     packet.longestSide = request.longestSide;
     packet.turn = qint32(request.turn);
-    for (const DecodeRequest::Reduction& reduction :
-        request.reductions.first(std::min(request.reductions.size(), DecodeRequest::mostReductions))) {
-        packet.reductions.at(packet.reductionCount++)
-            = {reduction.from.width(), reduction.from.height(), reduction.to.width(), reduction.to.height()};
-    }
+    packet.viewWidth = request.frame.view.width();
+    packet.viewHeight = request.frame.view.height();
+    packet.pixelsPerPoint = request.frame.pixelsPerPoint;
+    packet.fitMode = qint32(request.frame.mode);
     // Of a longer name the end counts: the suffix stands there.
     const QByteArray name = request.fileName.right(longestName);
     packet.hasMemory = memory >= 0 ? 1 : 0;
@@ -274,12 +273,7 @@ MessageStatus receiveRequest(int socket, RequestMessage& message)
     message.request.fileName = QByteArray(packet.name.data(), packet.nameLength);
     message.request.longestSide = packet.longestSide;
     message.request.turn = Turn(packet.turn);
-    message.request.reductions.clear();
-    for (qint32 i = 0; i < packet.reductionCount; ++i) {
-        const ReductionPacket& reduction = packet.reductions.at(i);
-        message.request.reductions.append(
-            {{reduction.fromWidth, reduction.fromHeight}, {reduction.toWidth, reduction.toHeight}});
-    }
+    message.request.frame = {{packet.viewWidth, packet.viewHeight}, packet.pixelsPerPoint, FitMode(packet.fitMode)};
     message.file = std::move(descriptors.front());
     message.memory = packet.hasMemory == 1 ? std::move(descriptors.back()) : FileDescriptor();
     return status;

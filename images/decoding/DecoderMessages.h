@@ -25,7 +25,7 @@ struct AnswerMessage
     quint64 id = 0;
     DecodedPicture picture; // without its pixels
     std::optional<SharedBitmap> pixels; // their memory is not open where it is the one that came with the request
-    QSize reducedSize{0, 0}; // of the copy that lies behind them there; empty where there is none
+    QSize reducedSize{0, 0}; // of the copy that lies behind them; empty where there is none
 };
 
 enum class MessageStatus

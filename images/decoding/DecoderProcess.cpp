@@ -65,8 +65,7 @@ bool isPlausible(const AnswerMessage& answer, const DecodeRequest& request)
         return picture.movie.has_value();
     }
     const QSize pixels(answer.pixels->layout.width, answer.pixels->layout.height);
-    if (!answer.reducedSize.isEmpty()
-        && !request.reductions.contains(DecodeRequest::Reduction{pixels, answer.reducedSize})) {
+    if (!answer.reducedSize.isEmpty() && answer.reducedSize != request.frame.reductionOf(picture.size, pixels)) {
         return false;
     }
     return fits(answer.pixels->layout, request.longestSide) && !picture.size.isEmpty() && picture.orientation >= 1
@@ -102,7 +101,7 @@ struct DecoderProcess::State
         return pausedFor + (pausedSince ? moment - *pausedSince : Duration{});
     }
     Event await() const;
-    std::optional<QImage> pixelsOf(const SharedBitmap& shared) const;
+    std::optional<BitmapWithCopy> bitmapOf(const SharedBitmap& shared, QSize copy) const;
     DecodedPicture receive(quint64 id, const DecodeRequest& request) const;
 
     std::shared_ptr<PictureMemory> memory; // that a lost process may still write into
@@ -147,12 +146,17 @@ DecoderProcess::State::Event DecoderProcess::State::await() const
     }
 }
 
-std::optional<QImage> DecoderProcess::State::pixelsOf(const SharedBitmap& shared) const
+std::optional<BitmapWithCopy> DecoderProcess::State::bitmapOf(const SharedBitmap& shared, QSize copy) const
 {
     if (shared.memory.isOpen()) {
-        return mapSealed(shared.memory, shared.layout);
+        return mapSealedWithCopy(shared.memory, shared.layout, copy);
     }
-    return memory ? PictureMemory::image(memory, shared.layout) : std::nullopt;
+    auto pixels = memory ? PictureMemory::image(memory, shared.layout) : std::nullopt;
+    auto behind = pixels && !copy.isEmpty() ? PictureMemory::imageBehind(memory, shared.layout, copy) : QImage();
+    if (!pixels || !behind) {
+        return std::nullopt;
+    }
+    return BitmapWithCopy{*std::move(pixels), *std::move(behind)};
 }
 
 DecodedPicture DecoderProcess::State::receive(quint64 id, const DecodeRequest& request) const
@@ -165,18 +169,12 @@ DecodedPicture DecoderProcess::State::receive(quint64 id, const DecodeRequest& r
     DecodedPicture picture = std::move(answer.picture);
     picture.pixels = {};
     if (answer.pixels) {
-        auto pixels = pixelsOf(*answer.pixels);
-        if (!pixels || pixels->isNull()) {
+        auto bitmap = bitmapOf(*answer.pixels, answer.reducedSize);
+        if (!bitmap) {
             return DecodedPicture::failed(DecodeError::DecoderLost);
         }
-        picture.pixels = *std::move(pixels);
-    }
-    if (!answer.reducedSize.isEmpty() && memory) {
-        auto reduced = PictureMemory::imageBehind(memory, answer.pixels->layout, answer.reducedSize);
-        if (!reduced) {
-            return DecodedPicture::failed(DecodeError::DecoderLost);
-        }
-        picture.reduced = *std::move(reduced);
+        picture.pixels = std::move(bitmap->pixels);
+        picture.reduced = std::move(bitmap->copy);
     }
     return picture;
 }

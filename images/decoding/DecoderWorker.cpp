@@ -20,13 +20,10 @@ struct ThreadDecode
 };
 
 // What a picture like this one takes, with a copy of it behind.
-qint64 roomFor(const DecodeRequest& request, const QImage& picture)
+qint64 roomFor(const DecodeRequest& request, const DecodedPicture& picture)
 {
-    qint64 copy = 0;
-    for (const auto& reduction : request.reductions) {
-        copy = std::max(copy, qint64(reduction.to.width()) * reduction.to.height() * 4);
-    }
-    return placeBehind(picture.sizeInBytes()) + copy;
+    const QSize copy = request.frame.reductionOf(picture.size, picture.pixels.size());
+    return placeBehind(picture.pixels.sizeInBytes()) + (copy.isEmpty() ? 0 : qint64(copy.width()) * copy.height() * 4);
 }
 
 // A picture that has just been decoded comes on the screen in a moment, and lets go of the oldest one: waiting for its
@@ -149,7 +146,7 @@ DecodedPicture DecoderWorker::decodeBy(DecoderKind kind, PoolJob& job, const std
         picture = process->decode(opened->file, job.request, std::move(memory));
         mPool.detach(job);
         if (mayBeLarge && !picture.pixels.isNull()) {
-            mPool.memories()->noteSize(roomFor(job.request, picture.pixels));
+            mPool.memories()->noteSize(roomFor(job.request, picture));
         }
     }
     if (process->isUsable()) {

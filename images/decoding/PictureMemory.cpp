@@ -101,7 +101,8 @@ std::optional<QImage> PictureMemory::imageAt(
     }
     // What cannot be brought in now would end the process when it is looked at. Older kernels do not know the question.
     if (place + *bytes > memory->mPopulated) {
-        if (madvise(memory->mStart, place + *bytes, MADV_POPULATE_READ) != 0 && errno != EINVAL) {
+        if (!hasPages(memory->descriptor(), place + *bytes)
+            && madvise(memory->mStart, place + *bytes, MADV_POPULATE_READ) != 0 && errno != EINVAL) {
             return std::nullopt;
         }
         memory->mPopulated = place + *bytes;
@@ -132,11 +133,14 @@ std::shared_ptr<PictureMemory> PictureMemoryStore::take(Duration patience)
     {
         std::unique_lock lock(mMutex);
         wanted = std::min(*std::max_element(mSizes.begin(), mSizes.end()), 2 * mostPixelsHeld * bytesPerPixel);
-        if (mIsClosed || wanted < leastBytes) {
+        if (wanted < leastBytes) {
             return nullptr;
         }
         if (mGoesRound) {
             mCameBack.wait_for(lock, patience, [&] { return !mSpares.empty() || mIsClosed; });
+        }
+        if (mIsClosed) {
+            return nullptr;
         }
         if (!mSpares.empty()) {
             spare = std::move(mSpares.back().memory);

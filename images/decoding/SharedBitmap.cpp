@@ -1,6 +1,7 @@
 #include "SharedBitmap.h"
 
 #include "Limits.h"
+#include "TargetMemory.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -63,10 +64,10 @@ void unmapAll(Mapping mapping)
 
 // Giving the pages of a photograph back takes longer than a frame of an animation, and the last image is often dropped
 // on the main thread.
-void unmapInBackground(void* info)
+void unmapInBackground(const Mapping* info)
 {
     constexpr size_t quickLength = size_t(1) << 20;
-    const std::unique_ptr<Mapping> mapping(static_cast<Mapping*>(info));
+    const std::unique_ptr<const Mapping> mapping(info);
     try {
         if (mapping->length > quickLength) {
             std::thread(unmapAll, *mapping).detach();
@@ -75,6 +76,27 @@ void unmapInBackground(void* info)
     } catch (const std::system_error&) { // NOLINT(bugprone-empty-catch): without a thread, it is done here
     }
     unmapAll(*mapping);
+}
+
+using SharedMapping = std::shared_ptr<const Mapping>;
+
+// It shares the mapping.
+QImage imageIn(const SharedMapping& mapping, qint64 place, const BitmapLayout& layout)
+{
+    auto owner = std::make_unique<SharedMapping>(mapping);
+    const uchar* const pixels = mapping->start + place;
+    QImage image(
+        pixels, layout.width, layout.height, qsizetype(layout.bytesPerLine), QImage::Format(layout.format),
+        [](void* info) { delete static_cast<SharedMapping*>(info); }, owner.get());
+    if (!image.isNull()) {
+        static_cast<void>(owner.release()); // the image deletes it
+    }
+    return image;
+}
+
+BitmapLayout layoutOfCopy(QSize size, const BitmapLayout& original)
+{
+    return {size.width(), size.height(), size.width() * bytesPerPixel, original.format};
 }
 
 } // namespace
@@ -101,13 +123,11 @@ BitmapLayout layoutOf(const QImage& image)
     return {image.width(), image.height(), image.bytesPerLine(), qint32(image.format())};
 }
 
-bool writePixels(const QImage& image, const FileDescriptor& memory)
+bool writeBytes(const uchar* bytes, qint64 count, int memory, qint64 place)
 {
-    const uchar* const bytes = image.constBits();
-    const qsizetype count = image.sizeInBytes();
-    qsizetype written = 0;
+    qint64 written = 0;
     while (written < count) {
-        const ssize_t part = pwrite(memory.number(), bytes + written, count - written, written);
+        const ssize_t part = pwrite(memory, bytes + written, count - written, place + written);
         if (part < 0 && errno == EINTR) {
             continue;
         }
@@ -119,45 +139,74 @@ bool writePixels(const QImage& image, const FileDescriptor& memory)
     return true;
 }
 
-std::optional<SharedBitmap> sealed(const QImage& image)
+bool writePixels(const QImage& image, const FileDescriptor& memory, qint64 place)
+{
+    return writeBytes(image.constBits(), image.sizeInBytes(), memory.number(), place);
+}
+
+std::optional<SharedBitmap> sealed(const QImage& image, const QImage& copy)
 {
     if (image.isNull() || !isFormat(image.format())) {
         return std::nullopt;
     }
     // Written, not decoded into: a write takes half the time of bringing in the memory page by page, and a decoder's
     // own bitmap has large pages, which memory of this kind rarely has.
-    SharedBitmap shared{emptySharedMemory(), layoutOf(image)};
-    if (!shared.memory.isOpen() || !writePixels(image, shared.memory)
-        || fcntl(shared.memory.number(), F_ADD_SEALS, allSeals) != 0) {
+    FileDescriptor memory = emptySharedMemory();
+    return memory.isOpen() && writePixels(image, memory) ? sealedWith(std::move(memory), image, copy) : std::nullopt;
+}
+
+std::optional<SharedBitmap> sealedWith(FileDescriptor memory, const QImage& image, const QImage& copy)
+{
+    SharedBitmap shared{std::move(memory), layoutOf(image)};
+    const bool isWhole = copy.isNull() || writePixels(copy, shared.memory, placeBehind(image.sizeInBytes()));
+    if (!isWhole || fcntl(shared.memory.number(), F_ADD_SEALS, allSeals) != 0) {
         return std::nullopt;
     }
     return shared;
 }
 
+bool hasPages(int memory, qint64 bytes)
+{
+    struct stat status = {};
+    constexpr qint64 block = 512; // of the system call, whatever the file system
+    return fstat(memory, &status) == 0 && status.st_blocks * block >= bytes;
+}
+
 std::optional<QImage> mapSealed(const FileDescriptor& memory, const BitmapLayout& layout)
 {
+    auto bitmap = mapSealedWithCopy(memory, layout, {});
+    return bitmap ? std::optional(std::move(bitmap->pixels)) : std::nullopt;
+}
+
+std::optional<BitmapWithCopy> mapSealedWithCopy(const FileDescriptor& memory, const BitmapLayout& layout, QSize copy)
+{
     const auto bytes = bytesOf(layout);
-    if (!bytes || !isSealedMemory(memory, *bytes)) {
+    const auto bytesOfCopy = copy.isEmpty() ? std::optional<qint64>(0) : bytesOf(layoutOfCopy(copy, layout));
+    if (!bytes || !bytesOfCopy) {
+        return std::nullopt;
+    }
+    const qint64 length = copy.isEmpty() ? *bytes : placeBehind(*bytes) + *bytesOfCopy;
+    if (!isSealedMemory(memory, length)) {
         return std::nullopt;
     }
     // Private, because older kernels map sealed memory in no other way.
-    void* const start = mmap(nullptr, *bytes, PROT_READ, MAP_PRIVATE, memory.number(), 0);
+    void* const start = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, memory.number(), 0);
     if (start == MAP_FAILED) {
         return std::nullopt;
     }
-    auto mapping = std::make_unique<Mapping>(Mapping{static_cast<uchar*>(start), size_t(*bytes)});
+    const SharedMapping mapping(new Mapping{static_cast<uchar*>(start), size_t(length)}, unmapInBackground);
     // What cannot be brought in now would end the process when it is looked at. Older kernels do not know the question.
-    const bool isThere = madvise(start, *bytes, MADV_POPULATE_READ) == 0 || errno == EINVAL;
-    const uchar* const pixels = mapping->start;
-    QImage image = isThere ? QImage(pixels, layout.width, layout.height, qsizetype(layout.bytesPerLine),
-                       QImage::Format(layout.format), unmapInBackground, mapping.get())
-                           : QImage();
-    if (image.isNull()) {
-        unmapAll(*mapping);
+    if (!hasPages(memory.number(), length) && madvise(start, length, MADV_POPULATE_READ) != 0 && errno != EINVAL) {
         return std::nullopt;
     }
-    static_cast<void>(mapping.release()); // the image unmaps it
-    return image;
+    BitmapWithCopy bitmap{imageIn(mapping, 0, layout), {}};
+    if (!copy.isEmpty()) {
+        bitmap.copy = imageIn(mapping, placeBehind(*bytes), layoutOfCopy(copy, layout));
+    }
+    if (bitmap.pixels.isNull() || bitmap.copy.isNull() != copy.isEmpty()) {
+        return std::nullopt;
+    }
+    return bitmap;
 }
 
 } // namespace frameflow

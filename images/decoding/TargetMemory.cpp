@@ -1,6 +1,7 @@
 #include "TargetMemory.h"
 
 #include "LargeBitmap.h"
+#include "SharedBitmap.h"
 
 #include <utility>
 
@@ -12,13 +13,14 @@ thread_local TargetMemory* target = nullptr;
 
 } // namespace
 
-TargetMemory::TargetMemory(MemoryRange range) : mRange(range)
+TargetMemory::TargetMemory(MemoryRange range, int descriptor) : mRange(range), mDescriptor(descriptor)
 {
     target = this;
 }
 
 TargetMemory::~TargetMemory()
 {
+    mWriter.reset(); // it works on the memory
     target = nullptr;
 }
 
@@ -30,6 +32,16 @@ bool TargetMemory::suits(qint64 bytes) const
 bool TargetMemory::holds(const QImage& image) const
 {
     return !image.isNull() && image.constBits() == mRange.start;
+}
+
+bool TargetMemory::wasWritten(const QImage& bitmap, FileDescriptor& own)
+{
+    const std::unique_ptr<PixelWriter> writer = std::move(mWriter);
+    if (!writer || !writer->isOf(bitmap) || !writer->finish()) {
+        return false;
+    }
+    own = std::move(mOwn);
+    return true;
 }
 
 TargetMemory::Kept::Kept(bool isKept) : mWasKept(target != nullptr && target->mIsKept)
@@ -69,6 +81,28 @@ QImage targetBitmap(QSize size, QImage::Format format)
     return image;
 }
 
+PixelWriter* writerFor(const QImage& bitmap)
+{
+    // Smaller ones are written in no time.
+    constexpr qint64 leastBytes = qint64(8) << 20;
+    if (target == nullptr || target->mIsKept || target->holds(bitmap) || bitmap.sizeInBytes() < leastBytes) {
+        return nullptr;
+    }
+    target->mWriter.reset();
+    const bool isGiven = target->mDescriptor >= 0 && target->suits(bitmap.sizeInBytes());
+    target->mOwn = isGiven ? FileDescriptor() : emptySharedMemory();
+    const int memory = isGiven ? target->mDescriptor : target->mOwn.number();
+    target->mWriter = memory >= 0 ? PixelWriter::start(memory, bitmap) : nullptr;
+    return target->mWriter.get();
+}
+
+void dropWritten()
+{
+    if (target != nullptr) {
+        target->mWriter.reset();
+    }
+}
+
 qint64 placeBehind(qint64 bytes)
 {
     constexpr qint64 cacheLine = 64;
@@ -78,7 +112,7 @@ qint64 placeBehind(qint64 bytes)
 QImage bitmapBehind(const QImage& first, QSize size)
 {
     if (target == nullptr || !target->holds(first) || size.isEmpty()) {
-        return {};
+        return {size, first.format()};
     }
     const qint64 line = qint64(size.width()) * 4;
     const qint64 place = placeBehind(first.sizeInBytes());

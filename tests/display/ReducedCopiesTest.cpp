@@ -1,5 +1,6 @@
 #include "ReducedCopies.h"
 
+#include "FrameRule.h"
 #include "Pictures.h"
 #include "Reduction.h"
 

@@ -165,9 +165,11 @@ private Q_SLOTS:
     void requestsArriveWhole();
     void ofALongNameTheEndArrives();
     void memoryComesWithTheRequest();
-    void wantedCopiesArrive();
+    void theFrameArrives();
+    void framesThatMakeNoSenseAreRefused_data();
+    void framesThatMakeNoSenseAreRefused();
     void answersInGivenMemoryNeedNoDescriptor();
-    void copiesLieInGivenMemoryAlone();
+    void copiesHaveASize();
     void answersArriveWhole();
     void answersAboutMoviesArriveWhole();
     void answersAboutSoundNeedNoPixels();
@@ -246,18 +248,47 @@ void DecoderMessagesTest::memoryComesWithTheRequest()
     QVERIFY(!message.memory.isOpen());
 }
 
-void DecoderMessagesTest::wantedCopiesArrive()
+void DecoderMessagesTest::theFrameArrives()
 {
     const SocketPair pair;
     DecodeRequest request;
-    for (int i = 1; i <= 6; ++i) {
-        request.reductions.append({QSize(100 * i, 200 * i), QSize(i, 2 * i)});
-    }
+    request.frame = {QSizeF(1920.5, 1080.25), 1.5, FitMode::Fill};
     QVERIFY(sendRequest(pair.near.number(), 1, request, someFile().number()));
     RequestMessage message;
-    message.request.reductions = request.reductions;
     QCOMPARE(receiveRequest(pair.far.number(), message), MessageStatus::Received);
-    QCOMPARE(message.request.reductions, request.reductions.first(DecodeRequest::mostReductions));
+    QVERIFY(message.request.frame == request.frame);
+}
+
+void DecoderMessagesTest::framesThatMakeNoSenseAreRefused_data()
+{
+    const double infinite = std::numeric_limits<double>::infinity();
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    QTest::addColumn<QSizeF>("view");
+    QTest::addColumn<double>("pixelsPerPoint");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("makesSense");
+    QTest::newRow("no view is fine") << QSizeF() << 1.0 << int(FitMode::Stretch) << true;
+    QTest::newRow("endless width") << QSizeF(infinite, 10) << 1.0 << 0 << false;
+    QTest::newRow("height that is no number") << QSizeF(10, none) << 1.0 << 0 << false;
+    QTest::newRow("endless pixels") << QSizeF(10, 10) << infinite << 0 << false;
+    QTest::newRow("no pixels") << QSizeF(10, 10) << 0.0 << 0 << false;
+    QTest::newRow("mode before the first") << QSizeF(10, 10) << 1.0 << -1 << false;
+    QTest::newRow("mode behind the last") << QSizeF(10, 10) << 1.0 << int(FitMode::Stretch) + 1 << false;
+}
+
+void DecoderMessagesTest::framesThatMakeNoSenseAreRefused()
+{
+    QFETCH(const QSizeF, view);
+    QFETCH(const double, pixelsPerPoint);
+    QFETCH(const int, mode);
+    QFETCH(const bool, makesSense);
+    const SocketPair pair;
+    DecodeRequest request;
+    request.frame = {view, pixelsPerPoint, FitMode(mode)};
+    QVERIFY(sendRequest(pair.near.number(), 1, request, someFile().number()));
+    RequestMessage message;
+    QCOMPARE(
+        receiveRequest(pair.far.number(), message), makesSense ? MessageStatus::Received : MessageStatus::Malformed);
 }
 
 void DecoderMessagesTest::answersInGivenMemoryNeedNoDescriptor()
@@ -276,11 +307,11 @@ void DecoderMessagesTest::answersInGivenMemoryNeedNoDescriptor()
     QCOMPARE(answerStatus(bytesOf(answer), 1), MessageStatus::Malformed);
 }
 
-void DecoderMessagesTest::copiesLieInGivenMemoryAlone()
+void DecoderMessagesTest::copiesHaveASize()
 {
     AnswerMessage answer = answerWithPixels();
     answer.reducedSize = QSize(40, 24);
-    QCOMPARE(answerStatus(bytesOf(answer), 1), MessageStatus::Malformed);
+    QCOMPARE(answerStatus(bytesOf(answer), 1), MessageStatus::Received);
     answer.pixels->memory = FileDescriptor();
     QCOMPARE(answerStatus(bytesOf(answer), 0), MessageStatus::Received);
     for (const QSize size : {QSize(0, 24), QSize(40, 0), QSize(-40, -24)}) {

@@ -176,7 +176,7 @@ void DecoderProcessTest::wrongUseOfMemoryCostsTheProcess()
     QFETCH(const bool, hasMemory);
     const auto process = obedient(shortLimits());
     DecodeRequest request;
-    request.reductions = {{QSize(4000, 3000), QSize(400, 300)}};
+    request.frame = {QSizeF(400, 300), 1, FitMode::Shrink};
     const std::shared_ptr<PictureMemory> memory = hasMemory ? PictureMemory::create(memoryBytes) : nullptr;
     const DecodedPicture picture = process->decode(order(text), request, memory);
     QCOMPARE(picture.error, DecodeError::DecoderLost);

@@ -5,6 +5,7 @@
 #include "FileContents.h"
 #include "JpegDecoder.h"
 #include "PictureFiles.h"
+#include "SharedBitmap.h"
 #include "TargetMemory.h"
 
 #include <QBuffer>
@@ -14,7 +15,10 @@
 #include <QImageWriter>
 #include <QTest>
 
+#include <cstring>
 #include <vector>
+
+#include <unistd.h>
 
 using namespace frameflow;
 
@@ -22,11 +26,14 @@ namespace {
 
 constexpr QSize size(203, 117);
 
-QImage gradient()
+constexpr QSize largeSize(2048, 1056);
+constexpr qint64 largeBytes = qint64(2048) * 1056 * 4;
+
+QImage gradient(QSize pixels = size)
 {
-    QImage image(size, QImage::Format_RGB32);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
+    QImage image(pixels, QImage::Format_RGB32);
+    for (int y = 0; y < pixels.height(); ++y) {
+        for (int x = 0; x < pixels.width(); ++x) {
             image.setPixel(x, y, qRgb(x, 2 * y, (x * y) % 256));
         }
     }
@@ -63,11 +70,11 @@ constexpr qint64 bytes = qint64(203) * 117 * 4;
 constexpr QSize small(61, 35);
 constexpr qint64 smallBytes = qint64(61) * 35 * 4;
 
-DecodeRequest requestWithCopy(QSize from = size, QSize to = small)
+DecodeRequest requestWithCopy(QSizeF view = small)
 {
     DecodeRequest request;
     request.fileName = "a.jpg";
-    request.reductions = {{QSize(1, 1), QSize(1, 1)}, {from, to}};
+    request.frame = {view, 1, FitMode::Stretch};
     return request;
 }
 
@@ -98,10 +105,16 @@ private Q_SLOTS:
     void memoryThatDoesNotSuitIsLeftAlone();
     void memoryIsForOnePictureAtATime();
     void aCopyIsMadeOnTheWay();
-    void copiesOfOtherSizesAreNotMade_data();
-    void copiesOfOtherSizesAreNotMade();
-    void turnedPicturesEndInTheirMemory();
-    void convertedPicturesHaveNoOldCopy();
+    void copiesThatAreNotWantedAreNotMade_data();
+    void copiesThatAreNotWantedAreNotMade();
+    void aCopyIsMadeWithoutATargetToo();
+    void linesAreHandedOverAsTheyCome_data();
+    void linesAreHandedOverAsTheyCome();
+    void whatIsNotTheLastWordIsNotHandedOver_data();
+    void whatIsNotTheLastWordIsNotHandedOver();
+    void otherTypesHaveACopyToo();
+    void turnedPicturesEndInTheirMemoryWithTheirCopy();
+    void convertedPicturesHaveACopyInTheirNewColours();
 
 private:
     DecodedPicture decodeFile(const QByteArray& contents, const DecodeRequest& request)
@@ -276,53 +289,109 @@ void JpegTest::aCopyIsMadeOnTheWay()
     QCOMPARE(picture.reduced.constBits(), memory.room.data() + placeBehind(bytes));
 }
 
-void JpegTest::copiesOfOtherSizesAreNotMade_data()
+void JpegTest::copiesThatAreNotWantedAreNotMade_data()
 {
-    QTest::addColumn<QSize>("from");
-    QTest::addColumn<QSize>("to");
+    QTest::addColumn<QSizeF>("view");
     QTest::addColumn<qint64>("room");
     const qint64 enough = placeBehind(bytes) + smallBytes;
-    QTest::newRow("of another picture") << QSize(204, 117) << small << enough;
-    QTest::newRow("larger than the picture") << size << QSize(204, 1) << enough;
-    QTest::newRow("of no size") << size << QSize(0, 0) << enough;
-    QTest::newRow("of a negative size") << size << QSize(-1, -1) << enough;
-    QTest::newRow("without room behind the picture") << size << small << enough - 1;
+    QTest::newRow("larger than the picture") << QSizeF(204, 1) << enough;
+    QTest::newRow("as large as the picture") << QSizeF(size) << enough;
+    QTest::newRow("for no view") << QSizeF(0, 0) << enough;
+    QTest::newRow("for a view of negative size") << QSizeF(-1, -1) << enough;
+    QTest::newRow("for a view less than a pixel high") << QSizeF(61, 0.25) << enough;
+    QTest::newRow("without room behind the picture") << QSizeF(small) << enough - 1;
 }
 
-void JpegTest::copiesOfOtherSizesAreNotMade()
+void JpegTest::copiesThatAreNotWantedAreNotMade()
 {
-    QFETCH(QSize, from);
-    QFETCH(QSize, to);
+    QFETCH(QSizeF, view);
     QFETCH(qint64, room);
     Memory memory(room);
     const TargetMemory target(memory.range());
-    const DecodedPicture picture = decodeFile(encoded(gradient(), "jpeg"), requestWithCopy(from, to));
+    const DecodedPicture picture = decodeFile(encoded(gradient(), "jpeg"), requestWithCopy(view));
     QVERIFY(target.holds(picture.pixels));
     QVERIFY(picture.reduced.isNull());
 }
 
-void JpegTest::turnedPicturesEndInTheirMemory()
+void JpegTest::aCopyIsMadeWithoutATargetToo()
+{
+    const QByteArray contents = encoded(gradient(), "jpeg");
+    const DecodedPicture picture = decodeFile(contents, requestWithCopy());
+    QCOMPARE(picture.pixels, byQt(contents));
+    QCOMPARE(picture.reduced, reduced(byQt(contents), small));
+}
+
+void JpegTest::linesAreHandedOverAsTheyCome_data()
+{
+    QTest::addColumn<bool>("isGiven");
+    QTest::newRow("in memory that was given") << true;
+    QTest::newRow("in memory of its own") << false;
+}
+
+void JpegTest::linesAreHandedOverAsTheyCome()
+{
+    QFETCH(const bool, isGiven);
+    const QByteArray contents = encoded(gradient(largeSize), "jpeg");
+    const FileDescriptor given = emptySharedMemory();
+    TargetMemory target({nullptr, isGiven ? largeBytes : 0}, isGiven ? given.number() : -1);
+    const DecodedPicture picture = decodeFile(contents, requestWithCopy());
+    FileDescriptor own;
+    QVERIFY(target.wasWritten(picture.pixels, own));
+    QCOMPARE(own.isOpen(), !isGiven);
+    QByteArray written(largeBytes, '\0');
+    QCOMPARE(pread((isGiven ? given : own).number(), written.data(), written.size(), 0), ssize_t(written.size()));
+    QVERIFY(std::memcmp(written.constData(), picture.pixels.constBits(), written.size()) == 0);
+    QCOMPARE(picture.pixels, byQt(contents));
+    QVERIFY(!target.wasWritten(picture.pixels, own)); // given away
+}
+
+void JpegTest::whatIsNotTheLastWordIsNotHandedOver_data()
+{
+    QTest::addColumn<QByteArray>("contents");
+    QTest::newRow("small") << encoded(gradient(), "jpeg");
+    QTest::newRow("turned") << withExif(encoded(gradient(largeSize), "jpeg"), exifBlock(6));
+    QTest::newRow("in other colours") << withProfile(gradient(largeSize), QColorSpace(QColorSpace::DisplayP3));
+    QTest::newRow("of another type") << encoded(gradient(largeSize), "png");
+}
+
+void JpegTest::whatIsNotTheLastWordIsNotHandedOver()
+{
+    QFETCH(const QByteArray, contents);
+    TargetMemory target({});
+    const DecodedPicture picture = decodeFile(contents, requestWithCopy());
+    QCOMPARE(picture.error, DecodeError::None);
+    FileDescriptor own;
+    QVERIFY(!target.wasWritten(picture.pixels, own));
+    QVERIFY(!own.isOpen());
+}
+
+void JpegTest::otherTypesHaveACopyToo()
+{
+    const DecodedPicture picture = decodeFile(encoded(gradient(), "png"), requestWithCopy());
+    QCOMPARE(picture.reduced, reduced(picture.pixels, small));
+}
+
+void JpegTest::turnedPicturesEndInTheirMemoryWithTheirCopy()
 {
     const QImage stored = quartersPicture();
     const qint64 room = stored.sizeInBytes() + 64 + 4 * 10 * 10;
     Memory memory(room);
     const TargetMemory target(memory.range());
-    const auto picture
-        = decodeFile(withExif(encoded(stored, "jpeg"), exifBlock(6)), requestWithCopy(quartersSize, QSize(10, 10)));
+    const auto picture = decodeFile(withExif(encoded(stored, "jpeg"), exifBlock(6)), requestWithCopy(QSizeF(10, 10)));
     QCOMPARE(picture.pixels.size(), quartersSize.transposed());
     QVERIFY(target.holds(picture.pixels));
     QCOMPARE(quarters(picture.pixels, 24), uprightQuarters(6));
-    QVERIFY(picture.reduced.isNull());
+    QCOMPARE(picture.reduced, reduced(picture.pixels, QSize(10, 10)));
 }
 
-void JpegTest::convertedPicturesHaveNoOldCopy()
+void JpegTest::convertedPicturesHaveACopyInTheirNewColours()
 {
     for (const auto named : {QColorSpace::DisplayP3, QColorSpace::SRgb}) {
         Memory memory(placeBehind(bytes) + smallBytes);
         const TargetMemory target(memory.range());
         const DecodedPicture picture = decodeFile(withProfile(gradient(), QColorSpace(named)), requestWithCopy());
         QVERIFY(target.holds(picture.pixels)); // converted where it is
-        QCOMPARE(picture.reduced.isNull(), named != QColorSpace::SRgb);
+        QCOMPARE(picture.reduced, reduced(picture.pixels, small));
     }
 }
 

@@ -86,7 +86,7 @@ void MoviesAheadTest::aMovieBecomesReadyWithItsFirstFrame()
 
 void MoviesAheadTest::itsFirstFrameIsReducedToo()
 {
-    const AheadFile file{url("movie.mp4"), [](QSize) { return QSize(64, 48); }};
+    const AheadFile file{url("movie.mp4"), {QSizeF(64, 48), 1, FitMode::Stretch}};
     mReadAhead->setWanted({file});
     QVERIFY(becomesReady(file));
     const auto movie = mReadAhead->takeMovie(file.url);

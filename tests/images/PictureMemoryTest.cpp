@@ -67,6 +67,9 @@ private Q_SLOTS:
     void nothingIsTakenBeforeALargePictureCame();
     void thereIsRoomForTheLargestOfTheLastFew();
     void memoryIsUsedAgainWhenItsLastImageIsGone();
+    void memoryThatIsAboutToComeBackIsWaitedFor();
+    void memoryThatDoesNotComeBackIsMadeAnew();
+    void closingEndsTheWait();
     void onlySomeIsKept();
     void whatIsNotWantedSoonIsGivenBack();
     void memoryOfAnotherSizeIsNotUsed();
@@ -208,6 +211,47 @@ void PictureMemoryTest::memoryIsUsedAgainWhenItsLastImageIsGone()
     QVERIFY(inodeOf(*mStore->take()) != inode);
     copy = QImage();
     QCOMPARE(inodeOf(*mStore->take()), inode);
+}
+
+void PictureMemoryTest::memoryThatIsAboutToComeBackIsWaitedFor()
+{
+    mStore->noteSize(photographBytes);
+    mStore->take(); // and back at once
+    auto memory = mStore->take();
+    const ino_t inode = inodeOf(*memory);
+    std::atomic<bool> isWaiting = false;
+    ino_t taken = 0;
+    std::thread taker([&] {
+        isWaiting = true;
+        taken = inodeOf(*mStore->take(1min));
+    });
+    QTRY_VERIFY(isWaiting);
+    memory.reset();
+    taker.join();
+    QCOMPARE(taken, inode);
+}
+
+void PictureMemoryTest::memoryThatDoesNotComeBackIsMadeAnew()
+{
+    mStore->noteSize(photographBytes);
+    // Before any has come back none is waited for.
+    const auto first = mStore->take(24h);
+    auto second = mStore->take(24h);
+    second.reset();
+    const auto third = mStore->take(24h);
+    const auto fourth = mStore->take(1ms);
+    QVERIFY(fourth);
+    QVERIFY(inodeOf(*fourth) != inodeOf(*first) && inodeOf(*fourth) != inodeOf(*third));
+}
+
+void PictureMemoryTest::closingEndsTheWait()
+{
+    mStore->noteSize(photographBytes);
+    mStore->take();
+    const auto memory = mStore->take();
+    std::thread taker([&] { mStore->take(24h); });
+    mStore->close();
+    taker.join();
 }
 
 void PictureMemoryTest::onlySomeIsKept()

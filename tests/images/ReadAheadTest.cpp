@@ -3,6 +3,7 @@
 #include "DecoderPool.h"
 #include "KLImageCache.h"
 #include "PictureFiles.h"
+#include "Reduction.h"
 #include "StaysTrue.h"
 
 #include <QFile>
@@ -19,7 +20,7 @@ const QSize large(640, 480);
 
 FrameRule fixed(QSize pixels)
 {
-    return [pixels](QSize) { return pixels; };
+    return {pixels, 1, FitMode::Stretch};
 }
 
 } // namespace

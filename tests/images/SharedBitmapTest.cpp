@@ -60,6 +60,9 @@ class SharedBitmapTest : public QObject
 private Q_SLOTS:
     void pixelsArriveAsTheyWere_data();
     void pixelsArriveAsTheyWere();
+    void aCopyComesAlong();
+    void copiesThatAreNotThereAreRefused();
+    void memoryHasPagesWhereItHasBeenWritten();
     void whatIsSealedCannotBeChanged();
     void otherFormatsAreNotSealed();
     void mappedPixelsAreTheMemoryItself();
@@ -99,6 +102,44 @@ void SharedBitmapTest::pixelsArriveAsTheyWere()
     QVERIFY(mapped);
     QCOMPARE(mapped->format(), format);
     QCOMPARE(*mapped, image);
+}
+
+void SharedBitmapTest::aCopyComesAlong()
+{
+    const QImage image = quartersPicture(QSize(301, 203));
+    const QImage copy = quartersPicture(QSize(31, 21));
+    const auto shared = sealed(image, copy);
+    QVERIFY(shared);
+    auto mapped = mapSealedWithCopy(shared->memory, shared->layout, copy.size());
+    QVERIFY(mapped);
+    QCOMPARE(mapped->pixels, image);
+    mapped->pixels = QImage(); // each holds the memory
+    QCOMPARE(mapped->copy, copy);
+    const auto alone = mapSealedWithCopy(shared->memory, shared->layout, QSize());
+    QVERIFY(alone && alone->copy.isNull());
+    QCOMPARE(alone->pixels, image);
+}
+
+void SharedBitmapTest::copiesThatAreNotThereAreRefused()
+{
+    const auto shared = sealed(quartersPicture(QSize(301, 203)), quartersPicture(QSize(31, 21)));
+    QVERIFY(shared);
+    for (const QSize copy : {QSize(31, 22), QSize(1'000'000, 1'000'000), QSize(8001, 8000)}) {
+        QVERIFY(!mapSealedWithCopy(shared->memory, shared->layout, copy));
+    }
+}
+
+void SharedBitmapTest::memoryHasPagesWhereItHasBeenWritten()
+{
+    const FileDescriptor memory = emptySharedMemory();
+    constexpr qint64 bytes = qint64(1) << 20;
+    QCOMPARE(ftruncate(memory.number(), bytes), 0);
+    QVERIFY(!hasPages(memory.number(), bytes));
+    const QByteArray half(bytes / 2, 'x');
+    QVERIFY(writeBytes(reinterpret_cast<const uchar*>(half.constData()), half.size(), memory.number(), 0));
+    QVERIFY(hasPages(memory.number(), bytes / 2));
+    QVERIFY(!hasPages(memory.number(), bytes));
+    QVERIFY(!hasPages(-1, 1));
 }
 
 void SharedBitmapTest::whatIsSealedCannotBeChanged()

@@ -1,5 +1,6 @@
 #include "Decode.h"
 
+#include "AreaReduction.h"
 #include "Colour.h"
 #include "ContentType.h"
 #include "ExtraDecoders.h"
@@ -101,7 +102,22 @@ bool isTurnedByCodec(ContentType type)
     return type == ContentType::Heif || type == ContentType::JpegXl;
 }
 
-// Reduces, converts the colours and turns, each only where it is needed.
+// The one in the size that it is shown in.
+void addCopy(DecodedPicture& picture, const FrameRule& frame)
+{
+    const QSize bitmap = picture.pixels.size();
+    const QSize size = frame.reductionOf(picture.size, bitmap);
+    if (!AreaReduction::isPossible(bitmap, size)) {
+        return;
+    }
+    picture.reduced = bitmapBehind(picture.pixels, size);
+    if (!picture.reduced.isNull()) {
+        AreaReduction(bitmap, size)
+            .advance(picture.pixels.constBits(), picture.pixels.bytesPerLine(), bitmap.height(), picture.reduced);
+    }
+}
+
+// Reduces, converts the colours and turns, each only where it is needed, and makes the copy that is not there yet.
 void finish(DecodedPicture& picture, const DecodeRequest& request, const QByteArray& profile)
 {
     const QSize held = heldSize(picture.pixels.size(), request.longestSide);
@@ -113,6 +129,7 @@ void finish(DecodedPicture& picture, const DecodeRequest& request, const QByteAr
     }
     if (!isInScreenColours(picture.pixels, profile)) {
         picture.reduced = QImage();
+        dropWritten();
     }
     picture.pixels = toScreenColours(std::move(picture.pixels), profile);
     if (request.turn == Turn::Upright && picture.orientation != 1) {
@@ -127,6 +144,8 @@ void finish(DecodedPicture& picture, const DecodeRequest& request, const QByteAr
     }
     if (picture.pixels.isNull()) {
         picture = DecodedPicture::failed(DecodeError::TooLarge);
+    } else if (picture.reduced.isNull() && picture.orientation == 1) {
+        addCopy(picture, request.frame);
     }
 }
 
@@ -148,9 +167,12 @@ DecodedPicture decodeOther(
     }
     const int orientation = validOrientation(metadata.orientation);
     if (picture.pixels.isNull()) {
-        // What is still to be turned lies elsewhere before.
-        const TargetMemory::Kept kept(request.turn == Turn::Upright && orientation != 1);
-        picture = decodeByContents(contents, type, request);
+        const bool isToBeTurned = request.turn == Turn::Upright && orientation != 1;
+        // What is still to be turned lies elsewhere before, and has no copy.
+        const TargetMemory::Kept kept(isToBeTurned);
+        DecodeRequest asStored = request;
+        asStored.frame = isToBeTurned ? FrameRule() : request.frame;
+        picture = decodeByContents(contents, type, asStored);
     }
     picture.orientation = orientation;
     // Qt leaves out of PNG the profiles that it cannot apply itself.

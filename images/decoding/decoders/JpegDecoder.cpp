@@ -1,6 +1,7 @@
 #include "JpegDecoder.h"
 
 #include "AreaReduction.h"
+#include "Colour.h"
 #include "Limits.h"
 #include "TargetMemory.h"
 
@@ -117,11 +118,14 @@ private:
     jpeg_decompress_struct mState{};
 };
 
-QSize reducedSize(const DecodeRequest& request, QSize size)
+// In these colours nothing is left to be converted.
+bool isSeenAsStored(const QByteArray& profile)
 {
-    const auto found = std::find_if(request.reductions.begin(), request.reductions.end(),
-        [&](const DecodeRequest::Reduction& reduction) { return reduction.from == size; });
-    return found != request.reductions.end() && AreaReduction::isPossible(size, found->to) ? found->to : QSize();
+    QImage pixel(1, 1, QImage::Format_RGB32);
+    if (!profile.isEmpty()) {
+        pixel.setColorSpace(QColorSpace::fromIccProfile(profile));
+    }
+    return isInScreenColours(pixel, {});
 }
 
 } // namespace
@@ -145,12 +149,13 @@ std::optional<DecodedPicture> decodeJpeg(const QByteArray& contents, const Decod
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
     std::optional<AreaReduction> reduction;
-    if (const QSize reduced = reducedSize(request, size); !reduced.isEmpty()) {
+    if (const QSize reduced = request.frame.reductionOf(size, size); AreaReduction::isPossible(size, reduced)) {
         picture.reduced = bitmapBehind(picture.pixels, reduced);
         if (!picture.reduced.isNull()) {
             reduction.emplace(size, reduced);
         }
     }
+    PixelWriter* const writer = isSeenAsStored(profile) ? writerFor(picture.pixels) : nullptr;
     uchar* const bits = picture.pixels.bits();
     const qsizetype bytesPerLine = picture.pixels.bytesPerLine();
     bool isGood = decompressor.begin();
@@ -159,8 +164,12 @@ std::optional<DecodedPicture> decodeJpeg(const QByteArray& contents, const Decod
         if (isGood && reduction) {
             reduction->advance(bits, bytesPerLine, decompressor.linesRead(), picture.reduced);
         }
+        if (isGood && writer != nullptr) {
+            writer->advance(decompressor.linesRead());
+        }
     }
     if (!isGood) {
+        dropWritten();
         return DecodedPicture::failed(DecodeError::Damaged);
     }
     if (!profile.isEmpty()) {

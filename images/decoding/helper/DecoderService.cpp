@@ -34,29 +34,44 @@ void limitProcessorTime(std::chrono::seconds most)
     setitimer(ITIMER_PROF, &limit, nullptr);
 }
 
-// The pixels where the program looks for them; nothing when there is no memory.
-std::optional<SharedBitmap> shared(const QImage& pixels, const FileDescriptor& given, const TargetMemory& target)
+QSize sizeOf(const QImage& copy)
 {
-    if (target.holds(pixels) || (target.suits(pixels.sizeInBytes()) && writePixels(pixels, given))) {
-        return SharedBitmap{{}, layoutOf(pixels)};
+    return copy.isNull() ? QSize(0, 0) : copy.size();
+}
+
+// Puts the pixels and their copy where the program looks for them. The answer has none when there is no memory.
+void share(
+    AnswerMessage& answer, const QImage& pixels, const QImage& copy, const FileDescriptor& given, TargetMemory& target)
+{
+    const qint64 place = placeBehind(pixels.sizeInBytes());
+    FileDescriptor own;
+    const bool wasWritten = target.wasWritten(pixels, own);
+    answer.reducedSize = sizeOf(copy);
+    if (target.holds(pixels)) {
+        answer.pixels.emplace(SharedBitmap{{}, layoutOf(pixels)});
+    } else if (own.isOpen()) {
+        answer.pixels = sealedWith(std::move(own), pixels, copy);
+    } else if (target.suits(pixels.sizeInBytes()) && (wasWritten || writePixels(pixels, given))) {
+        answer.pixels.emplace(SharedBitmap{{}, layoutOf(pixels)});
+        const bool isBehind
+            = !copy.isNull() && target.suits(place + copy.sizeInBytes()) && writePixels(copy, given, place);
+        answer.reducedSize = isBehind ? copy.size() : QSize(0, 0);
+    } else {
+        answer.pixels = sealed(pixels, copy);
     }
-    return sealed(pixels);
 }
 
 AnswerMessage answerTo(const RequestMessage& message, GivenMemories& memories)
 {
     // Declared first: no image is to be left in it.
-    TargetMemory target(memories.lookAt(message.memory));
+    TargetMemory target(memories.lookAt(message.memory), message.memory.number());
     AnswerMessage answer;
     answer.id = message.id;
     answer.picture = decodePicture(message.file.number(), message.request);
     const QImage pixels = std::exchange(answer.picture.pixels, QImage());
     const QImage reduced = std::exchange(answer.picture.reduced, QImage());
-    if (target.holds(pixels) && !reduced.isNull()) {
-        answer.reducedSize = reduced.size();
-    }
     if (!pixels.isNull()) {
-        answer.pixels = shared(pixels, message.memory, target);
+        share(answer, pixels, reduced, message.memory, target);
         if (!answer.pixels) {
             answer.picture = DecodedPicture::failed(DecodeError::TooLarge);
         }
