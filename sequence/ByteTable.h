@@ -28,6 +28,9 @@ public:
     template <typename KeyOf>
     quint32 find(QByteArrayView key, const KeyOf& keyOf) const
     {
+        if ((mSizes & sizeBit(key)) == 0) {
+            return none;
+        }
         return mSlots[slotOf(key, keyOf)].number;
     }
 
@@ -38,6 +41,7 @@ public:
         Slot& slot = mSlots[slotOf(key, keyOf)];
         if (slot.number == none) {
             slot = {tagOf(hashOf(key)), number};
+            mSizes |= sizeBit(key);
         }
         return slot.number;
     }
@@ -49,6 +53,7 @@ private:
         quint32 number = none;
     };
 
+    static quint64 sizeBit(QByteArrayView key) { return quint64(1) << (key.size() % 64); }
     static size_t hashOf(QByteArrayView key) { return qHashBits(key.data(), key.size(), QHashSeed::globalSeed()); }
     static quint32 tagOf(size_t hash) { return static_cast<quint32>(hash >> 32); }
 
@@ -66,6 +71,7 @@ private:
     }
 
     std::vector<Slot> mSlots;
+    quint64 mSizes = 0; // of the keys; most of a table of few are told apart by them alone
 };
 
 } // namespace frameflow

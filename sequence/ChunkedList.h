@@ -79,6 +79,16 @@ public:
             }
         }
     }
+    // The same in pieces, each with the index of its first entry.
+    template <typename Visitor>
+    void forEachPiece(const Visitor& visit) const
+    {
+        for (size_t chunk = 0; chunk < mChunks.size(); ++chunk) {
+            visit(std::as_const(*mChunks[chunk].entries), beginOf(chunk));
+        }
+    }
+    // Whether it has so many more pieces than entries would fill that it is better made anew than changed.
+    bool isScattered() const { return mChunks.size() > 4 * (size() / chunkSize) + 64; }
 
 private:
     static constexpr size_t chunkSize = 512;

@@ -98,7 +98,8 @@ void Collection::run() const
     }
     if (!cancel.isCancelled()) {
         UrlList removed(UrlList::Entries(duplicates.urls.begin(), duplicates.urls.end()));
-        reports.finished(ItemList(SlideItems(collected->items)), std::move(removed));
+        const bool isFree = request.removeDuplicatesAfterwards && !duplicates.leavesOthers;
+        reports.finished(ItemList(SlideItems(collected->items)), std::move(removed), isFree);
     }
 }
 

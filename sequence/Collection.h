@@ -27,8 +27,9 @@ struct CollectionReports
     std::function<void(const FileUrl& folder)> folderBegun;
     std::function<void()> folderEnded;
     std::function<void(SlideItems&& items)> files;
-    // The whole list in its final order, and what the duplicate rule removed from it.
-    std::function<void(ItemList&& items, UrlList&& removed)> finished;
+    // The whole list in its final order, what the duplicate rule removed from it, and whether it is known that the rule
+    // would find nothing more.
+    std::function<void(ItemList&& items, UrlList&& removed, bool isFreeOfDuplicates)> finished;
 };
 
 // One collection as a value, to be run on a queue. It owns or shares all that it touches.

@@ -1,6 +1,7 @@
 #include "Duplicates.h"
 
 #include "ByteTable.h"
+#include "ItemList.h"
 
 namespace frameflow {
 
@@ -9,9 +10,9 @@ Duplicates takeDuplicates(SlideItems& items)
     Duplicates taken;
     std::vector<quint32> jpegs; // places in the list
     std::vector<quint32> others;
-    for (quint32 place = 0; place < items.size(); ++place) {
-        (items[place]->isJPG() ? jpegs : others).push_back(place);
-    }
+    forEachPath(items, [&](const SlideItemPtr& item, size_t place) {
+        (item->isJPG() ? jpegs : others).push_back(static_cast<quint32>(place));
+    });
     if (jpegs.empty() || others.empty()) {
         return taken;
     }
@@ -36,8 +37,13 @@ Duplicates takeDuplicates(SlideItems& items)
     for (quint32 other = 0; other < others.size(); ++other) {
         const quint32 first = firstOf[other];
         const SlideItemPtr& item = items[others[other]];
-        if (isTaken[first] && (first == other || item->isEqual(*items[others[first]]))) {
+        if (!isTaken[first]) {
+            continue;
+        }
+        if (first == other || item->isEqual(*items[others[first]])) {
             taken.items.push_back(item);
+        } else {
+            taken.leavesOthers = true;
         }
     }
     auto next = taken.items.begin(); // they are in the order of the list

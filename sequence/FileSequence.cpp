@@ -333,6 +333,9 @@ void FileSequence::listChanged(ListChange change)
     if (change != ListChange::Removal) {
         mOrder.reset();
     }
+    if (change == ListChange::Addition) {
+        mIsFreeOfDuplicates = false;
+    }
 }
 
 void FileSequence::noteRemoved(SlideItemPtr item)

@@ -239,7 +239,7 @@ private:
     CollectionReports reports(
         const CollectionRequest& request, std::optional<SortOrder> order, std::function<void()> finished);
     void beginCollection(const CollectionRequest& request, bool mayHoldEquals);
-    void applyResult(ItemList&& items, UrlList&& removed, std::optional<SortOrder> order);
+    void applyResult(ItemList&& items, UrlList&& removed, std::optional<SortOrder> order, bool isFreeOfDuplicates);
     void reconcile(ItemList& items) const;
     static void deliver(const std::shared_ptr<FileSequence*>& self, std::function<void(FileSequence&)> job);
     void endPending();
@@ -279,6 +279,7 @@ private:
     QList<FileUrl> mSources; // what was added since the sequence was last cleared, queued additions included
     std::optional<bool> mMayHoldEquals = false; // none: the sources have not been looked at
     std::optional<SortOrder> mOrder; // the order that the list is known to be in
+    bool mIsFreeOfDuplicates = false; // the duplicate rule is known to find nothing in the list
 
     // Counted up with every change of the list, of what it holds, and with every addition.
     quint64 mRevision = 0;

@@ -92,10 +92,10 @@ CollectionReports FileSequence::reports(
                  FileSequence& sequence) { sequence.appendItems(std::move(*shared)); });
     };
     reports.finished = [post, queue = mCollecting.queue, order, finished = std::move(finished)](
-                           ItemList&& items, UrlList&& removed) {
-        post([shared = shareOn(queue, std::move(items)), barred = shareOn(queue, std::move(removed)), order, finished](
-                 FileSequence& sequence) {
-            sequence.applyResult(std::move(*shared), std::move(*barred), order);
+                           ItemList&& items, UrlList&& removed, bool isFreeOfDuplicates) {
+        post([shared = shareOn(queue, std::move(items)), barred = shareOn(queue, std::move(removed)), order,
+                 isFreeOfDuplicates, finished](FileSequence& sequence) {
+            sequence.applyResult(std::move(*shared), std::move(*barred), order, isFreeOfDuplicates);
             if (finished) {
                 finished(); // may destroy the sequence
             }
@@ -139,7 +139,8 @@ void FileSequence::beginCollection(const CollectionRequest& request, bool mayHol
     }
 }
 
-void FileSequence::applyResult(ItemList&& items, UrlList&& removed, std::optional<SortOrder> order)
+void FileSequence::applyResult(
+    ItemList&& items, UrlList&& removed, std::optional<SortOrder> order, bool isFreeOfDuplicates)
 {
     reconcile(items);
     dispose(std::exchange(mItems, std::move(items)));
@@ -147,6 +148,7 @@ void FileSequence::applyResult(ItemList&& items, UrlList&& removed, std::optiona
     listChanged(ListChange::Addition);
     const bool sorted = order && order == sortOrder() && mCollecting.added.empty();
     mOrder = sorted && order != SortOrder::Random ? order : std::nullopt;
+    mIsFreeOfDuplicates = isFreeOfDuplicates && mCollecting.added.empty();
     endPending();
     if (order && !sorted) {
         sort();

@@ -211,6 +211,8 @@ ListState FileSequence::listState()
     state.cursor = mCurrentFileIndex;
     state.order = sortOrder();
     state.newItemsNext = mDefaults.boolValue(keys::showNewItemsASAP);
+    state.isInOrder = mOrder == state.order;
+    state.isFreeOfDuplicates = mIsFreeOfDuplicates;
     return state;
 }
 
@@ -351,6 +353,7 @@ void FileSequence::applyRescan(RescanResult& result)
     mRemovedURLs.insert(mRemovedURLs.size(), result.plan.takeDuplicateURLs());
     listChanged(ListChange::Removal);
     mOrder = order;
+    mIsFreeOfDuplicates = foundNew ? !result.plan.leavesDuplicates() : mIsFreeOfDuplicates;
     if (isMembershipKnown) {
         mWatching.membership = mMembership;
     }

@@ -38,9 +38,9 @@ size_t commonLength(std::string_view a, std::string_view b)
     return std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first - a.begin();
 }
 
-bool pathIsLess(const SlideItemPtr& a, const SlideItemPtr& b)
+bool pathIsLess(const SlideItem& a, const SlideItem& b)
 {
-    return std::is_lt(a->urlCompare(*b));
+    return std::is_lt(a.urlCompare(b));
 }
 
 bool isLess(const Entry& a, const Entry& b)
@@ -49,7 +49,7 @@ bool isLess(const Entry& a, const Entry& b)
         return a.prefix < b.prefix;
     }
     const int rest = a.rest.compare(b.rest);
-    return rest != 0 ? rest < 0 : pathIsLess(a.item, b.item);
+    return rest != 0 ? rest < 0 : pathIsLess(*a.item, *b.item);
 }
 
 // keys[i] belongs to items[i]. What all keys have in common is left out of the comparisons.
@@ -99,6 +99,13 @@ void sortByUrl(SlideItems& items)
     sortByKeys(items, keys);
 }
 
+// Items without a date are first.
+FileDate dateForOrder(const SlideItem& item)
+{
+    constexpr FileDate beforeAll{std::numeric_limits<qint64>::min(), -1};
+    return item.fileModificationDate().value_or(beforeAll);
+}
+
 void sortByDate(SlideItems& items)
 {
     struct Dated
@@ -108,13 +115,13 @@ void sortByDate(SlideItems& items)
     };
     std::vector<Dated> entries;
     entries.reserve(items.size());
-    constexpr FileDate beforeAll{std::numeric_limits<qint64>::min(), -1};
     for (auto& item : items) {
-        const auto date = item->fileModificationDate().value_or(beforeAll);
+        const auto date = dateForOrder(*item);
         entries.push_back({date, std::move(item)});
     }
-    std::sort(entries.begin(), entries.end(),
-        [](const Dated& a, const Dated& b) { return a.date != b.date ? a.date < b.date : pathIsLess(a.item, b.item); });
+    std::sort(entries.begin(), entries.end(), [](const Dated& a, const Dated& b) {
+        return a.date != b.date ? a.date < b.date : pathIsLess(*a.item, *b.item);
+    });
     std::transform(entries.begin(), entries.end(), items.begin(), [](Dated& entry) { return std::move(entry.item); });
 }
 
@@ -150,6 +157,17 @@ void sortItems(SlideItems& items, SortOrder order)
         shuffle(items);
         return;
     }
+}
+
+bool comesBefore(const SlideItem& item, const SlideItem& other, SortOrder order)
+{
+    std::weak_ordering place = std::weak_ordering::equivalent;
+    if (order == SortOrder::Name) {
+        place = item.nameCompare(other);
+    } else if (order == SortOrder::Date) {
+        place = dateForOrder(item) <=> dateForOrder(other);
+    }
+    return std::is_lt(place) || (std::is_eq(place) && pathIsLess(item, other));
 }
 
 } // namespace frameflow

@@ -21,4 +21,7 @@ SortOrder sortOrderFromSetting(const QString& setting);
 // their paths, so that the same files always make the same sequence; items without a date are first. Any thread.
 void sortItems(SlideItems& items, SortOrder order);
 
+// Whether sortItems() puts one item before the other, which it does not say of Random.
+bool comesBefore(const SlideItem& item, const SlideItem& other, SortOrder order);
+
 } // namespace frameflow

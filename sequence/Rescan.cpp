@@ -20,17 +20,16 @@ public:
     {
         mItems.reserve(list.items.size());
         mKeys.reserve(list.items.size() + list.removed.size() + list.trashed.size());
-        list.items.forEach([this](const SlideItemPtr& item, size_t) {
+        forEachPath(list.items, [this](const SlideItemPtr& item, size_t place) {
+            const auto number = static_cast<quint32>(place);
             mItems.push_back(&item);
             mKeys.emplace_back(item->mURL().path());
-        });
-        mStates.resize(mItems.size(), State::Missing);
-        for (quint32 number = 0; number < mItems.size(); ++number) {
-            const quint32 first = mTable.findOrInsert(mKeys[number], number, KeyOf{mKeys});
+            const quint32 first = mTable.findOrInsert(mKeys.back(), number, KeyOf{mKeys});
             if (first != number) {
                 mEquals.push_back({first, number});
             }
-        }
+        });
+        mStates.resize(mItems.size(), State::Missing);
         for (const UrlList* urls : {&list.removed, &list.trashed}) {
             urls->forEach([this](const FileUrl& url, size_t) { bar(url); });
         }

@@ -19,6 +19,9 @@ struct ListState
     quint64 cursor = 0;
     SortOrder order = SortOrder::Name;
     bool newItemsNext = true; // behind the current item, else into the order of all
+    // What need not be found out again.
+    bool isInOrder = false; // the whole list, by that order
+    bool isFreeOfDuplicates = false; // the duplicate rule would take nothing out of it
 };
 
 // What a walk has found against a list.
@@ -31,7 +34,8 @@ struct TreeChanges
 };
 
 // What is to be done to a list for the changes of its folder: all that costs more the longer the list is has been done
-// beforehand, on any thread.
+// beforehand, on any thread. Where only little changes in a list of which enough is known, that is one round through
+// its items at most.
 class RescanPlan
 {
 public:
@@ -44,6 +48,8 @@ public:
     // Whether the list has been brought into an order as a whole.
     bool sortsAll() const { return mFoundNew && !mNewItemsNext; }
     bool insertsItems() const { return mFoundNew && mNewItemsNext; }
+    // Whether the duplicate rule, having been applied, would find more.
+    bool leavesDuplicates() const { return mLeavesDuplicates; }
     // What the duplicate rule removes.
     UrlList takeDuplicateURLs() { return std::move(mDuplicates); }
 
@@ -51,11 +57,13 @@ public:
     ItemList apply(ItemList& items, quint64& cursor);
 
 private:
-    void planInsertion(const ListState& state, SlideItems&& remaining, SlideItems&& fresh);
-    void planOrder(const ListState& state, SlideItems&& remaining, SlideItems&& fresh);
+    void planInsertion(const ListState& state, ItemList&& remaining, SlideItems&& fresh);
+    void planOrder(const ListState& state, ItemList&& remaining, const SlideItems& fresh);
+    SlideItems duplicatesIn(const ItemList& all, const SlideItems& fresh, const ListState& state);
 
     bool mFoundNew = false;
     bool mNewItemsNext = true;
+    bool mLeavesDuplicates = false;
     std::vector<size_t> mVanished; // their places in the list, ascending
     std::vector<size_t> mDuplicatePlaces; // among those that remain, ascending; when new items come next
     ItemList mItems; // what remains, or all in their order

@@ -103,7 +103,7 @@ std::optional<TreeChanges> changesOf(
         });
     }
     TreeChanges changes;
-    list.items.forEach([&](const SlideItemPtr& item, size_t) {
+    forEachPath(list.items, [&](const SlideItemPtr& item, size_t) {
         Files::File* const file = told.find(item->mURL());
         if (file != nullptr) {
             file->isListed = true;

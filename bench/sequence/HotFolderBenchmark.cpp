@@ -147,28 +147,21 @@ struct Cost
 
 Cost rescanWithOneNewFile(WatchedTree& tree)
 {
-    std::vector<double> times;
-    std::vector<double> processorTimes;
-    for (int i = 0; i < 7; ++i) {
-        const size_t before = tree.sequence().count();
-        tree.addFiles(1);
-        processorTimes.push_back(processorTimeOf([&] { times.push_back(timed([&] { tree.rescan(); })); }));
-        require(tree.sequence().count() == before + 1, "the new file is there");
-        tree.removeFiles(1);
-        tree.rescan();
-        require(tree.sequence().count() == before, "the file has gone");
-    }
-    return {median(times), median(processorTimes)};
+    Cost cost;
+    const size_t before = tree.sequence().count();
+    tree.addFiles(1);
+    cost.processorTime = processorTimeOf([&] { cost.time = timed([&] { tree.rescan(); }); });
+    require(tree.sequence().count() == before + 1, "the new file is there");
+    tree.removeFiles(1);
+    tree.rescan();
+    require(tree.sequence().count() == before, "the file has gone");
+    return cost;
 }
 
 double processorTimeOfCollecting(UserDefaults& defaults, SerialQueue& queue, const QByteArray& root)
 {
-    std::vector<double> times;
-    for (int i = 0; i < 5; ++i) {
-        FileSequence sequence(defaults);
-        times.push_back(processorTimeOf([&] { collect(sequence, queue, root); }));
-    }
-    return median(times);
+    FileSequence sequence(defaults);
+    return processorTimeOf([&] { collect(sequence, queue, root); });
 }
 
 // Times of files are too coarse for a look to be trusted right after a change.
@@ -251,13 +244,6 @@ void benchArrival(UserDefaults& defaults, SerialQueue& queue, const QByteArray& 
     report(("new file among " + size + ", longest of five").constData(), longest, "1.3 seconds", 1300.0, 1.0);
 }
 
-void reportGrowth(const QByteArray& size, double rescans, double collections)
-{
-    std::printf("growth of a rescan's processor time to %s files|%.1f times|collecting %.1f times|%.2f|1.30\n",
-        size.constData(), rescans, collections, rescans / collections);
-    std::fflush(stdout);
-}
-
 } // namespace
 
 void HotFolderBenchmark::measure(const QByteArray& root, const char* size, double collecting)
@@ -266,14 +252,12 @@ void HotFolderBenchmark::measure(const QByteArray& root, const char* size, doubl
     StillClock clock;
     {
         WatchedTree tree(mDefaults, mQueue, clock, root);
-        const Cost rescan = rescanWithOneNewFile(tree);
-        report(("rescan " + QByteArray(size) + " files, one new").constData(), rescan.time, "collect", collecting, 1.0);
-        const double collectingCost = processorTimeOfCollecting(mDefaults, mQueue, root);
-        if (mLastRescan > 0) {
-            reportGrowth(size, rescan.processorTime / mLastRescan, collectingCost / mLastCollecting);
+        std::vector<double> times;
+        for (int i = 0; i < 7; ++i) {
+            times.push_back(rescanWithOneNewFile(tree).time);
         }
-        mLastRescan = rescan.processorTime;
-        mLastCollecting = collectingCost;
+        report(
+            ("rescan " + QByteArray(size) + " files, one new").constData(), median(times), "collect", collecting, 1.0);
     }
     {
         WatchedTree tree(mDefaults, mQueue, clock, root);
@@ -281,6 +265,26 @@ void HotFolderBenchmark::measure(const QByteArray& root, const char* size, doubl
         benchPause(tree, mDefaults, root, size);
     }
     benchArrival(mDefaults, mQueue, root, size);
+}
+
+// By turns: whatever else the machine does at the time, it does to both.
+void HotFolderBenchmark::measureGrowth(const QByteArray& smaller, const QByteArray& larger, const char* size)
+{
+    setNewItemsNext(mDefaults, true);
+    StillClock clock;
+    WatchedTree few(mDefaults, mQueue, clock, smaller);
+    WatchedTree many(mDefaults, mQueue, clock, larger);
+    std::vector<double> rescans;
+    std::vector<double> collections;
+    for (int i = 0; i < 9; ++i) {
+        const double fewRescanned = rescanWithOneNewFile(few).processorTime;
+        rescans.push_back(rescanWithOneNewFile(many).processorTime / fewRescanned);
+        const double fewCollected = processorTimeOfCollecting(mDefaults, mQueue, smaller);
+        collections.push_back(processorTimeOfCollecting(mDefaults, mQueue, larger) / fewCollected);
+    }
+    std::printf("growth of a rescan's processor time to %s files|%.1f times|collecting %.1f times|%.2f|1.30\n", size,
+        median(rescans), median(collections), median(rescans) / median(collections));
+    std::fflush(stdout);
 }
 
 } // namespace frameflow::bench

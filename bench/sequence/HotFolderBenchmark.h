@@ -14,16 +14,14 @@ class HotFolderBenchmark
 public:
     HotFolderBenchmark(UserDefaults& defaults, SerialQueue& queue) : mDefaults(defaults), mQueue(queue) { }
 
-    // On a tree of BenchTools, with the milliseconds that it takes to collect it. Trees from small to large. Leaves the
-    // tree as it was.
+    // On a tree of BenchTools, with the milliseconds that it takes to collect it. Leaves the tree as it was.
     void measure(const QByteArray& root, const char* size, double collecting);
+    // How a rescan's cost grows from one such tree to a larger one, against that of collecting.
+    void measureGrowth(const QByteArray& smaller, const QByteArray& larger, const char* size);
 
 private:
     UserDefaults& mDefaults;
     SerialQueue& mQueue;
-    // Processor time, of the tree before.
-    double mLastRescan = 0;
-    double mLastCollecting = 0;
 };
 
 } // namespace frameflow::bench

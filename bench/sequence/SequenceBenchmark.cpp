@@ -180,10 +180,12 @@ int main(int argc, char** argv)
     HotFolderBenchmark hot(defaults, queue);
     hot.measure(root + "/ten thousand", "10,000", collectingFew);
     hot.measure(root + "/hundred thousand", "100,000", collecting);
+    hot.measureGrowth(root + "/ten thousand", root + "/hundred thousand", "100,000");
     if (qEnvironmentVariableIsSet("FRAMEFLOW_BENCH_LARGE")) {
         makeTree(root + "/million", 1000000);
         const double collectingMany = benchLarge(defaults, queue, root + "/million", collecting);
         hot.measure(root + "/million", "1,000,000", collectingMany);
+        hot.measureGrowth(root + "/hundred thousand", root + "/million", "1,000,000");
     }
     return 0;
 }

@@ -189,24 +189,33 @@ void HotFolderTest::emptyFolderBeginsWithItsFirstFile()
 
 void HotFolderTest::folderThatWasAwayComesBack()
 {
-    for (int i = 1; i <= 20; ++i) {
+    add("hot/1.png", white);
+    for (int i = 2; i <= 20; ++i) {
         add("hot/" + QByteArray::number(i) + ".png", i % 2 == 0 ? green : blue);
     }
     QVERIFY(start());
+    QVERIFY(stepsThrough({green}));
     QCOMPARE(rename(mShow->folder.pathOf("hot").constData(), mShow->folder.pathOf("away").constData()), 0);
-    // A person goes on stepping, and there is nothing to step to.
-    for (int i = 0; i < 5; ++i) {
-        mShow->press(QStringLiteral("Right"));
-    }
+    // A person goes on stepping through what the program still has in memory, and then there is nothing to step to.
+    const auto seen = [this] { return mShow->server().pixel(mShow->server().bounds().center()); };
+    const auto standsStill = [&] {
+        return staysTrueFor(std::chrono::seconds(2), [&, before = seen()] {
+            mShow->press(QStringLiteral("Right"));
+            return seen() == before;
+        });
+    };
+    QVERIFY(waitFor(standsStill));
     QVERIFY(mShow->program().isRunning());
     QCOMPARE(rename(mShow->folder.pathOf("away").constData(), mShow->folder.pathOf("hot").constData()), 0);
-    QVERIFY(comesAlong(green));
-    QVERIFY(comesAlong(blue));
+    // New files are shown at once, behind the others that there are. There were none: the first of all is shown.
+    QVERIFY(mShow->waitForColour(white));
+    QVERIFY(staysTrueFor(std::chrono::seconds(2), [&] { return isOnScreen(white); }));
     QList<QColor> round;
-    for (int i = 0; i < 10; ++i) {
-        round += {green, blue};
+    for (int i = 2; i <= 20; ++i) {
+        round += i % 2 == 0 ? green : blue;
     }
     QVERIFY(stepsThrough(round));
+    QVERIFY(stepsThrough({white}));
 }
 
 void HotFolderTest::showRunsWhileFilesComeAndGo()

@@ -28,7 +28,7 @@ struct RecordedCollection
                 onFiles();
             }
         };
-        collection.reports.finished = [this](const ItemList& items, const UrlList&) {
+        collection.reports.finished = [this](const ItemList& items, const UrlList&, bool) {
             reports += '.';
             result = items.size();
         };

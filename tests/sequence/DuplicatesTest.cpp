@@ -129,6 +129,7 @@ void DuplicatesTest::ruleAgreesWithTheNaiveOne()
         const auto duplicates = takeDuplicates(items);
         QCOMPARE(textOf(duplicates.urls), textOf(naiveRemoval(twin)));
         QCOMPARE(textOf(items), textOf(twin));
+        QCOMPARE(duplicates.leavesOthers, !naiveRemoval(twin).isEmpty());
     }
 }
 

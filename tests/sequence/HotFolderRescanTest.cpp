@@ -25,6 +25,8 @@ private Q_SLOTS:
     void trashedFileMayReturnAfterAClear();
     void duplicateDoesNotReturn();
     void newDuplicatesLeave();
+    void oldDuplicatesLeaveWhenNewFilesCome();
+    void duplicatesThatACollectionLeftGoWhenNewFilesCome();
     void depthIsLimited_data();
     void depthIsLimited();
     void changedDepthCounts();
@@ -223,6 +225,40 @@ void HotFolderRescanTest::newDuplicatesLeave()
     QCOMPARE(f.delegate.newFiles, 2); // new it was
     f.rescan();
     QCOMPARE(f.delegate.newFiles, 2);
+}
+
+// What was opened as a folder among files has not been under the rule yet, and a rule applied once takes one companion
+// of each JPEG.
+void HotFolderRescanTest::oldDuplicatesLeaveWhenNewFilesCome()
+{
+    HotFixture f;
+    f.watch("a.cr2 a.jpg a.png b.jpg", "b.jpg");
+    QCOMPARE(f.names(), "a.cr2 a.jpg a.png b.jpg");
+    f.addFile("c.jpg");
+    f.rescan();
+    QCOMPARE(f.names(), "a.jpg a.png b.jpg c.jpg");
+    f.addFile("d.jpg");
+    f.rescan();
+    QCOMPARE(f.names(), "a.jpg b.jpg c.jpg d.jpg");
+    f.addFile("b.png");
+    f.rescan();
+    QCOMPARE(f.names(), "a.jpg b.jpg c.jpg d.jpg");
+    QCOMPARE(f.sequence.removedURLs().size(), 3);
+}
+
+void HotFolderRescanTest::duplicatesThatACollectionLeftGoWhenNewFilesCome()
+{
+    HotFixture f;
+    f.addFiles("a.cr2 a.jpg a.png");
+    SerialQueue queue("test");
+    CollectionRequest request{CollectionRequest::Adder::Directory, {f.hotFolder()}, true, true, true};
+    bool isFinished = false;
+    f.sequence.collect(queue, request, [&] { isFinished = true; });
+    QTRY_VERIFY(isFinished && !f.sequence.isRescanning());
+    QCOMPARE(f.names(), "a.jpg a.png");
+    f.addFile("b.jpg");
+    f.rescan();
+    QCOMPARE(f.names(), "a.jpg b.jpg");
 }
 
 void HotFolderRescanTest::depthIsLimited_data()

@@ -23,6 +23,7 @@ private Q_SLOTS:
     void insertionBehavesAsAVector();
     void copiesAreIndependent();
     void removedItemsAreReleased();
+    void scatteredListIsToldFromOthers();
 };
 
 void ItemListTest::behavesAsAVector()
@@ -92,6 +93,12 @@ void ItemListTest::insertionBehavesAsAVector()
         for (size_t i = 0; i < twin.size(); ++i) {
             QVERIFY(list.at(i) == twin[i]);
         }
+        SlideItems inPieces;
+        list.forEachPiece([&](const SlideItems& piece, size_t begin) {
+            QCOMPARE(begin, inPieces.size());
+            inPieces.insert(inPieces.end(), piece.begin(), piece.end());
+        });
+        QVERIFY(inPieces == twin);
         size_t visited = 0;
         list.forEach([&](const SlideItemPtr& one, size_t place) { visited += place == visited && one == twin[place]; });
         QCOMPARE(visited, twin.size());
@@ -154,6 +161,23 @@ void ItemListTest::removedItemsAreReleased()
     QCOMPARE(int(first->ref), 1);
     list.takeAt(0);
     QCOMPARE(int(second->ref), 1);
+}
+
+void ItemListTest::scatteredListIsToldFromOthers()
+{
+    ItemList list(SlideItems(200000, item(0)));
+    for (size_t place = 0; place < 1000; ++place) {
+        list.insert(place * 190, ItemList({item(1)}));
+    }
+    QVERIFY(!list.isScattered());
+    for (size_t place = list.size(); place > 0; --place) {
+        if (place % 256 != 0) {
+            list.takeAt(place - 1);
+        }
+    }
+    QVERIFY(list.isScattered());
+    list.assign(list.copy());
+    QVERIFY(!list.isScattered());
 }
 
 } // namespace frameflow

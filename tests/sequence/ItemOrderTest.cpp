@@ -144,6 +144,11 @@ void ItemOrderTest::sortsAgreeWithTheComparators()
     });
     sortItems(items, static_cast<SortOrder>(order));
     QCOMPARE(paths(items), paths(expected));
+    for (size_t i = 1; i < items.size(); ++i) {
+        const bool isEqual = items[i - 1]->isEqual(*items[i]);
+        QCOMPARE(comesBefore(*items[i - 1], *items[i], static_cast<SortOrder>(order)), !isEqual);
+        QVERIFY(!comesBefore(*items[i], *items[i - 1], static_cast<SortOrder>(order)));
+    }
 }
 
 void ItemOrderTest::sameFilesMakeTheSameSequence()
@@ -168,6 +173,8 @@ void ItemOrderTest::itemsWithoutDateAreFirst()
         item("/b", -100), SlideItem::itemWithURL(FileUrl::fromPath(QByteArray("/no/such"))), item("/a", 5)};
     sortItems(items, SortOrder::Date);
     QCOMPARE(paths(items), "/no/such /b /a");
+    QVERIFY(comesBefore(*items[0], *items[1], SortOrder::Date));
+    QVERIFY(!comesBefore(*items[1], *items[0], SortOrder::Date));
 }
 
 void ItemOrderTest::namesThatAreTheBeginningOfOthers()
