@@ -1,10 +1,12 @@
 #include "OpenPanel.h"
+#include "PreferenceController.h"
 #include "PrintableText.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "SlideKeys.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QStandardPaths>
@@ -204,6 +206,21 @@ void SlideController::showAbout()
     mAbout->show();
     mAbout->raise();
     mAbout->activateWindow();
+}
+
+void SlideController::ShowPreferences()
+{
+    if (!mPreferenceController) {
+        mPreferenceController = std::make_unique<PreferenceController>(mSharedUserDefaults, mClock);
+        mPreferenceController->setDelegate(this);
+        mMainMenu.addKeysTo(mPreferenceController->window());
+        connect(mPreferenceController.get(), &PreferenceController::closed, this, [this] {
+            mActivation.windowsChange();
+            scheduleVisibilityCheck();
+        });
+    }
+    mActivation.windowsChange();
+    mPreferenceController->showWindow();
 }
 
 void SlideController::quit()
