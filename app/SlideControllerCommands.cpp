@@ -225,7 +225,8 @@ void SlideController::ShowPreferences()
 
 void SlideController::quit()
 {
-    QCoreApplication::quit();
+    // Not quit(): that asks every window to close, and gives up at the first that only hides, as the show's does.
+    QCoreApplication::exit();
 }
 
 // ---- Keys
