@@ -15,6 +15,7 @@ namespace frameflow {
 namespace {
 
 constexpr int pathRole = Qt::UserRole;
+constexpr int rowHeight = 38; // with an icon or without
 constexpr qint64 largestIcon = 4 << 20;
 constexpr size_t mostShown = 5000;
 
@@ -68,6 +69,7 @@ void ApplicationPanel::setEntries(const std::vector<Entry>& entries)
         const Application& application = entry.application;
         auto* item = new QListWidgetItem(iconOf(application), printable(application.name), mUi->list);
         item->setData(pathRole, application.path);
+        item->setSizeHint(QSize(0, rowHeight));
         if (entry.canBeChosen) {
             item->setToolTip(printable(application.path).toHtmlEscaped());
         } else {

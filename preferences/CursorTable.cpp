@@ -10,9 +10,9 @@ namespace frameflow {
 
 namespace {
 
-constexpr int tileSize = 56;
-constexpr int pictureSize = 44;
-constexpr int margin = 6;
+constexpr int tileSize = 46;
+constexpr int pictureSize = 38;
+constexpr int margin = 3;
 constexpr QRgb tileColour = 0xFF3A4150;
 
 } // namespace
@@ -68,7 +68,7 @@ void CursorPainter::paint(QPainter* painter, const QStyleOptionViewItem& option,
     row.features &= ~QStyleOptionViewItem::HasDecoration;
     QRect tile(0, 0, tileSize, tileSize);
     tile.moveTop(option.rect.top() + (option.rect.height() - tileSize) / 2);
-    tile.moveLeft(option.rect.left() + margin);
+    tile.moveLeft(option.rect.left() + 2 * margin);
     tile = QStyle::visualRect(option.direction, option.rect, tile);
     // The name, the selection and the focus as the style draws them, the name beside the picture.
     const QStyle* style = option.widget != nullptr ? option.widget->style() : QApplication::style();
@@ -88,7 +88,7 @@ void CursorPainter::paint(QPainter* painter, const QStyleOptionViewItem& option,
     const auto group = option.state.testFlag(QStyle::State_Active) ? QPalette::Active : QPalette::Inactive;
     painter->setPen(option.palette.color(group, isSelected ? QPalette::HighlightedText : QPalette::Text));
     const QRect text
-        = QStyle::visualRect(option.direction, option.rect, option.rect.adjusted(tileSize + 3 * margin, 0, -margin, 0));
+        = QStyle::visualRect(option.direction, option.rect, option.rect.adjusted(tileSize + 5 * margin, 0, -margin, 0));
     painter->drawText(text,
         static_cast<int>(QStyle::visualAlignment(option.direction, Qt::AlignLeft | Qt::AlignVCenter)),
         painter->fontMetrics().elidedText(name, Qt::ElideRight, text.width()));

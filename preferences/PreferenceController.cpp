@@ -117,15 +117,14 @@ void PreferenceController::bindControls()
 
 void PreferenceController::setupIntervalField()
 {
-    const auto explain = [this](const QString& text, QPalette::ColorRole role) {
-        mUi->intervalNote->setForegroundRole(role);
+    const auto explain = [this](const QString& text, QFont::Weight weight) {
         QFont font = mUi->intervalTitle->font();
-        font.setBold(role == QPalette::WindowText);
+        font.setWeight(weight);
         mUi->intervalNote->setFont(font);
         mUi->intervalNote->setText(text);
         mUi->slideInterval->setAccessibleDescription(text);
     };
-    const auto usual = [explain] { explain(tr("At least %1 seconds").arg(fewestSeconds), QPalette::PlaceholderText); };
+    const auto usual = [explain] { explain(tr("At least %1 seconds").arg(fewestSeconds), QFont::Normal); };
     usual();
     mUi->slideInterval->setRule(&PreferenceController::control);
     connect(mUi->slideInterval, &NumberField::settled, this, usual);
@@ -133,7 +132,7 @@ void PreferenceController::setupIntervalField()
         const bool isNumber = !text.trimmed().isEmpty() && text.trimmed().at(0).isDigit();
         explain(isNumber ? tr("A slide stays for at least %1 seconds.").arg(fewestSeconds)
                          : tr("Enter a number of seconds, at least %1.").arg(fewestSeconds),
-            QPalette::WindowText);
+            QFont::Bold);
     });
 }
 

@@ -27,6 +27,7 @@ private Q_SLOTS:
     void everyPageIsReached();
     void anApplicationPanelOpensAndCloses();
     void theWindowManagerClosesIt();
+    void aSignalEndsTheProgramWithTheWindowOpen();
     void keysOfTheShowDoNothingHere();
     void damagedSettingsOpenAllTheSame();
 
@@ -220,6 +221,14 @@ void PreferencesTest::theWindowManagerClosesIt()
     QVERIFY(open());
     press({"ctrl+q"});
     QVERIFY(mShow->program().waitForExit());
+    QCOMPARE(mShow->program().exitCode().value_or(-1), 0);
+}
+
+void PreferencesTest::aSignalEndsTheProgramWithTheWindowOpen()
+{
+    QVERIFY(start());
+    QVERIFY(open());
+    mShow->program().end();
     QCOMPARE(mShow->program().exitCode().value_or(-1), 0);
 }
 
