@@ -9,6 +9,7 @@
 #include "KLLayerView.h"
 #include "MainMenu.h"
 #include "OpenPanel.h"
+#include "PreferenceDelegate.h"
 #include "SerialQueue.h"
 #include "SlideKeys.h"
 #include "SlideLabel.h"
@@ -27,11 +28,15 @@ class QMessageBox;
 namespace frameflow {
 
 class ChooseScreenWindow;
+class PreferenceController;
 class StartWindow;
 
 // The one controller of the program: it owns the sequence, the windows, the timer and the background queue, and
 // translates between them. Main thread only.
-class SlideController final : public QObject, public FileSequenceDelegate, public KLImageDisplayDelegate
+class SlideController final : public QObject,
+                              public FileSequenceDelegate,
+                              public KLImageDisplayDelegate,
+                              public PreferenceDelegate
 {
     Q_OBJECT
 
@@ -98,10 +103,11 @@ public:
     void Stretch();
     void trashSlide();
     void shuffle();
-    void sortOrderChanged();
+    void sortOrderChanged() override;
     void keyDown(QKeyEvent* event);
     void updateInfoDisplayForURL(const FileUrl& url);
     void showAbout();
+    void ShowPreferences();
     void quit();
 
     // What a person would see, for tests and for the parts of the program that report it.
@@ -113,6 +119,8 @@ public:
     KLLayerView* slideView() const { return mFullScreenView; }
     StartWindow* startWindow() const { return mStartWindow.get(); }
     ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
+    // Null until the preferences have been shown.
+    PreferenceController* preferenceController() const { return mPreferenceController.get(); }
     OpenPanel* openPanel() const { return mOpenPanel; }
     // The path or name over the slide; null while there is none.
     SlideLabel* label() const { return mLabel; }
@@ -234,6 +242,7 @@ private:
 
     std::unique_ptr<StartWindow> mStartWindow;
     std::unique_ptr<ChooseScreenWindow> mChooseScreenWindow;
+    std::unique_ptr<PreferenceController> mPreferenceController;
     QPointer<OpenPanel> mOpenPanel;
     QPointer<QMessageBox> mAbout;
     std::unique_ptr<SlideWindow> mScreenWindow;

@@ -1,10 +1,12 @@
 #include "OpenPanel.h"
+#include "PreferenceController.h"
 #include "PrintableText.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "SlideKeys.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QStandardPaths>
@@ -206,9 +208,25 @@ void SlideController::showAbout()
     mAbout->activateWindow();
 }
 
+void SlideController::ShowPreferences()
+{
+    if (!mPreferenceController) {
+        mPreferenceController = std::make_unique<PreferenceController>(mSharedUserDefaults, mClock);
+        mPreferenceController->setDelegate(this);
+        mMainMenu.addKeysTo(mPreferenceController->window());
+        connect(mPreferenceController.get(), &PreferenceController::closed, this, [this] {
+            mActivation.windowsChange();
+            scheduleVisibilityCheck();
+        });
+    }
+    mActivation.windowsChange();
+    mPreferenceController->showWindow();
+}
+
 void SlideController::quit()
 {
-    QCoreApplication::quit();
+    // Not quit(): that asks every window to close, and gives up at the first that only hides, as the show's does.
+    QCoreApplication::exit();
 }
 
 // ---- Keys

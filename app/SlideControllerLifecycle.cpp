@@ -3,6 +3,7 @@
 #include "KLThumbnailCache.h"
 #include "MainThread.h"
 #include "OpenPanel.h"
+#include "PreferenceController.h"
 #include "PropertyList.h"
 #include "ReadAhead.h"
 #include "RectText.h"
@@ -52,6 +53,7 @@ SlideController::~SlideController()
     cancelWait();
     delete mOpenPanel;
     delete mAbout;
+    mPreferenceController.reset();
     forgetMovie();
     detachScreenWindow().reset(); // with what draws a movie on it, which the player library waits for
     KLImageCache::purge();

@@ -80,7 +80,8 @@ int main(int argc, char** argv)
     QLoggingCategory::setFilterRules(QStringLiteral("qt.gui.imageio*=false\nqt.svg*=false"));
 
     QSocketNotifier ending(endingSignals, QSocketNotifier::Read);
-    QObject::connect(&ending, &QSocketNotifier::activated, &application, &QApplication::quit);
+    // Not quit(), which an open window can refuse.
+    QObject::connect(&ending, &QSocketNotifier::activated, &application, [] { QCoreApplication::exit(); });
 
     SystemClock clock;
     UserDefaults defaults(UserDefaults::standardFilePath());
