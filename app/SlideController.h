@@ -6,6 +6,7 @@
 #include "Clock.h"
 #include "DisplaySleep.h"
 #include "FileSequence.h"
+#include "KLImageGridDelegate.h"
 #include "KLLayerView.h"
 #include "MainMenu.h"
 #include "OpenPanel.h"
@@ -27,11 +28,15 @@ class QMessageBox;
 namespace frameflow {
 
 class ChooseScreenWindow;
+class KLGridWindowController;
 class StartWindow;
 
 // The one controller of the program: it owns the sequence, the windows, the timer and the background queue, and
 // translates between them. Main thread only.
-class SlideController final : public QObject, public FileSequenceDelegate, public KLImageDisplayDelegate
+class SlideController final : public QObject,
+                              public FileSequenceDelegate,
+                              public KLImageDisplayDelegate,
+                              public KLImageGridDelegate
 {
     Q_OBJECT
 
@@ -53,6 +58,8 @@ public:
     void ChangeScreen();
     void ShowWelcomeScreen();
     void ShowHintScreen();
+    void ShowGridScreen();
+    void gotoImageIndex(size_t index) override;
     void goFullScreen(QScreen* screen);
     void exitFullScreen();
     void WindowMode();
@@ -113,6 +120,8 @@ public:
     KLLayerView* slideView() const { return mFullScreenView; }
     StartWindow* startWindow() const { return mStartWindow.get(); }
     ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
+    // Null until the thumbnails have been shown for the first time.
+    KLGridWindowController* gridController() const { return mGridController.get(); }
     OpenPanel* openPanel() const { return mOpenPanel; }
     // The path or name over the slide; null while there is none.
     SlideLabel* label() const { return mLabel; }
@@ -202,6 +211,14 @@ private:
     void viewResized();
     void reloadIfChanged(const KLImagePtr& image);
 
+    void makeGrid();
+    void hideGrid();
+    // The columns anew, and the cells.
+    void refitGrid();
+    // What may have changed in the sequence, or the current slide, reaches the thumbnails.
+    void updateGrid();
+    void goToFile(const FileUrl& url, size_t index);
+
     void collect(CollectionRequest::Adder adder, const QList<FileUrl>& entries);
     void collectionFinished();
     bool hasCurrentFile() const;
@@ -271,6 +288,7 @@ private:
 
     SerialQueue mDispatchQueue;
     FileSequence mFileSequence;
+    std::unique_ptr<KLGridWindowController> mGridController;
     SerialQueue mAddQueue;
     std::unique_ptr<FileSequence> mAddSequence; // made when ads are first opened
     CancelToken mAddOpening; // of the folder that is being looked for

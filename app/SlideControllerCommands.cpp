@@ -151,6 +151,7 @@ void SlideController::trashSlide()
     if (!url.isEmpty()) {
         openImageURL(url, true);
     }
+    updateGrid();
 }
 
 void SlideController::shuffle()
@@ -158,6 +159,7 @@ void SlideController::shuffle()
     inTurn([this] {
         mFileSequence.shuffle();
         firstSlide();
+        refitGrid();
     });
 }
 
@@ -166,6 +168,7 @@ void SlideController::sortOrderChanged()
     inTurn([this] {
         mFileSequence.sort();
         firstSlide();
+        refitGrid();
     });
 }
 

@@ -1,4 +1,5 @@
 #include "ChooseScreenWindow.h"
+#include "KLGridWindowController.h"
 #include "KLImageCache.h"
 #include "KLThumbnailCache.h"
 #include "MainThread.h"
@@ -149,6 +150,7 @@ void SlideController::collectionFinished()
     }
     endEmptyShow();
     updateReadAhead();
+    updateGrid();
     scheduleVisibilityCheck();
 }
 
@@ -210,6 +212,7 @@ void SlideController::ShowWelcomeScreen()
         });
     }
     mActivation.windowsChange();
+    hideGrid();
     mStartWindow->setNothingFound(std::exchange(mNothingFound, false) ? mLastOpened : QList<FileUrl>());
     mStartWindow->show();
     mStartWindow->raise();
@@ -295,6 +298,7 @@ void SlideController::closeScreenWindow()
 void SlideController::exitFullScreen()
 {
     closeScreenWindow();
+    hideGrid();
     mWindowMode = false;
     scheduleVisibilityCheck();
 }
