@@ -168,7 +168,9 @@ void KLThumbnailView::paintEvent(QPaintEvent* /*event*/)
     painter.setPen(Qt::NoPen);
     painter.setBrush(faint);
     painter.drawRoundedRect(rect(), 6, 6);
-    painter.setPen(palette().color(QPalette::PlaceholderText));
+    QColor ink = palette().color(QPalette::Text);
+    ink.setAlphaF(0.75F);
+    painter.setPen(ink);
     const QRect inside = rect().adjusted(2 * labelMargin, 0, -2 * labelMargin, 0);
     painter.drawText(
         inside, Qt::AlignCenter | Qt::TextSingleLine, fontMetrics().elidedText(mText, Qt::ElideMiddle, inside.width()));
