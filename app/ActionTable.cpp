@@ -30,6 +30,7 @@ const std::vector<ActionRow>& actionTable()
         {"ZoomIn", {Qt::Key_Plus}, Needs::Nothing, &C::ZoomIn},
         {"ZoomOne", {Qt::CTRL | Qt::Key_0}, Needs::Nothing, &C::ZoomOne},
         {"ZoomOff", {Qt::Key_Minus}, Needs::Nothing, &C::ZoomOff},
+        {"ShowGridScreen", {Qt::CTRL | Qt::Key_T}, Needs::Nothing, &C::ShowGridScreen},
         {"ShowChooseScreen", {}, Needs::Nothing, &C::ShowChooseScreen, WhileWaiting::AtOnce},
         {"WindowMode", {Qt::CTRL | Qt::SHIFT | Qt::Key_W}, Needs::Nothing, &C::WindowMode, WhileWaiting::AtOnce},
         {"FullScreen", {Qt::Key_F11}, Needs::WindowMode, &C::FullScreen, WhileWaiting::AtOnce},

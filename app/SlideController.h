@@ -6,6 +6,7 @@
 #include "Clock.h"
 #include "DisplaySleep.h"
 #include "FileSequence.h"
+#include "KLImageGridDelegate.h"
 #include "KLLayerView.h"
 #include "MainMenu.h"
 #include "OpenPanel.h"
@@ -28,6 +29,7 @@ class QMessageBox;
 namespace frameflow {
 
 class ChooseScreenWindow;
+class KLGridWindowController;
 class PreferenceController;
 class StartWindow;
 
@@ -36,6 +38,7 @@ class StartWindow;
 class SlideController final : public QObject,
                               public FileSequenceDelegate,
                               public KLImageDisplayDelegate,
+                              public KLImageGridDelegate,
                               public PreferenceDelegate
 {
     Q_OBJECT
@@ -58,6 +61,8 @@ public:
     void ChangeScreen();
     void ShowWelcomeScreen();
     void ShowHintScreen();
+    void ShowGridScreen();
+    void gotoImageIndex(size_t index) override;
     void goFullScreen(QScreen* screen);
     void exitFullScreen();
     void WindowMode();
@@ -121,6 +126,8 @@ public:
     ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
     // Null until the preferences have been shown.
     PreferenceController* preferenceController() const { return mPreferenceController.get(); }
+    // Null until the thumbnails have been shown for the first time.
+    KLGridWindowController* gridController() const { return mGridController.get(); }
     OpenPanel* openPanel() const { return mOpenPanel; }
     // The path or name over the slide; null while there is none.
     SlideLabel* label() const { return mLabel; }
@@ -210,6 +217,14 @@ private:
     void viewResized();
     void reloadIfChanged(const KLImagePtr& image);
 
+    void makeGrid();
+    void hideGrid();
+    // The columns anew, and the cells.
+    void refitGrid();
+    // What may have changed in the sequence, or the current slide, reaches the thumbnails.
+    void updateGrid();
+    void goToFile(const FileUrl& url, size_t index);
+
     void collect(CollectionRequest::Adder adder, const QList<FileUrl>& entries);
     void collectionFinished();
     bool hasCurrentFile() const;
@@ -280,6 +295,7 @@ private:
 
     SerialQueue mDispatchQueue;
     FileSequence mFileSequence;
+    std::unique_ptr<KLGridWindowController> mGridController;
     SerialQueue mAddQueue;
     std::unique_ptr<FileSequence> mAddSequence; // made when ads are first opened
     CancelToken mAddOpening; // of the folder that is being looked for

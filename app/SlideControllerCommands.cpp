@@ -153,6 +153,7 @@ void SlideController::trashSlide()
     if (!url.isEmpty()) {
         openImageURL(url, true);
     }
+    updateGrid();
 }
 
 void SlideController::shuffle()
@@ -160,6 +161,7 @@ void SlideController::shuffle()
     inTurn([this] {
         mFileSequence.shuffle();
         firstSlide();
+        refitGrid();
     });
 }
 
@@ -168,6 +170,7 @@ void SlideController::sortOrderChanged()
     inTurn([this] {
         mFileSequence.sort();
         firstSlide();
+        refitGrid();
     });
 }
 

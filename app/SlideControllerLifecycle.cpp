@@ -1,4 +1,5 @@
 #include "ChooseScreenWindow.h"
+#include "KLGridWindowController.h"
 #include "KLImageCache.h"
 #include "KLThumbnailCache.h"
 #include "MainThread.h"
@@ -151,6 +152,7 @@ void SlideController::collectionFinished()
     }
     endEmptyShow();
     updateReadAhead();
+    updateGrid();
     scheduleVisibilityCheck();
 }
 
@@ -212,6 +214,7 @@ void SlideController::ShowWelcomeScreen()
         });
     }
     mActivation.windowsChange();
+    hideGrid();
     mStartWindow->setNothingFound(std::exchange(mNothingFound, false) ? mLastOpened : QList<FileUrl>());
     mStartWindow->show();
     mStartWindow->raise();
@@ -297,6 +300,7 @@ void SlideController::closeScreenWindow()
 void SlideController::exitFullScreen()
 {
     closeScreenWindow();
+    hideGrid();
     mWindowMode = false;
     scheduleVisibilityCheck();
 }

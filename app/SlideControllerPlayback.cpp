@@ -285,6 +285,7 @@ void SlideController::newFilesFound()
             next();
             autoPlay();
         }
+        refitGrid();
         updateReadAhead();
     });
 }

@@ -196,6 +196,7 @@ void SlideController::slideAppeared(const Candidate& candidate)
         mFileSequence.giveWay(std::chrono::milliseconds(50));
     }
     updateReadAhead();
+    updateGrid();
 }
 
 bool SlideController::hasSlide() const
@@ -215,6 +216,7 @@ void SlideController::dropUnloadable(const Candidate& candidate)
     } else {
         sequence.stepBackAfterRemoval();
     }
+    updateGrid();
 }
 
 // ---- Waiting for it
@@ -230,12 +232,18 @@ void SlideController::inTurn(WaitingLine::Job job, WaitingLine::From from)
 }
 
 // Where what background work brings reaches the sequences.
-void SlideController::gate(WaitingLine::Job job)
+void SlideController::gate(WaitingLine::Job bringing)
 {
+    const auto job = [this, bringing = std::move(bringing), alive = std::weak_ptr(mAlive)] {
+        bringing();
+        if (alive.lock()) {
+            updateGrid();
+        }
+    };
     if (isBeginning()) {
         job(); // there is no slide yet that it could disturb, and the order may be known before there is one
     } else {
-        inTurn(std::move(job), WaitingLine::From::Sequence);
+        inTurn(job, WaitingLine::From::Sequence);
     }
 }
 

@@ -24,6 +24,7 @@ public:
     }
 
     void setWanted(const std::vector<FileUrl>& files);
+    void forgetFailures() { mFailed.clear(); }
     void giveUp();
     bool isIdle() const { return mWaiting.empty() && mRunning.isEmpty(); }
 
@@ -127,6 +128,11 @@ ThumbnailLoader::~ThumbnailLoader()
 void ThumbnailLoader::setWanted(const std::vector<FileUrl>& files)
 {
     mState->setWanted(files);
+}
+
+void ThumbnailLoader::forgetFailures()
+{
+    mState->forgetFailures();
 }
 
 bool ThumbnailLoader::isIdle() const

@@ -27,6 +27,8 @@ public:
     // What is wanted from now on, the most urgent first. What is cached, or was found to have no thumbnail since it
     // was wanted first, is passed over; what is not among them is given up.
     void setWanted(const std::vector<FileUrl>& files);
+    // Lets those that were found to have no thumbnail be tried again when they are wanted next.
+    void forgetFailures();
     // Whether all that is wanted has arrived.
     bool isIdle() const;
 

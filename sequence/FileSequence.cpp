@@ -176,6 +176,20 @@ FileUrl FileSequence::gotoIndex(size_t index)
     return URLAtIndex(index);
 }
 
+std::optional<size_t> FileSequence::indexOf(const FileUrl& url, size_t from) const
+{
+    const size_t near = std::min(from, count());
+    for (size_t distance = 0; distance <= std::max(near, count() - near); ++distance) {
+        if (near + distance < count() && mItems.at(near + distance)->mURL() == url) {
+            return near + distance;
+        }
+        if (distance <= near && near - distance < count() && mItems.at(near - distance)->mURL() == url) {
+            return near - distance;
+        }
+    }
+    return std::nullopt;
+}
+
 FileUrl FileSequence::next()
 {
     if (mItems.isEmpty()) {

@@ -115,6 +115,10 @@ public:
     FileUrl previous();
     FileUrl URLAtIndex(size_t index) const;
     FileUrl gotoIndex(size_t index);
+    // Where that file is, looked for from the index outwards; of equal ones the nearest. Absent when it is not there.
+    std::optional<size_t> indexOf(const FileUrl& url, size_t from) const;
+    // Another number after every change of the list.
+    quint64 revision() const { return mRevision; }
     FileUrl atOffset(qint64 offset) const;
     void rewind();
     void sort();

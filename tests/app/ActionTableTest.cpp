@@ -54,7 +54,7 @@ private Q_SLOTS:
         }
         QTest::newRow("FullScreen") << QStringLiteral("FullScreen") << false << false << true;
         for (const char* id : {"ShrinkToFit", "ZoomToFit", "FillScreen", "Stretch", "WindowMode", "openMenu", "cancel",
-                 "shuffle", "ShowChooseScreen", "quit", "AboutFrameflow", "ShowPreferences"}) {
+                 "shuffle", "ShowGridScreen", "ShowChooseScreen", "quit", "AboutFrameflow", "ShowPreferences"}) {
             QTest::newRow(id) << QString::fromLatin1(id) << true << true << true;
         }
     }

@@ -177,6 +177,11 @@ bool XServer::isFullScreen(WindowId window) const
     return hasState(window, "_NET_WM_STATE_FULLSCREEN");
 }
 
+bool XServer::isMaximised(WindowId window) const
+{
+    return hasState(window, "_NET_WM_STATE_MAXIMIZED_VERT") && hasState(window, "_NET_WM_STATE_MAXIMIZED_HORZ");
+}
+
 bool XServer::isMinimised(WindowId window) const
 {
     return hasState(window, "_NET_WM_STATE_HIDDEN");
@@ -237,6 +242,14 @@ void XServer::minimise(WindowId window) const
 {
     constexpr quint32 iconic = 3;
     sendToWindowManager(window, "WM_CHANGE_STATE", {iconic});
+}
+
+void XServer::unmaximise(WindowId window) const
+{
+    constexpr quint32 remove = 0;
+    constexpr quint32 fromPager = 2;
+    sendToWindowManager(window, "_NET_WM_STATE",
+        {remove, atom("_NET_WM_STATE_MAXIMIZED_VERT"), atom("_NET_WM_STATE_MAXIMIZED_HORZ"), fromPager});
 }
 
 void XServer::moveTo(WindowId window, const QRect& geometry) const

@@ -52,6 +52,7 @@ public:
     bool isVisible(WindowId window) const; // mapped; it may be covered by others
     bool isFullScreen(WindowId window) const;
     bool isMinimised(WindowId window) const;
+    bool isMaximised(WindowId window) const;
     bool isActive(WindowId window) const; // has the keyboard
 
     // What is on screen there, without the mouse pointer, as Format_RGB32; null where that is outside.
@@ -62,6 +63,7 @@ public:
     void activate(WindowId window) const; // restores a minimised window
     void close(WindowId window) const;
     void minimise(WindowId window) const;
+    void unmaximise(WindowId window) const;
     void moveTo(WindowId window, const QRect& geometry) const;
 
     // Input as from the devices themselves; each call returns when the server has it. Keys are named as in X, with

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Clock.h"
+#include "ThumbnailLoader.h"
+
+#include <functional>
+#include <vector>
+
+namespace frameflow {
+
+// Decides which thumbnails are made for a grid that is scrolled: those in view at once, and when it has come to rest
+// those around it. Main thread only.
+class GridThumbnails
+{
+public:
+    // For how long the same files must have been in view before others are made ready.
+    static constexpr Duration restingTime = std::chrono::milliseconds(150);
+
+    // All outlive this. "Arrived" as ThumbnailLoader has it.
+    GridThumbnails(
+        DecoderPool& pool, Clock& clock, std::function<void(const FileUrl& url, const QImage& picture)> arrived);
+
+    // The files in view that have no picture yet, in their order, and what answers those around them when it is time to
+    // ask. What is not among them any more is given up.
+    void setVisible(std::vector<FileUrl> missing, std::function<std::vector<FileUrl>()> around);
+    void giveUp();
+    // What could not be made is tried again.
+    void forgetFailures() { mLoader.forgetFailures(); }
+    bool isIdle() const { return mLoader.isIdle() && !mRest.isActive(); }
+
+private:
+    Clock& mClock;
+    ThumbnailLoader mLoader;
+    OneShotTimer mRest;
+};
+
+} // namespace frameflow
