@@ -2,6 +2,7 @@
 
 #include "ActionTable.h"
 #include "ActivationMonitor.h"
+#include "BackgroundCheck.h"
 #include "CancelToken.h"
 #include "Clock.h"
 #include "DisplaySleep.h"
@@ -28,6 +29,7 @@ namespace frameflow {
 
 class ChooseScreenWindow;
 class StartWindow;
+class UpdateWindowController;
 
 // The one controller of the program: it owns the sequence, the windows, the timer and the background queue, and
 // translates between them. Main thread only.
@@ -37,7 +39,8 @@ class SlideController final : public QObject, public FileSequenceDelegate, publi
 
 public:
     // Both references must outlive the controller. The resource folder holds the hint picture.
-    SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder);
+    SlideController(
+        UserDefaults& defaults, Clock& clock, const QString& resourceFolder, const UpdateServer& updateServer = {});
     ~SlideController() override;
 
     // Start-up, in this order: awakeFromNib, then one of the other two.
@@ -104,6 +107,12 @@ public:
     void showAbout();
     void quit();
 
+    // Newer versions. The check that a person asks for holds everything up until the server has answered.
+    void CheckUpdate();
+    // What a check has found out: its result as checkForUpdate answers it, whether a person asked, the server's
+    // version.
+    void updateAvailable(int result, bool manual, const QString& version);
+
     // What a person would see, for tests and for the parts of the program that report it.
     FileSequence& fileSequence() { return mFileSequence; }
     // Null until ads have been opened.
@@ -114,6 +123,11 @@ public:
     StartWindow* startWindow() const { return mStartWindow.get(); }
     ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
     OpenPanel* openPanel() const { return mOpenPanel; }
+    // Null while there is none on screen.
+    QMessageBox* updateAlert() const;
+    UpdateWindowController* updateWindow() const;
+    // Whether the automatic check is waiting for its answer.
+    bool isCheckingForUpdate() const { return mUpdateCheck != nullptr; }
     // The path or name over the slide; null while there is none.
     SlideLabel* label() const { return mLabel; }
     const FileUrl& imageURL() const { return mImageURL; }
@@ -225,6 +239,11 @@ private:
     void setFitMode(const QString& mode);
     void openPanelFinished(const QList<FileUrl>& chosen, const QUrl& folder);
 
+    void checkForUpdateWhenDue();
+    void showUpdateAlert(int result);
+    void offerUpdate(const QString& version, bool manual);
+    void rememberUpdateCheck();
+
     UserDefaults& mSharedUserDefaults;
     Clock& mClock;
     const QString mResourceFolder;
@@ -236,6 +255,10 @@ private:
     std::unique_ptr<ChooseScreenWindow> mChooseScreenWindow;
     QPointer<OpenPanel> mOpenPanel;
     QPointer<QMessageBox> mAbout;
+    const UpdateServer mUpdateServer;
+    std::unique_ptr<BackgroundCheck> mUpdateCheck; // while it is under way
+    QPointer<QMessageBox> mUpdateAlert;
+    QPointer<UpdateWindowController> mUpdateWindow; // keeps itself alive
     std::unique_ptr<SlideWindow> mScreenWindow;
     KLLayerView* mFullScreenView = nullptr; // owned by mScreenWindow
     QPointer<SlideLabel> mLabel; // owned by mFullScreenView

@@ -10,6 +10,7 @@
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "StartWindow.h"
+#include "UpdateWindowController.h"
 
 #include <QApplication>
 #include <QFile>
@@ -33,9 +34,10 @@ QVariantMap defaultsFromResources()
 
 } // namespace
 
-SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder)
+SlideController::SlideController(
+    UserDefaults& defaults, Clock& clock, const QString& resourceFolder, const UpdateServer& updateServer)
     : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
-      mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }),
+      mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }), mUpdateServer(updateServer),
       mCurrentScreen(QGuiApplication::primaryScreen()), mRetry(clock), mTimer(clock), mHoldingBack(clock),
       mDisplaySleep(QStringLiteral("Viewing Slideshow")), mDispatchQueue("com.quillory.filesequence"),
       mFileSequence(defaults, clock), mAddQueue("com.quillory.addsequence")
@@ -52,6 +54,8 @@ SlideController::~SlideController()
     cancelWait();
     delete mOpenPanel;
     delete mAbout;
+    delete mUpdateAlert;
+    delete mUpdateWindow;
     forgetMovie();
     detachScreenWindow().reset(); // with what draws a movie on it, which the player library waits for
     KLImageCache::purge();
@@ -67,6 +71,7 @@ void SlideController::awakeFromNib()
     mLastSlideTime = mSharedUserDefaults.floatValue(keys::slideInterval);
     mIntervalObservation
         = mSharedUserDefaults.observe(keys::slideInterval, [this](const QString&) { slideIntervalChanged(); });
+    checkForUpdateWhenDue();
     restoreScreen();
     connectActions();
     connect(qApp, &QGuiApplication::applicationStateChanged, this,

@@ -54,7 +54,7 @@ private Q_SLOTS:
         }
         QTest::newRow("FullScreen") << QStringLiteral("FullScreen") << false << false << true;
         for (const char* id : {"ShrinkToFit", "ZoomToFit", "FillScreen", "Stretch", "WindowMode", "openMenu", "cancel",
-                 "shuffle", "ShowChooseScreen", "quit", "AboutFrameflow"}) {
+                 "shuffle", "ShowChooseScreen", "quit", "AboutFrameflow", "CheckUpdate"}) {
             QTest::newRow(id) << QString::fromLatin1(id) << true << true << true;
         }
     }

@@ -48,7 +48,8 @@ void ControllerFixture::addPictures(const QList<QByteArray>& names) const
 
 SlideController& ControllerFixture::start()
 {
-    mController = std::make_unique<SlideController>(*mDefaults, clock, QString::fromUtf8(resourceFolder.path()));
+    mController
+        = std::make_unique<SlideController>(*mDefaults, clock, QString::fromUtf8(resourceFolder.path()), updateServer);
     mController->awakeFromNib();
     return *mController;
 }

@@ -57,6 +57,7 @@ public:
     TestFolder folder;
     TestFolder resourceFolder;
     ManualClock clock;
+    UpdateServer updateServer; // that the controller is made with: nobody, unless a test says otherwise
 
 private:
     bool collect(const QList<FileUrl>& files);
