@@ -10,12 +10,14 @@
 #include "KLLayerView.h"
 #include "MainMenu.h"
 #include "OpenPanel.h"
+#include "RecentFolders.h"
 #include "SerialQueue.h"
 #include "SlideKeys.h"
 #include "SlideLabel.h"
 #include "SlideWindow.h"
 #include "UserDefaults.h"
 #include "WaitingLine.h"
+#include "WelcomeController.h"
 
 #include <QPointer>
 #include <QScreen>
@@ -28,12 +30,14 @@ class QMessageBox;
 namespace frameflow {
 
 class ChooseScreenWindow;
-class StartWindow;
 class UpdateWindowController;
 
 // The one controller of the program: it owns the sequence, the windows, the timer and the background queue, and
 // translates between them. Main thread only.
-class SlideController final : public QObject, public FileSequenceDelegate, public KLImageDisplayDelegate
+class SlideController final : public QObject,
+                              public FileSequenceDelegate,
+                              public KLImageDisplayDelegate,
+                              public WelcomeControllerDelegate
 {
     Q_OBJECT
 
@@ -90,7 +94,7 @@ public:
 
     // Commands.
     void openMenu();
-    void openSelected() { openMenu(); }
+    void openSelected() override { openMenu(); }
     void cancel() { endSlideShow(); }
     void ZoomIn();
     void ZoomOne();
@@ -107,6 +111,19 @@ public:
     void showAbout();
     void quit();
 
+    // Recent folders. Nothing is remembered but a single folder.
+    void rememberRecentFolders(const QList<FileUrl>& paths);
+    void rememberRecentURLs(const QList<FileUrl>& urls);
+    void rememberRecentFolder(const FileUrl& path);
+    // Newest first. Those that are gone leave the list.
+    QList<FileUrl> recentPaths();
+    void updateRecentMenu();
+    void OpenRecentFolder(QAction* item);
+    void recentSelected(qsizetype index) override;
+    // Does nothing for an index out of range, and for a folder that is gone.
+    void openRecentFolderAtIndex(qsizetype index);
+    void ClearRecentsMenu();
+
     // Newer versions. The check that a person asks for holds everything up until the server has answered.
     void CheckUpdate();
     // What a check has found out: its result as checkForUpdate answers it, whether a person asked, the server's
@@ -120,7 +137,12 @@ public:
     MainMenu& mainMenu() { return mMainMenu; }
     SlideWindow* screenWindow() const { return mScreenWindow.get(); }
     KLLayerView* slideView() const { return mFullScreenView; }
-    StartWindow* startWindow() const { return mStartWindow.get(); }
+    // Null until it was first shown.
+    WelcomeController* welcomeController() const { return mWelcomeController.get(); }
+    // Null until there has been a list of recent folders.
+    QAction* recentsMenuItem() const { return mRecentsMenuItem; }
+    // The recent folder that is open; empty for none.
+    const FileUrl& securityScopedResourceURL() const { return mSecurityScopedResourceURL; }
     ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
     OpenPanel* openPanel() const { return mOpenPanel; }
     // Null while there is none on screen.
@@ -239,6 +261,10 @@ private:
     void setFitMode(const QString& mode);
     void openPanelFinished(const QList<FileUrl>& chosen, const QUrl& folder);
 
+    void recentFoldersChanged();
+    QStringList recentPathTexts();
+    void loadWelcomeMessage(const QList<FileUrl>& opened);
+
     void checkForUpdateWhenDue();
     void showUpdateAlert(int result);
     void offerUpdate(const QString& version, bool manual);
@@ -251,7 +277,7 @@ private:
     ActivationMonitor mActivation;
     UserDefaults::Observation mIntervalObservation;
 
-    std::unique_ptr<StartWindow> mStartWindow;
+    std::unique_ptr<WelcomeController> mWelcomeController;
     std::unique_ptr<ChooseScreenWindow> mChooseScreenWindow;
     QPointer<OpenPanel> mOpenPanel;
     QPointer<QMessageBox> mAbout;
@@ -299,6 +325,9 @@ private:
     CancelToken mAddOpening; // of the folder that is being looked for
     FileUrl mSecurityScopedAddURL;
     qint64 mAddCounter = 0; // slides since the last ad
+    RecentFolders mRecentFolders;
+    QPointer<QAction> mRecentsMenuItem; // owned by its menu
+    FileUrl mSecurityScopedResourceURL;
     QList<FileUrl> mLastOpened;
     bool mNothingFound = false; // in what was opened last
     int mPendingClears = 0;

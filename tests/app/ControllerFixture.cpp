@@ -54,6 +54,14 @@ SlideController& ControllerFixture::start()
     return *mController;
 }
 
+bool ControllerFixture::readSettingsAnew()
+{
+    mController.reset();
+    const bool isWritten = mDefaults->synchronize();
+    mDefaults = std::make_unique<UserDefaults>(QString::fromUtf8(mSettingsFolder.pathOf("frameflow.conf")));
+    return isWritten;
+}
+
 bool ControllerFixture::openFolder()
 {
     return open({folder.url()});
