@@ -16,7 +16,8 @@ QString menuText(const QMenu& menu, const QString& path)
 {
     constexpr int widest = 480;
     QString text = menu.fontMetrics().elidedText(path, Qt::ElideMiddle, widest);
-    return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
+    text.replace(QLatin1Char('&'), QStringLiteral("&&"));
+    return menu.isRightToLeft() ? readFromTheLeft(text) : text;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "AssertionFailure.h"
 #include "BoundCheckBox.h"
+#include "PrintableText.h"
 #include "SettingsKeys.h"
 #include "UserDefaults.h"
 #include "WebAddresses.h"
@@ -51,7 +52,8 @@ public:
     QVariant data(const QModelIndex& index, int role) const override
     {
         if (role == Qt::DisplayRole || role == Qt::ToolTipRole) {
-            return mController.tableView(index.row());
+            const QString path = mController.tableView(index.row());
+            return mController.window()->isRightToLeft() ? readFromTheLeft(path) : path;
         }
         return role == Qt::DecorationRole ? QVariant(mIcon) : QVariant();
     }

@@ -351,6 +351,9 @@ void WelcomeTest::theWindowFitsASmallScreenInBothDirections()
     const auto* const open = mController->window()->findChild<QWidget*>(QStringLiteral("showWelcome"));
     const auto* const store = mController->window()->findChild<QWidget*>(QStringLiteral("OpenAppStore"));
     QCOMPARE(open->x() < store->x(), direction == Qt::LeftToRight);
+    // Paths are read from the left in both.
+    const QString shown = table().model()->index(1, 0).data().toString();
+    QCOMPARE(shown, direction == Qt::LeftToRight ? QStringLiteral("/a") : QStringLiteral("\u2066/a\u2069"));
 }
 
 QTEST_MAIN(WelcomeTest)
