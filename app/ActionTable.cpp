@@ -13,6 +13,7 @@ const std::vector<ActionRow>& actionTable()
     using C = SlideController;
     static const std::vector<ActionRow> rows{
         {"AboutFrameflow", {}, Needs::Nothing, &C::showAbout, WhileWaiting::AtOnce},
+        {"CheckUpdate", {}, Needs::Nothing, &C::CheckUpdate, WhileWaiting::AtOnce},
         {"ShowPreferences", {Qt::CTRL | Qt::Key_Comma}, Needs::Nothing, &C::ShowPreferences, WhileWaiting::AtOnce},
         {"quit", {Qt::CTRL | Qt::Key_Q}, Needs::Nothing, &C::quit, WhileWaiting::AtOnce},
         {"openMenu", {Qt::CTRL | Qt::Key_O}, Needs::Nothing, &C::openMenu, WhileWaiting::AtOnce},

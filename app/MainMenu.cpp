@@ -46,6 +46,13 @@ QList<QAction*> MainMenu::actions() const
     return mForm->findChildren<QAction*>(Qt::FindDirectChildrenOnly);
 }
 
+QAction* MainMenu::insertIntoFileMenu(qsizetype index, const QString& text) const
+{
+    auto* const item = new QAction(text, mUi->mFileMenu);
+    mUi->mFileMenu->insertAction(mUi->mFileMenu->actions().value(index), item);
+    return item;
+}
+
 QMenuBar* MainMenu::makeMenuBar() const
 {
     auto* bar = new QMenuBar;

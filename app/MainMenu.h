@@ -26,6 +26,9 @@ public:
     QAction* action(const QString& id) const;
     QList<QAction*> actions() const;
 
+    // A new item, without an action of its own, before what stands at that index now, or at the end. The menu owns it.
+    QAction* insertIntoFileMenu(qsizetype index, const QString& text) const;
+
     // A new bar with all menus, owned by the caller.
     QMenuBar* makeMenuBar() const;
     // Gives a window the keys that hold everywhere (those with Control).

@@ -2,6 +2,7 @@
 
 #include "ActionTable.h"
 #include "ActivationMonitor.h"
+#include "BackgroundCheck.h"
 #include "CancelToken.h"
 #include "Clock.h"
 #include "DisplaySleep.h"
@@ -11,12 +12,14 @@
 #include "MainMenu.h"
 #include "OpenPanel.h"
 #include "PreferenceDelegate.h"
+#include "RecentFolders.h"
 #include "SerialQueue.h"
 #include "SlideKeys.h"
 #include "SlideLabel.h"
 #include "SlideWindow.h"
 #include "UserDefaults.h"
 #include "WaitingLine.h"
+#include "WelcomeController.h"
 
 #include <QPointer>
 #include <QScreen>
@@ -31,7 +34,7 @@ namespace frameflow {
 class ChooseScreenWindow;
 class KLGridWindowController;
 class PreferenceController;
-class StartWindow;
+class UpdateWindowController;
 
 // The one controller of the program: it owns the sequence, the windows, the timer and the background queue, and
 // translates between them. Main thread only.
@@ -39,13 +42,15 @@ class SlideController final : public QObject,
                               public FileSequenceDelegate,
                               public KLImageDisplayDelegate,
                               public KLImageGridDelegate,
-                              public PreferenceDelegate
+                              public PreferenceDelegate,
+                              public WelcomeControllerDelegate
 {
     Q_OBJECT
 
 public:
     // Both references must outlive the controller. The resource folder holds the hint picture.
-    SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder);
+    SlideController(
+        UserDefaults& defaults, Clock& clock, const QString& resourceFolder, const UpdateServer& updateServer = {});
     ~SlideController() override;
 
     // Start-up, in this order: awakeFromNib, then one of the other two.
@@ -97,7 +102,7 @@ public:
 
     // Commands.
     void openMenu();
-    void openSelected() { openMenu(); }
+    void openSelected() override { openMenu(); }
     void cancel() { endSlideShow(); }
     void ZoomIn();
     void ZoomOne();
@@ -115,6 +120,25 @@ public:
     void ShowPreferences();
     void quit();
 
+    // Recent folders. Nothing is remembered but a single folder.
+    void rememberRecentFolders(const QList<FileUrl>& paths);
+    void rememberRecentURLs(const QList<FileUrl>& urls);
+    void rememberRecentFolder(const FileUrl& path);
+    // Newest first. Those that are gone leave the list.
+    QList<FileUrl> recentPaths();
+    void updateRecentMenu();
+    void OpenRecentFolder(QAction* item);
+    void recentSelected(qsizetype index) override;
+    // Does nothing for an index out of range, and for a folder that is gone.
+    void openRecentFolderAtIndex(qsizetype index);
+    void ClearRecentsMenu();
+
+    // Newer versions. The check that a person asks for holds everything up until the server has answered.
+    void CheckUpdate();
+    // What a check has found out: its result as checkForUpdate answers it, whether a person asked, the server's
+    // version.
+    void updateAvailable(int result, bool manual, const QString& version);
+
     // What a person would see, for tests and for the parts of the program that report it.
     FileSequence& fileSequence() { return mFileSequence; }
     // Null until ads have been opened.
@@ -122,13 +146,23 @@ public:
     MainMenu& mainMenu() { return mMainMenu; }
     SlideWindow* screenWindow() const { return mScreenWindow.get(); }
     KLLayerView* slideView() const { return mFullScreenView; }
-    StartWindow* startWindow() const { return mStartWindow.get(); }
+    // Null until it was first shown.
+    WelcomeController* welcomeController() const { return mWelcomeController.get(); }
+    // Null until there has been a list of recent folders.
+    QAction* recentsMenuItem() const { return mRecentsMenuItem; }
+    // The recent folder that is open; empty for none.
+    const FileUrl& securityScopedResourceURL() const { return mSecurityScopedResourceURL; }
     ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
     // Null until the preferences have been shown.
     PreferenceController* preferenceController() const { return mPreferenceController.get(); }
     // Null until the thumbnails have been shown for the first time.
     KLGridWindowController* gridController() const { return mGridController.get(); }
     OpenPanel* openPanel() const { return mOpenPanel; }
+    // Null while there is none on screen.
+    QMessageBox* updateAlert() const;
+    UpdateWindowController* updateWindow() const;
+    // Whether the automatic check is waiting for its answer.
+    bool isCheckingForUpdate() const { return mUpdateCheck != nullptr; }
     // The path or name over the slide; null while there is none.
     SlideLabel* label() const { return mLabel; }
     const FileUrl& imageURL() const { return mImageURL; }
@@ -248,6 +282,15 @@ private:
     void setFitMode(const QString& mode);
     void openPanelFinished(const QList<FileUrl>& chosen, const QUrl& folder);
 
+    void recentFoldersChanged();
+    QStringList recentPathTexts();
+    void loadWelcomeMessage(const QList<FileUrl>& opened);
+
+    void checkForUpdateWhenDue();
+    void showUpdateAlert(int result);
+    void offerUpdate(const QString& version, bool manual);
+    void rememberUpdateCheck();
+
     UserDefaults& mSharedUserDefaults;
     Clock& mClock;
     const QString mResourceFolder;
@@ -255,11 +298,15 @@ private:
     ActivationMonitor mActivation;
     UserDefaults::Observation mIntervalObservation;
 
-    std::unique_ptr<StartWindow> mStartWindow;
+    std::unique_ptr<WelcomeController> mWelcomeController;
     std::unique_ptr<ChooseScreenWindow> mChooseScreenWindow;
     std::unique_ptr<PreferenceController> mPreferenceController;
     QPointer<OpenPanel> mOpenPanel;
     QPointer<QMessageBox> mAbout;
+    const UpdateServer mUpdateServer;
+    std::unique_ptr<BackgroundCheck> mUpdateCheck; // while it is under way
+    QPointer<QMessageBox> mUpdateAlert;
+    QPointer<UpdateWindowController> mUpdateWindow; // keeps itself alive
     std::unique_ptr<SlideWindow> mScreenWindow;
     KLLayerView* mFullScreenView = nullptr; // owned by mScreenWindow
     QPointer<SlideLabel> mLabel; // owned by mFullScreenView
@@ -301,6 +348,9 @@ private:
     CancelToken mAddOpening; // of the folder that is being looked for
     FileUrl mSecurityScopedAddURL;
     qint64 mAddCounter = 0; // slides since the last ad
+    RecentFolders mRecentFolders;
+    QPointer<QAction> mRecentsMenuItem; // owned by its menu
+    FileUrl mSecurityScopedResourceURL;
     QList<FileUrl> mLastOpened;
     bool mNothingFound = false; // in what was opened last
     int mPendingClears = 0;

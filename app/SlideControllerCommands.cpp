@@ -314,6 +314,7 @@ void SlideController::openPanelFinished(const QList<FileUrl>& chosen, const QUrl
     endSlideShow();
     if (!chosen.isEmpty()) {
         collect(CollectionRequest::Adder::Urls, chosen);
+        rememberRecentURLs(chosen);
     }
     mSharedUserDefaults.setValue(keys::lastUsedOpenDirectory, folder.toString(QUrl::FullyEncoded));
 }

@@ -3,6 +3,7 @@
 #include "KLImageCache.h"
 #include "KLThumbnailCache.h"
 #include "MainThread.h"
+#include "NothingFound.h"
 #include "OpenPanel.h"
 #include "PreferenceController.h"
 #include "PropertyList.h"
@@ -11,7 +12,7 @@
 #include "ScreenChoice.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
-#include "StartWindow.h"
+#include "UpdateWindowController.h"
 
 #include <QApplication>
 #include <QFile>
@@ -35,12 +36,13 @@ QVariantMap defaultsFromResources()
 
 } // namespace
 
-SlideController::SlideController(UserDefaults& defaults, Clock& clock, const QString& resourceFolder)
+SlideController::SlideController(
+    UserDefaults& defaults, Clock& clock, const QString& resourceFolder, const UpdateServer& updateServer)
     : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
-      mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }),
+      mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }), mUpdateServer(updateServer),
       mCurrentScreen(QGuiApplication::primaryScreen()), mRetry(clock), mTimer(clock), mHoldingBack(clock),
       mDisplaySleep(QStringLiteral("Viewing Slideshow")), mDispatchQueue("com.quillory.filesequence"),
-      mFileSequence(defaults, clock), mAddQueue("com.quillory.addsequence")
+      mFileSequence(defaults, clock), mAddQueue("com.quillory.addsequence"), mRecentFolders(defaults)
 {
     mFileSequence.setDelegate(this);
     mFileSequence.setGate([this](WaitingLine::Job job) { gate(std::move(job)); });
@@ -55,6 +57,11 @@ SlideController::~SlideController()
     delete mOpenPanel;
     delete mAbout;
     mPreferenceController.reset();
+    delete mUpdateAlert;
+    delete mUpdateWindow;
+    if (mRecentsMenuItem) {
+        delete mRecentsMenuItem->menu();
+    }
     forgetMovie();
     detachScreenWindow().reset(); // with what draws a movie on it, which the player library waits for
     KLImageCache::purge();
@@ -70,6 +77,10 @@ void SlideController::awakeFromNib()
     mLastSlideTime = mSharedUserDefaults.floatValue(keys::slideInterval);
     mIntervalObservation
         = mSharedUserDefaults.observe(keys::slideInterval, [this](const QString&) { slideIntervalChanged(); });
+    checkForUpdateWhenDue();
+    if (mRecentFolders.load()) {
+        updateRecentMenu();
+    }
     restoreScreen();
     connectActions();
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
@@ -80,9 +91,12 @@ void SlideController::awakeFromNib()
 void SlideController::applicationDidFinishLaunching()
 {
     mStartedByHand = true;
-    if (mFileSequence.count() == 0 && !mSharedUserDefaults.boolValue(keys::openLastUsedFolder)
-        && mSharedUserDefaults.boolValueOrTrue(keys::showWelcome)) {
-        ShowWelcomeScreen();
+    if (mFileSequence.count() == 0) {
+        if (mSharedUserDefaults.boolValue(keys::openLastUsedFolder)) {
+            openRecentFolderAtIndex(0);
+        } else if (mSharedUserDefaults.boolValueOrTrue(keys::showWelcome)) {
+            ShowWelcomeScreen();
+        }
     }
     scheduleVisibilityCheck();
 }
@@ -90,6 +104,7 @@ void SlideController::applicationDidFinishLaunching()
 void SlideController::applicationOpenFiles(const QList<FileUrl>& files)
 {
     collect(CollectionRequest::Adder::Files, files);
+    rememberRecentFolders(files);
 }
 
 void SlideController::applicationWillBecomeActive()
@@ -123,10 +138,10 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
     CollectionRequest request;
     request.adder = adder;
     request.entries = entries;
-    // What a person picked in the open panel is kept whole; what the system hands over is thinned.
-    request.sortAfterwards = request.removeDuplicatesAfterwards = adder == CollectionRequest::Adder::Files;
+    // What a person picked in the open panel is kept whole; all else is thinned, and begins anew with its first.
+    const bool showFirst = adder != CollectionRequest::Adder::Urls;
+    request.sortAfterwards = request.removeDuplicatesAfterwards = showFirst;
     mLastOpened = entries;
-    const bool showFirst = adder == CollectionRequest::Adder::Files;
     mFileSequence.collect(mDispatchQueue, request, [this, showFirst] {
         // The hint stands for the slide that it covers: it stays, and the show will begin with the first of the order.
         // So does a show that is about to begin.
@@ -144,8 +159,8 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
 void SlideController::collectionFinished()
 {
     mNothingFound = mFileSequence.count() == 0;
-    if (mStartWindow && mNothingFound) {
-        mStartWindow->setNothingFound(mLastOpened);
+    if (mWelcomeController && mNothingFound) {
+        loadWelcomeMessage(mLastOpened);
     }
     if (mAutoPlayPending) {
         inTurn([this] { startShow(); });
@@ -204,10 +219,11 @@ void SlideController::showOnChosenScreen()
 
 void SlideController::ShowWelcomeScreen()
 {
-    if (!mStartWindow) {
-        mStartWindow = std::make_unique<StartWindow>(mMainMenu);
-        connect(mStartWindow.get(), &StartWindow::openSelected, this, &SlideController::openSelected);
-        connect(mStartWindow.get(), &StartWindow::closed, this, [this] {
+    if (!mWelcomeController) {
+        mWelcomeController = std::make_unique<WelcomeController>(mSharedUserDefaults);
+        mWelcomeController->setMenuBar(mMainMenu.makeMenuBar());
+        mMainMenu.addKeysTo(mWelcomeController->window());
+        connect(mWelcomeController.get(), &WelcomeController::closed, this, [this] {
             if (!isAnyWindowVisible() && !mFileSequence.isCollecting()) {
                 quit();
             }
@@ -215,10 +231,17 @@ void SlideController::ShowWelcomeScreen()
     }
     mActivation.windowsChange();
     hideGrid();
-    mStartWindow->setNothingFound(std::exchange(mNothingFound, false) ? mLastOpened : QList<FileUrl>());
-    mStartWindow->show();
-    mStartWindow->raise();
-    mStartWindow->activateWindow();
+    mWelcomeController->loadRecents(recentPathTexts());
+    mWelcomeController->setDelegate(this);
+    loadWelcomeMessage(std::exchange(mNothingFound, false) ? mLastOpened : QList<FileUrl>());
+    mWelcomeController->showWindow();
+    mWelcomeController->loadVersionText(tr("Version %1").arg(getVersionString()));
+}
+
+void SlideController::loadWelcomeMessage(const QList<FileUrl>& opened)
+{
+    const auto [title, text, toolTip] = welcomeMessage(opened, mWelcomeController->window()->fontMetrics());
+    mWelcomeController->loadMessage(title, text, toolTip);
 }
 
 FileUrl SlideController::hintPicture() const

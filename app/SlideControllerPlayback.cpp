@@ -6,7 +6,6 @@
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "SlideTiming.h"
-#include "StartWindow.h"
 
 #include <utility>
 
@@ -231,6 +230,7 @@ void SlideController::endSlideShow()
         scheduleVisibilityCheck();
     });
     closeAddFolder();
+    mSecurityScopedResourceURL = {};
     KLImageCache::purge();
     ReadAhead::instance().purge();
     KLThumbnailCache::purge();
@@ -310,9 +310,9 @@ void SlideController::autoPlay()
     } else {
         ShowHintScreen();
     }
-    if (mStartWindow && mScreenWindow) {
+    if (mWelcomeController && mScreenWindow) {
         mActivation.windowsChange();
-        mStartWindow->hide();
+        mWelcomeController->window()->hide();
     }
     if (mSharedUserDefaults.boolValue(keys::autoStart) && !mTimerExists) {
         Play();

@@ -87,6 +87,30 @@ FileUrl renamedBeside(const FileUrl& folder, const Identity& wanted)
     return {};
 }
 
+struct Record
+{
+    Identity identity;
+    FileUrl folder;
+};
+
+std::optional<Record> readRecord(const QByteArray& bookmark)
+{
+    constexpr int numbers = 3;
+    if (bookmark.size() > longestRecord || bookmark.contains('\0')) {
+        return std::nullopt;
+    }
+    const QList<QByteArray> lines = bookmark.split('\n');
+    if (lines.size() < numbers + 2 || lines.first() != firstLine) {
+        return std::nullopt;
+    }
+    const Identity identity{lines[1].toULongLong(), lines[2].toULongLong(), lines[3].toULongLong()};
+    const QByteArray path = lines.mid(numbers + 1).join('\n');
+    if (!path.startsWith('/')) {
+        return std::nullopt;
+    }
+    return Record{identity, FileUrl::fromPath(path)};
+}
+
 } // namespace
 
 QByteArray bookmarkForFolder(const FileUrl& folder)
@@ -102,22 +126,19 @@ QByteArray bookmarkForFolder(const FileUrl& folder)
     return record + '\n' + folder.path();
 }
 
+FileUrl rememberedFolder(const QByteArray& bookmark)
+{
+    const auto record = readRecord(bookmark);
+    return record ? record->folder : FileUrl();
+}
+
 std::optional<ResolvedBookmark> resolveBookmark(const QByteArray& bookmark)
 {
-    constexpr int numbers = 3;
-    if (bookmark.size() > longestRecord || bookmark.contains('\0')) {
+    const auto record = readRecord(bookmark);
+    if (!record) {
         return std::nullopt;
     }
-    QList<QByteArray> lines = bookmark.split('\n');
-    if (lines.size() < numbers + 2 || lines.first() != firstLine) {
-        return std::nullopt;
-    }
-    const Identity remembered{lines[1].toULongLong(), lines[2].toULongLong(), lines[3].toULongLong()};
-    const QByteArray path = lines.mid(numbers + 1).join('\n');
-    if (!path.startsWith('/')) {
-        return std::nullopt;
-    }
-    const FileUrl folder = FileUrl::fromPath(path);
+    const auto& [remembered, folder] = *record;
     if (const auto now = identityOf(folder)) {
         const bool isComparable = remembered.isKnown() && now->isKnown() && now->fileSystem == remembered.fileSystem;
         return ResolvedBookmark{folder, isComparable && !now->isSameFolder(remembered)};

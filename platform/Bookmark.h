@@ -18,6 +18,9 @@ struct ResolvedBookmark
 // renamed within its parent. Empty when the path leads to no folder. May block on a file system that does not answer.
 QByteArray bookmarkForFolder(const FileUrl& folder);
 
+// Where the folder was when the bookmark was made, without a look at it; empty when the bytes are no such reference.
+FileUrl rememberedFolder(const QByteArray& bookmark);
+
 // Absent when the bytes are no such reference, or the folder is neither at its path nor, renamed, beside it. May block.
 std::optional<ResolvedBookmark> resolveBookmark(const QByteArray& bookmark);
 

@@ -12,4 +12,11 @@ QString printable(QString name)
     return name;
 }
 
+QString readFromTheLeft(const QString& path)
+{
+    constexpr QChar leftToRightIsolate(0x2066);
+    constexpr QChar endOfIsolate(0x2069);
+    return leftToRightIsolate + path + endOfIsolate;
+}
+
 } // namespace frameflow

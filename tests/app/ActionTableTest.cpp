@@ -54,7 +54,8 @@ private Q_SLOTS:
         }
         QTest::newRow("FullScreen") << QStringLiteral("FullScreen") << false << false << true;
         for (const char* id : {"ShrinkToFit", "ZoomToFit", "FillScreen", "Stretch", "WindowMode", "openMenu", "cancel",
-                 "shuffle", "ShowGridScreen", "ShowChooseScreen", "quit", "AboutFrameflow", "ShowPreferences"}) {
+                 "shuffle", "ShowGridScreen", "ShowChooseScreen", "quit", "AboutFrameflow", "CheckUpdate",
+                 "ShowPreferences"}) {
             QTest::newRow(id) << QString::fromLatin1(id) << true << true << true;
         }
     }

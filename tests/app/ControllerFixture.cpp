@@ -48,9 +48,18 @@ void ControllerFixture::addPictures(const QList<QByteArray>& names) const
 
 SlideController& ControllerFixture::start()
 {
-    mController = std::make_unique<SlideController>(*mDefaults, clock, QString::fromUtf8(resourceFolder.path()));
+    mController
+        = std::make_unique<SlideController>(*mDefaults, clock, QString::fromUtf8(resourceFolder.path()), updateServer);
     mController->awakeFromNib();
     return *mController;
+}
+
+bool ControllerFixture::readSettingsAnew()
+{
+    mController.reset();
+    const bool isWritten = mDefaults->synchronize();
+    mDefaults = std::make_unique<UserDefaults>(QString::fromUtf8(mSettingsFolder.pathOf("frameflow.conf")));
+    return isWritten;
 }
 
 bool ControllerFixture::openFolder()

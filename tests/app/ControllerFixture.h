@@ -29,6 +29,8 @@ public:
     SlideController& start();
     SlideController& controller() { return *mController; }
     void destroyController() { mController.reset(); }
+    // Ends the controller and reads the settings from their file, as the next start of the program does.
+    bool readSettingsAnew();
 
     // Hands the folder over as the system does, and waits until the collection has been applied and the show rests.
     bool openFolder();
@@ -57,6 +59,7 @@ public:
     TestFolder folder;
     TestFolder resourceFolder;
     ManualClock clock;
+    UpdateServer updateServer; // that the controller is made with: nobody, unless a test says otherwise
 
 private:
     bool collect(const QList<FileUrl>& files);

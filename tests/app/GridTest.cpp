@@ -4,7 +4,7 @@
 #include "KLThumbnailCache.h"
 #include "KLThumbnailView.h"
 #include "Presentation.h"
-#include "StartWindow.h"
+#include "WelcomeController.h"
 #include "ThumbnailTable.h"
 
 #include <QAction>
@@ -108,7 +108,7 @@ void GridTest::withoutFilesThereIsNoGrid()
     controller.ShowWelcomeScreen();
     controller.ShowGridScreen();
     QVERIFY(controller.gridController() == nullptr);
-    QCOMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("StartWindow")});
+    QCOMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("Welcome")});
 }
 
 void GridTest::aShowThatHasEndedHasNoGrid()
@@ -308,7 +308,7 @@ void GridTest::endingTheShowHidesTheGrid()
     controller.ShowGridScreen();
     QVERIFY(mFixture->trigger("cancel"));
     QVERIFY(!isGridVisible());
-    QTRY_COMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("StartWindow")});
+    QTRY_COMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("Welcome")});
     QVERIFY(controller.gridController()->isIdle());
 }
 
@@ -318,7 +318,7 @@ void GridTest::theWelcomeWindowHidesTheGrid()
     controller.ShowGridScreen();
     controller.ShowWelcomeScreen();
     QVERIFY(!isGridVisible());
-    QVERIFY(controller.startWindow()->isVisible());
+    QVERIFY(controller.welcomeController()->window()->isVisible());
 }
 
 void GridTest::closingTheGridLeavesTheShow()

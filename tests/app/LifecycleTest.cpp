@@ -2,7 +2,6 @@
 #include "ControllerFixture.h"
 #include "OpenPanel.h"
 #include "RectText.h"
-#include "StartWindow.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -79,7 +78,7 @@ private:
 
     bool mOpened = false;
     std::unique_ptr<ControllerFixture> mFixture;
-    const QStringList mStartOnly{QStringLiteral("StartWindow")};
+    const QStringList mStartOnly{QStringLiteral("Welcome")};
     const QStringList mSlideOnly{QStringLiteral("SlideWindow")};
 };
 
@@ -105,7 +104,7 @@ void LifecycleTest::launchedWithoutFilesTheWelcomeIsShown()
 {
     mFixture->start().applicationDidFinishLaunching();
     QCOMPARE(windows(), mStartOnly);
-    const auto* title = mFixture->controller().startWindow()->findChild<QLabel*>();
+    const auto* title = mFixture->controller().welcomeController()->window()->findChild<QLabel*>();
     QCOMPARE(title->text(), QStringLiteral("Welcome to Frameflow"));
 }
 
@@ -158,12 +157,16 @@ void LifecycleTest::nothingDisplayableIsSaidInAWindow()
     mFixture->start();
     QVERIFY(mFixture->open({mFixture->folder.urlOf(what)}));
     QTRY_COMPARE(windows(), mStartOnly);
-    const auto labels = mFixture->controller().startWindow()->findChildren<QLabel*>();
+    const auto labels = mFixture->controller().welcomeController()->window()->findChildren<QLabel*>();
     QCOMPARE(labels.at(0)->text(), QStringLiteral("Nothing to show"));
     QVERIFY2(labels.at(1)->text().contains(sentence), qPrintable(labels.at(1)->text()));
     QVERIFY(!labels.at(1)->text().contains(QLatin1Char('\n')));
     QVERIFY(labels.at(1)->toolTip().startsWith(QString::fromUtf8(mFixture->folder.path())));
-    QVERIFY(mFixture->controller().startWindow()->findChild<QPushButton*>(QStringLiteral("openButton"))->isEnabled());
+    QVERIFY(mFixture->controller()
+                .welcomeController()
+                ->window()
+                ->findChild<QPushButton*>(QStringLiteral("OpenFolder"))
+                ->isEnabled());
 }
 
 void LifecycleTest::aShowThatEndedLeavesTheWelcome()
@@ -171,7 +174,8 @@ void LifecycleTest::aShowThatEndedLeavesTheWelcome()
     auto& controller = openTwo();
     controller.cancel();
     QTRY_COMPARE(windows(), mStartOnly);
-    QCOMPARE(controller.startWindow()->findChild<QLabel*>()->text(), QStringLiteral("Welcome to Frameflow"));
+    QCOMPARE(
+        controller.welcomeController()->window()->findChild<QLabel*>()->text(), QStringLiteral("Welcome to Frameflow"));
 }
 
 void LifecycleTest::withWelcomeSwitchedOffAnEndedShowEndsTheProgram()
@@ -189,7 +193,7 @@ void LifecycleTest::closingTheWelcomeEndsTheProgram()
 {
     mFixture->start().applicationDidFinishLaunching();
     QTimer::singleShot(10000, qApp, [] { QCoreApplication::exit(1); });
-    QTimer::singleShot(0, qApp, [this] { mFixture->controller().startWindow()->close(); });
+    QTimer::singleShot(0, qApp, [this] { mFixture->controller().welcomeController()->window()->close(); });
     QCOMPARE(QCoreApplication::exec(), 0);
 }
 

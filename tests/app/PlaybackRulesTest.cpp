@@ -381,7 +381,7 @@ void PlaybackRulesTest::autoPlayWithoutAFileDoesNothing()
     controller.autoPlay();
     QVERIFY(controller.screenWindow() == nullptr);
     QVERIFY(!controller.timerRuns());
-    QCOMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("StartWindow")});
+    QCOMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("Welcome")});
 }
 
 void PlaybackRulesTest::theEndModeIsReadAtTheEnd()

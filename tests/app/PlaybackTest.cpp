@@ -1,5 +1,4 @@
 #include "ControllerFixture.h"
-#include "StartWindow.h"
 
 #include <QLabel>
 #include <QTest>
@@ -432,10 +431,10 @@ void PlaybackTest::aFolderOfBrokenFilesEndsTheShow()
     }
     auto& controller = mFixture->start();
     QVERIFY(mFixture->openFolder());
-    QTRY_COMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("StartWindow")});
+    QTRY_COMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("Welcome")});
     QTRY_COMPARE(controller.fileSequence().count(), size_t(0));
     QVERIFY(controller.imageURL().isEmpty());
-    QCOMPARE(controller.startWindow()->findChild<QLabel*>()->text(), QStringLiteral("Nothing to show"));
+    QCOMPARE(controller.welcomeController()->window()->findChild<QLabel*>()->text(), QStringLiteral("Nothing to show"));
 }
 
 void PlaybackTest::manyBrokenFilesLeaveTheWindowItsTurns()
@@ -498,7 +497,7 @@ void PlaybackTest::aFolderOfMoviesAloneEndsTheShow()
     mFixture->folder.addFile("2.mov", "moving");
     mFixture->start();
     QVERIFY(mFixture->openFolder());
-    QTRY_COMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("StartWindow")});
+    QTRY_COMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("Welcome")});
 }
 
 void PlaybackTest::newFilesFoundMovesOnWhenTheRulesSaySo_data()

@@ -1,6 +1,6 @@
 #include "ControllerFixture.h"
 #include "PreferenceController.h"
-#include "StartWindow.h"
+#include "WelcomeController.h"
 
 #include <QAction>
 #include <QApplication>
@@ -158,7 +158,7 @@ void PreferencesTest::theProgramGoesOnAsLongAsTheWindowIsOpen()
     controller.endSlideShow();
     QTRY_COMPARE(controller.fileSequence().count(), size_t(0));
     QCoreApplication::sendPostedEvents();
-    QVERIFY(controller.startWindow() == nullptr || !controller.startWindow()->isVisible());
+    QVERIFY(controller.welcomeController() == nullptr || !controller.welcomeController()->window()->isVisible());
     // The last window: what stands on screen next is what there is to begin with.
     window->close();
     QTRY_VERIFY(!mFixture->visibleWindows().isEmpty());

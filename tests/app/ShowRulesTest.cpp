@@ -80,7 +80,7 @@ private:
 
     bool mOpened = false;
     std::unique_ptr<ControllerFixture> mFixture;
-    const QStringList mStartOnly{QStringLiteral("StartWindow")};
+    const QStringList mStartOnly{QStringLiteral("Welcome")};
     const QStringList mSlideOnly{QStringLiteral("SlideWindow")};
 };
 

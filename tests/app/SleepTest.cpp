@@ -78,7 +78,7 @@ void SleepTest::theWelcomeKeepsNothingAwake()
 {
     const FakeScreenSaver saver(mBus->address());
     mFixture->start().applicationDidFinishLaunching();
-    QCOMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("StartWindow")});
+    QCOMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("Welcome")});
     QVERIFY(staysTrueFor(200ms, [&] { return saver.asked() == 0; }));
 }
 

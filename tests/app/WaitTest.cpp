@@ -3,7 +3,6 @@
 #include "HeldPictures.h"
 #include "KLImageCache.h"
 #include "MainThread.h"
-#include "StartWindow.h"
 #include "StaysTrue.h"
 
 #include <QFile>
@@ -446,7 +445,7 @@ void WaitTest::endingTheShowWithNewsInTheLine()
     QVERIFY(mFixture->trigger("cancel"));
     QVERIFY(!controller.isWaitingForSlide());
     QTRY_COMPARE(controller.fileSequence().count(), size_t(0));
-    QTRY_VERIFY(controller.startWindow() && controller.startWindow()->isVisible());
+    QTRY_VERIFY(controller.welcomeController() && controller.welcomeController()->window()->isVisible());
     QVERIFY(!controller.screenWindow());
     QVERIFY(!controller.timerRuns());
 }

@@ -1,0 +1,20 @@
+#include "BoundCheckBox.h"
+
+#include "UserDefaults.h"
+
+#include <QCheckBox>
+
+namespace frameflow {
+
+void bindCheckBox(QCheckBox* box, UserDefaults& defaults, const QString& key)
+{
+    const auto show = [box, &defaults](const QString& changed) { box->setChecked(defaults.boolValueOrTrue(changed)); };
+    show(key);
+    // Goes with the box.
+    const auto observation = std::make_shared<UserDefaults::Observation>(defaults.observe(key, show));
+    // A click, not every change: what was only read is not to be stored.
+    QObject::connect(box, &QCheckBox::clicked, box,
+        [&defaults, key, observation](bool isChecked) { defaults.setValue(key, isChecked); });
+}
+
+} // namespace frameflow

@@ -1,0 +1,88 @@
+#include "UpdateWindowController.h"
+
+#include "AboveActiveWindow.h"
+#include "BoundCheckBox.h"
+#include "PrintableText.h"
+#include "SettingsKeys.h"
+#include "UserDefaults.h"
+#include "WebAddresses.h"
+#include "ui_UpdateWindow.h"
+
+#include <QDesktopServices>
+#include <QUrl>
+
+namespace frameflow {
+
+UpdateWindowController::UpdateWindowController(UserDefaults& defaults, Clock& clock)
+    : mDefaults(defaults), mClock(clock), mUi(std::make_unique<Ui::UpdateWindow>()),
+      mWindow(std::make_unique<QDialog>()), mTimer(clock)
+{
+    mUi->setupUi(mWindow.get());
+    bindCheckBox(mUi->autoUpdateCheckbox, defaults, keys::autoCheckNewVersion);
+    connect(mUi->gotoDownload, &QPushButton::clicked, this, &UpdateWindowController::gotoDownload);
+    connect(mUi->ignore, &QPushButton::clicked, this, &UpdateWindowController::ignore);
+    connect(mUi->cancel, &QPushButton::clicked, this, &UpdateWindowController::cancel);
+    connect(mWindow.get(), &QDialog::finished, this, &UpdateWindowController::windowWillClose);
+}
+
+UpdateWindowController::~UpdateWindowController() = default;
+
+void UpdateWindowController::showWindow(TakesKeyboard keyboard)
+{
+    windowDidLoad();
+    mWindow->setAttribute(Qt::WA_ShowWithoutActivating, keyboard == TakesKeyboard::No);
+    putAboveActiveWindow(mWindow.get());
+    mWindow->show();
+    mWindow->raise();
+    if (keyboard == TakesKeyboard::Yes) {
+        mWindow->activateWindow();
+    }
+}
+
+void UpdateWindowController::windowDidLoad()
+{
+    mTimer.start(mClock.now() + std::chrono::seconds(60), [this] { myTimerFireMethod(); });
+    mUi->versionLabel->setText(
+        tr("Found v%1, you have v%2.").arg(printable(mUpdateVersion), printable(mCurrentVersion)));
+}
+
+void UpdateWindowController::myTimerFireMethod()
+{
+    mWindow->close();
+}
+
+void UpdateWindowController::gotoDownload()
+{
+    QDesktopServices::openUrl(QUrl(QString::fromLatin1(webAddresses::downloadPage)));
+    mWindow->close();
+}
+
+void UpdateWindowController::ignore()
+{
+    mDefaults.setValue(keys::ignoreVersion, mUpdateVersion);
+    mWindow->close();
+}
+
+void UpdateWindowController::cancel()
+{
+    mWindow->close();
+}
+
+void UpdateWindowController::windowWillClose()
+{
+    mTimer.stop();
+    Q_EMIT closed();
+    deleteLater();
+}
+
+QLabel* UpdateWindowController::versionLabel() const
+{
+    return mUi->versionLabel;
+}
+
+QCheckBox* UpdateWindowController::autoUpdateCheckbox() const
+{
+    return mUi->autoUpdateCheckbox;
+}
+
+} // namespace frameflow
