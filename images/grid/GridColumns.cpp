@@ -18,8 +18,8 @@ GridColumns columnsForWidth(double windowWidth, double rowHeight)
 
 qint64 rowsFor(size_t files, int columns)
 {
-    const auto across = static_cast<size_t>(columns);
-    return static_cast<qint64>(files / across + (files % across > 0 ? 1 : 0));
+    const auto count = static_cast<qint64>(files);
+    return count / columns + (count % columns > 0 ? 1 : 0);
 }
 
 } // namespace frameflow

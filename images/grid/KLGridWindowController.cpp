@@ -399,7 +399,8 @@ void KLGridWindowController::keepSelection()
     if (!selected || urlAtIndex(*selected) == mSelectedURL) {
         return;
     }
-    if (fileCount() == 0) {
+    // A window that is opened selects the current slide.
+    if (fileCount() == 0 || !mWindow->isVisible()) {
         select(std::nullopt);
         return;
     }

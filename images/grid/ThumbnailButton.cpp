@@ -12,6 +12,8 @@ ThumbnailButton::ThumbnailButton(QWidget* parent) : QAbstractButton(parent)
 void ThumbnailButton::setImage(const QImage& image)
 {
     mImage = image;
+    // What is behind a picture that hides it need not be drawn.
+    setAttribute(Qt::WA_OpaquePaintEvent, !image.isNull() && !image.hasAlphaChannel());
     update();
 }
 

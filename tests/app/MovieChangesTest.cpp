@@ -38,6 +38,7 @@ private Q_SLOTS:
     void musicIsShownUntilItIsOver();
     void aPictureThatCannotBeLoadedLeavesTheMovieStanding();
     void trashingAMovieShowsTheNext();
+    void choosingAThumbnailEndsTheMovie();
     void moviesAndPicturesInARow();
 
 private:
@@ -312,6 +313,23 @@ void MovieChangesTest::trashingAMovieShowsTheNext()
     QVERIFY(mShow->fixture.trigger("trashSlide"));
     QVERIFY(!player->isPlaying());
     QVERIFY(!mShow->controller().movie());
+}
+
+void MovieChangesTest::choosingAThumbnailEndsTheMovie()
+{
+    mShow->addMovie("a.mkv", "long.mkv");
+    mShow->fixture.addPictures({"b.png", "c.png"});
+    auto& controller = mShow->open();
+    QTRY_VERIFY(mShow->isMovieOn());
+    const MoviePlayerPtr player = controller.movie();
+    controller.gotoImageIndex(2);
+    QVERIFY(!player->isPlaying());
+    QVERIFY(mShow->waitFor("c.png"));
+    QVERIFY(!controller.movie());
+    // And back to the movie, which plays from its beginning.
+    controller.gotoImageIndex(0);
+    QTRY_VERIFY(mShow->isMovieOn());
+    QVERIFY(controller.movie() != player);
 }
 
 void MovieChangesTest::moviesAndPicturesInARow()

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void aFrameThatMatchesNoDisplayFallsBackToTheMainOne();
     void theChosenDisplayIsTakenAndRemembered();
     void aWindowDraggedToTheOtherDisplayGoesFullScreenThere();
+    void thumbnailsMovedToTheOtherDisplayFillIt();
 
 private:
     std::optional<WindowId> open()
@@ -110,6 +111,24 @@ void DisplaysTest::aWindowDraggedToTheOtherDisplayGoesFullScreenThere()
     mShow->press(QStringLiteral("F11"));
     QVERIFY(waitForGeometry(*window, mRight));
     QVERIFY(waitFor([&] { return storedSetting(keys::screenRectFrame).toString() == textFromRect(mRight); }));
+}
+
+void DisplaysTest::thumbnailsMovedToTheOtherDisplayFillIt()
+{
+    QVERIFY(open().has_value());
+    const auto& server = mShow->server();
+    mShow->press(QStringLiteral("ctrl+t"));
+    std::optional<WindowId> grid;
+    QVERIFY(waitFor([&] {
+        grid = server.windowWithTitle(mShow->program().processId(), QStringLiteral("Thumbnails — Frameflow"));
+        return grid && server.isMaximised(*grid) && mLeft.contains(server.geometry(*grid));
+    }));
+    server.unmaximise(*grid);
+    QVERIFY(waitFor([&] { return !server.isMaximised(*grid); }));
+    // When it has rested there, it is maximised again.
+    server.moveTo(*grid, QRect(mRight.left() + 200, 200, 500, 300));
+    QVERIFY(waitFor([&] { return server.isMaximised(*grid) && mRight.contains(server.geometry(*grid)); }));
+    QVERIFY(server.geometry(*grid).width() == mRight.width());
 }
 
 QTEST_GUILESS_MAIN(DisplaysTest)

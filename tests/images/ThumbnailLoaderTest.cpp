@@ -24,6 +24,7 @@ private Q_SLOTS:
     void whatIsCachedIsPassedOver();
     void aBadFileArrivesWithoutAPicture();
     void aBadFileIsTriedAgainWhenItIsWantedAgain();
+    void aForgottenFailureIsTriedAgain();
     void whatIsNoLongerWantedIsGivenUp();
     void nothingArrivesAfterTheLoaderIsGone();
     void theCallbackMayDestroyTheLoader();
@@ -127,6 +128,18 @@ void ThumbnailLoaderTest::aBadFileIsTriedAgainWhenItIsWantedAgain()
     mLoader->setWanted({bad}); // still wanted: nothing has changed
     QVERIFY(mLoader->isIdle());
     mLoader->setWanted({});
+    mFolder->addFile("bad.png", encoded(quartersPicture(), "png"));
+    mLoader->setWanted({bad});
+    QTRY_COMPARE(mArrived.size(), size_t(2));
+    QVERIFY(!mPictures.back().isNull());
+}
+
+void ThumbnailLoaderTest::aForgottenFailureIsTriedAgain()
+{
+    const FileUrl bad = FileUrl::fromPath(mFolder->addFile("bad.png", "no picture"));
+    mLoader->setWanted({bad});
+    QTRY_COMPARE(mArrived.size(), size_t(1));
+    mLoader->forgetFailures();
     mFolder->addFile("bad.png", encoded(quartersPicture(), "png"));
     mLoader->setWanted({bad});
     QTRY_COMPARE(mArrived.size(), size_t(2));

@@ -1,6 +1,7 @@
 #include "SequenceFixture.h"
 
 #include <limits>
+#include <utility>
 
 namespace frameflow {
 
@@ -26,6 +27,9 @@ private Q_SLOTS:
     void atOffset();
     void atOffsetWithTheCursorBeforeTheFirst();
     void gotoIndex();
+    void indexOf_data();
+    void indexOf();
+    void theRevisionTellsChangesOfTheList();
     void firstMovesTheCursor();
 
     void itemChangedOnlyForTheCurrentFile();
@@ -175,6 +179,55 @@ void NavigationTest::gotoIndex()
     QCOMPARE(f.sequence.currentIndex(), size_t(3));
     QCOMPARE(f.sequence.URLAtIndex(4), f.folder.urlOf("e.jpg"));
     QVERIFY(f.sequence.URLAtIndex(5).isEmpty());
+}
+
+void NavigationTest::indexOf_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<qulonglong>("from");
+    QTest::addColumn<int>("index"); // -1: absent
+    for (const qulonglong from : {0ULL, 2ULL, 4ULL, 5ULL, qulonglong(largest)}) {
+        const QByteArray where = QByteArray::number(from);
+        QTest::newRow("first from " + where) << QByteArray("a.jpg") << from << 0;
+        QTest::newRow("middle from " + where) << QByteArray("c.jpg") << from << 2;
+        QTest::newRow("last from " + where) << QByteArray("e.jpg") << from << 4;
+        QTest::newRow("none from " + where) << QByteArray("x.jpg") << from << -1;
+    }
+}
+
+void NavigationTest::indexOf()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(qulonglong, from);
+    QFETCH(int, index);
+    FiveFiles f;
+    const auto found = f.sequence.indexOf(f.folder.urlOf(name), from);
+    QCOMPARE(found ? int(*found) : -1, index);
+    f.sequence.clear();
+    QVERIFY(!f.sequence.indexOf(f.folder.urlOf(name), from));
+}
+
+void NavigationTest::theRevisionTellsChangesOfTheList()
+{
+    FiveFiles f;
+    auto revision = f.sequence.revision();
+    const auto hasChanged = [&] {
+        const auto before = std::exchange(revision, f.sequence.revision());
+        return before != revision;
+    };
+    f.sequence.next();
+    f.sequence.gotoIndex(3);
+    QVERIFY(!hasChanged()); // the cursor is no part of it
+    f.sequence.remove(f.folder.urlOf("b.jpg"));
+    QVERIFY(hasChanged());
+    f.sequence.shuffle();
+    QVERIFY(hasChanged());
+    f.sequence.sort();
+    QVERIFY(hasChanged());
+    f.sequence.addURLs({FileUrl::fromPath(f.folder.addFile("z.jpg"))});
+    QVERIFY(hasChanged());
+    f.sequence.clear();
+    QVERIFY(hasChanged());
 }
 
 void NavigationTest::firstMovesTheCursor()
