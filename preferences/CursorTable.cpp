@@ -22,12 +22,6 @@ CursorTable::CursorTable(const PreferenceController& source, QObject* parent)
 {
 }
 
-void CursorTable::reload()
-{
-    beginResetModel();
-    endResetModel();
-}
-
 QString CursorTable::columnIdentifier(int column)
 {
     return column == 0 ? QStringLiteral("check") : QStringLiteral("image");
@@ -45,7 +39,7 @@ int CursorTable::columnCount(const QModelIndex& parent) const
 
 QVariant CursorTable::data(const QModelIndex& index, int role) const
 {
-    const QVariant value = mSource.tableView(columnIdentifier(index.column()), index.row());
+    QVariant value = mSource.tableView(columnIdentifier(index.column()), index.row());
     if (role == Qt::DecorationRole) {
         return value;
     }

@@ -16,9 +16,6 @@ public:
     // The controller outlives it.
     CursorTable(const PreferenceController& source, QObject* parent);
 
-    // All rows are others than before.
-    void reload();
-
     static QString columnIdentifier(int column);
 
     int rowCount(const QModelIndex& parent = {}) const override;

@@ -4,7 +4,6 @@
 #include "PreferenceController.h"
 #include "PrintableText.h"
 #include "SettingsKeys.h"
-#include "TransitionPreview.h"
 #include "ui_Preferences.h"
 
 #include <QDialog>
