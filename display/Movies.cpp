@@ -14,6 +14,10 @@ void KLLayerView::showMovie(const MoviePlayerPtr& player, bool /*forward*/)
     mCurrentLayer->setOpacity(0.0);
     displayLayer(mCurrentLayer);
     if (!mAVPlayer) {
+        hideMovieView(); // what it may still show is over
+        if (mAVPlayerView) {
+            mAVPlayerView->endDrawing();
+        }
         return;
     }
     const QRectF frame = rectForMovie(mAVPlayer);

@@ -45,6 +45,7 @@ private Q_SLOTS:
     void anotherFolderIsLoadedWhenTheNextShowBegins();
     void theAdsBeginAnewWhenAShowBegins();
     void theFolderLevelHoldsForAdsToo();
+    void adsComeAndGoDuringTheShow();
     void theEndOfTheShowEmptiesTheAds();
     void aShowThatEndsAtOnceOpensNoAds();
     void theControllerGoesWhileAdsAreLookedFor();
@@ -389,6 +390,26 @@ void AdsTest::theFolderLevelHoldsForAdsToo()
     mFixture->set(keys::maxFolderLevel, 1);
     mFixture->controller().autoPlay();
     QTRY_COMPARE(ads()->count(), size_t(1));
+}
+
+// Their folder is watched as the one of the slides is.
+void AdsTest::adsComeAndGoDuringTheShow()
+{
+    QVERIFY(openWithThreeAds(9, 0));
+    const size_t slides = mFixture->controller().fileSequence().count();
+    QCOMPARE(ads()->hotFolder(), mAds->url());
+    const auto comesTrue = [this](size_t count) {
+        return QTest::qWaitFor([&] {
+            mFixture->clock.advanceSeconds(0.5);
+            return ads()->count() == count && !ads()->isRescanning();
+        });
+    };
+    addAd("B2.png");
+    QVERIFY(comesTrue(4));
+    QCOMPARE(steps(1), QByteArray("B2")); // it follows the ad that is the current one
+    QVERIFY(QFile::remove(QString::fromUtf8(mAds->pathOf("C.png"))));
+    QVERIFY(comesTrue(3));
+    QCOMPARE(mFixture->controller().fileSequence().count(), slides);
 }
 
 void AdsTest::theEndOfTheShowEmptiesTheAds()

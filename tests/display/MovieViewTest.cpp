@@ -39,6 +39,8 @@ private Q_SLOTS:
     void withoutAPictureTheFrameIsTheViewsBounds();
     void aNewFitModePlacesThePlayerViewAnew();
     void aMissingPlayerHidesThePictureAndShowsNothing();
+    void aMissingPlayerInAMoviesPlaceEndsIt();
+    void theFirstMovieResetsTheHiddenPicture();
     void aPictureAfterAMovieIsThereAtOnce();
     void theMovieViewIsHiddenOnceMoreAtTheNextAnimationEnd();
     void clearingTakesTheMovieAway();
@@ -169,6 +171,36 @@ void MovieViewTest::aMissingPlayerHidesThePictureAndShowsNothing()
     QVERIFY(!view().isMovieActive());
     QVERIFY(view().moviePlayerView() == nullptr);
     QCOMPARE(mFixture->grab(), solid({200, 100}, Qt::black));
+}
+
+void MovieViewTest::aMissingPlayerInAMoviesPlaceEndsIt()
+{
+    mFixture->show(solid({40, 40}, Qt::red));
+    const MoviePlayerPtr player = movie("numbers.mp4");
+    view().showMovie(player, true);
+    view().showMovie(nullptr, true);
+    QVERIFY(!player->isPlaying());
+    QVERIFY(view().moviePlayer() == nullptr);
+    QCOMPARE(view().currentLayer()->opacity(), 0.0);
+    QVERIFY(view().moviePlayerView()->isHidden());
+    QCOMPARE(mFixture->grab(), solid({200, 100}, Qt::black));
+    mFixture->show(solid({200, 100}, Qt::blue));
+    QVERIFY(!view().isBusy());
+    QCOMPARE(mFixture->grab(), solid({200, 100}, Qt::blue));
+}
+
+void MovieViewTest::theFirstMovieResetsTheHiddenPicture()
+{
+    mFixture->setFitMode(keys::fitModeFit);
+    mFixture->show(solid({40, 40}, Qt::red));
+    const QRectF fitted = view().currentLayer()->frame();
+    const QRectF elsewhere(1, 2, 30, 40);
+    view().currentLayer()->setFrame(elsewhere);
+    view().showMovie(movie("still.mkv"), true);
+    QCOMPARE(view().currentLayer()->frame(), fitted);
+    view().currentLayer()->setFrame(elsewhere);
+    view().showMovie(movie("numbers.mp4"), true); // not the first one
+    QCOMPARE(view().currentLayer()->frame(), elsewhere);
 }
 
 void MovieViewTest::aPictureAfterAMovieIsThereAtOnce()

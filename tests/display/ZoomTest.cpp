@@ -22,6 +22,7 @@ private Q_SLOTS:
     void panningKeepsTheViewCovered_data();
     void panningKeepsTheViewCovered();
     void driftMovesTheSlideWithoutMakingTheViewBusy();
+    void aDriftThatHasEndedIsForgotten();
     void actualSizeWithoutASlideDoesNothing();
 
 private:
@@ -176,6 +177,21 @@ void ZoomTest::driftMovesTheSlideWithoutMakingTheViewBusy()
     fixture.view->compositor().deliverPending();
     QVERIFY(!fixture.view->currentLayer()->animation(QStringLiteral("driftx")));
     QCOMPARE(fixture.view->currentLayer()->position(), position);
+}
+
+void ZoomTest::aDriftThatHasEndedIsForgotten()
+{
+    ViewFixture fixture;
+    fixture.show(solid({400, 200}, Qt::red));
+    fixture.view->driftEffect();
+    fixture.view->compositor().deliverPending();
+    const AnimationPtr drift = fixture.view->currentLayer()->animation(QStringLiteral("driftx"));
+    QVERIFY(drift);
+    fixture.view->animationDidStart(drift);
+    QVERIFY(!fixture.view->isBusy());
+    fixture.view->animationDidStop(drift, true);
+    fixture.view->animationDidStart(drift); // one like any other now
+    QVERIFY(fixture.view->isBusy());
 }
 
 void ZoomTest::actualSizeWithoutASlideDoesNothing()

@@ -248,6 +248,9 @@ void NavigationTest::itemChangedOnlyForTheCurrentFile()
     QCOMPARE(delegate.changes, 0);
     f.sequence.itemChanged(f.folder.urlOf("a.jpg"));
     QCOMPARE(delegate.changes, 1);
+    f.sequence.setDelegate(nullptr);
+    f.sequence.itemChanged(f.folder.urlOf("a.jpg"));
+    f.sequence.setDelegate(&delegate);
     f.sequence.stepBackAfterRemoval();
     f.sequence.itemChanged(FileUrl());
     QCOMPARE(delegate.changes, 1);

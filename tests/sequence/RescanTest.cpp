@@ -125,6 +125,7 @@ private Q_SLOTS:
     void deepFolders();
     void allFoldersAreWatchedBeforeTheyAreListed();
     void oneNewFileCostsNoWalk();
+    void allIsWalkedOnceAMinute();
 };
 
 void RescanTest::unchangedTreeCostsOneAttributeReadPerFolder()
@@ -360,6 +361,26 @@ void RescanTest::oneNewFileCostsNoWalk()
     QTRY_VERIFY(!f.sequence.isRescanning());
     QVERIFY(openings.load() > folders);
     QCOMPARE(f.sequence.count(), size_t(folders + 1));
+}
+
+// However little seems to happen.
+void RescanTest::allIsWalkedOnceAMinute()
+{
+    HotFixture f;
+    f.watch("a.jpg sub/b.jpg", "a.jpg");
+    const auto foldersOpenedByALook = [&f] {
+        openings = 0;
+        f.clock.advanceSeconds(5);
+        return QTest::qWaitFor([&] { return !f.sequence.isRescanning(); }) ? openings.load() : -1;
+    };
+    // As soon as the walk before it can be trusted, a look opens none.
+    QVERIFY(QTest::qWaitFor([&] { return foldersOpenedByALook() == 0; }, 10000));
+    int looks = 1;
+    while (foldersOpenedByALook() == 0) {
+        ++looks;
+        QVERIFY(looks < 12);
+    }
+    QCOMPARE(looks, 11);
 }
 
 } // namespace frameflow
