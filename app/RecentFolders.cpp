@@ -105,6 +105,7 @@ std::vector<RecentFolders::Place> RecentFolders::placesOf(const std::vector<QByt
         return {};
     }
     std::vector<Place> remembered;
+    remembered.reserve(bookmarks.size());
     for (const QByteArray& bookmark : bookmarks) {
         remembered.push_back({rememberedFolder(bookmark), false});
     }
@@ -120,8 +121,8 @@ std::vector<RecentFolders::Place> RecentFolders::placesOf(const std::vector<QByt
     return found->get();
 }
 
-// False when the job is still under way.
-bool RecentFolders::runForAMoment(SerialQueue::Job job)
+// The job may still be under way afterwards.
+void RecentFolders::runForAMoment(SerialQueue::Job job)
 {
     struct Done
     {
@@ -137,11 +138,9 @@ bool RecentFolders::runForAMoment(SerialQueue::Job job)
         done->changed.notify_one();
     });
     std::unique_lock lock(done->mutex);
-    const bool isDone = done->changed.wait_for(lock, moment, [&] { return done->reached; });
-    if (!isDone) {
+    if (!done->changed.wait_for(lock, moment, [&] { return done->reached; })) {
         mQueue.abandonRunning();
     }
-    return isDone;
 }
 
 void RecentFolders::store()

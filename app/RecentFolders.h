@@ -38,7 +38,7 @@ private:
         bool isStale = false;
     };
     std::vector<Place> placesOf(const std::vector<QByteArray>& bookmarks);
-    bool runForAMoment(SerialQueue::Job job);
+    void runForAMoment(SerialQueue::Job job);
     void store();
 
     UserDefaults& mDefaults;

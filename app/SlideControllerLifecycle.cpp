@@ -1,3 +1,4 @@
+#include "AboveActiveWindow.h"
 #include "ChooseScreenWindow.h"
 #include "KLGridWindowController.h"
 #include "KLImageCache.h"
@@ -269,6 +270,11 @@ void SlideController::goFullScreen(QScreen* screen)
     mWindowMode = false;
     mFullScreenFrame = screen != nullptr ? screen->geometry() : QRect();
     mScreenWindow->showFullScreenOn(screen);
+    if (mUpdateWindow) {
+        // It came before the show, which would cover it until it goes.
+        putAbove(mUpdateWindow->window(), mScreenWindow.get());
+        mUpdateWindow->window()->raise();
+    }
 }
 
 void SlideController::makeScreenWindow()

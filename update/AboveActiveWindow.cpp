@@ -8,11 +8,16 @@ namespace frameflow {
 
 void putAboveActiveWindow(QWidget* window)
 {
-    window->winId(); // there is a handle from here on
     const QWidget* const active = QApplication::activeWindow();
     if (active != nullptr && active != window) {
-        window->windowHandle()->setTransientParent(active->windowHandle());
+        putAbove(window, active);
     }
+}
+
+void putAbove(QWidget* window, const QWidget* below)
+{
+    window->winId(); // there is a handle from here on
+    window->windowHandle()->setTransientParent(below->windowHandle());
 }
 
 } // namespace frameflow

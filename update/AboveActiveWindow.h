@@ -8,4 +8,7 @@ namespace frameflow {
 // of that window, which may go before it does.
 void putAboveActiveWindow(QWidget* window);
 
+// Has it stand above that one, which has been shown; at any time.
+void putAbove(QWidget* window, const QWidget* below);
+
 } // namespace frameflow
