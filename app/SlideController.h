@@ -289,6 +289,7 @@ private:
     void checkForUpdateWhenDue();
     void showUpdateAlert(int result);
     void offerUpdate(const QString& version, bool manual);
+    void offerHeldUpdate();
     void rememberUpdateCheck();
 
     UserDefaults& mSharedUserDefaults;
@@ -307,6 +308,7 @@ private:
     std::unique_ptr<BackgroundCheck> mUpdateCheck; // while it is under way
     QPointer<QMessageBox> mUpdateAlert;
     QPointer<UpdateWindowController> mUpdateWindow; // keeps itself alive
+    QString mHeldOffer; // a version that is offered when a show that is about to begin has its first slide
     std::unique_ptr<SlideWindow> mScreenWindow;
     KLLayerView* mFullScreenView = nullptr; // owned by mScreenWindow
     QPointer<SlideLabel> mLabel; // owned by mFullScreenView

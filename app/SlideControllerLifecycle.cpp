@@ -237,6 +237,7 @@ void SlideController::ShowWelcomeScreen()
     loadWelcomeMessage(std::exchange(mNothingFound, false) ? mLastOpened : QList<FileUrl>());
     mWelcomeController->showWindow();
     mWelcomeController->loadVersionText(tr("Version %1").arg(getVersionString()));
+    offerHeldUpdate();
 }
 
 void SlideController::loadWelcomeMessage(const QList<FileUrl>& opened)
@@ -288,6 +289,7 @@ void SlideController::makeScreenWindow()
     mMainMenu.addSlideKeysTo(mFullScreenView);
     connect(mScreenWindow.get(), &SlideWindow::keyUnhandled, this, &SlideController::keyDown);
     connect(mScreenWindow.get(), &SlideWindow::becameKey, this, &SlideController::preventSleep);
+    connect(mScreenWindow.get(), &SlideWindow::becameKey, this, &SlideController::offerHeldUpdate);
     connect(mScreenWindow.get(), &SlideWindow::resignedKey, this, &SlideController::allowSleep);
     connect(mScreenWindow.get(), &SlideWindow::closeRequested, this, &SlideController::cancel);
     connect(mScreenWindow.get(), &SlideWindow::resized, this, &SlideController::viewResized);

@@ -196,6 +196,7 @@ void SlideController::slideAppeared(const Candidate& candidate)
         mFileSequence.giveWay(std::chrono::milliseconds(50));
     }
     updateReadAhead();
+    offerHeldUpdate();
     updateGrid();
 }
 

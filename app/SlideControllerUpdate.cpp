@@ -7,6 +7,8 @@
 #include <QApplication>
 #include <QMessageBox>
 
+#include <utility>
+
 namespace frameflow {
 
 // ---- Newer versions
@@ -45,7 +47,13 @@ void SlideController::updateAvailable(int result, bool manual, const QString& ve
         if (!ignored.isValid()
             || compareVersion(mSharedUserDefaults.stringValue(keys::ignoreVersion), version)
                 == ComparisonResult::Ascending) {
-            offerUpdate(version, manual);
+            // A window that comes before the one of a show would be covered by it, or take the keyboard from it.
+            const bool isShowAboutToBegin = !hasSlide() && (mFileSequence.isCollecting() || isWaiting());
+            if (!manual && isShowAboutToBegin) {
+                mHeldOffer = version;
+            } else {
+                offerUpdate(version, manual);
+            }
         }
         rememberUpdateCheck();
     } else if (manual) {
@@ -90,7 +98,19 @@ void SlideController::offerUpdate(const QString& version, bool manual)
         scheduleVisibilityCheck();
     });
     mActivation.windowsChange();
+    if (mScreenWindow && mScreenWindow->isVisible()) {
+        putAbove(mUpdateWindow->window(), mScreenWindow.get()); // which need not be the active one yet
+    }
     mUpdateWindow->showWindow(manual ? TakesKeyboard::Yes : TakesKeyboard::No);
+}
+
+void SlideController::offerHeldUpdate()
+{
+    // A window manager may give the keyboard to what stands above a window that has not got it yet.
+    const bool isShowBeginning = hasSlide() && !mScreenWindow->isActiveWindow();
+    if (!mHeldOffer.isEmpty() && !isShowBeginning) {
+        offerUpdate(std::exchange(mHeldOffer, QString()), false);
+    }
 }
 
 void SlideController::rememberUpdateCheck()

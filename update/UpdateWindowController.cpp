@@ -9,7 +9,9 @@
 #include "ui_UpdateWindow.h"
 
 #include <QDesktopServices>
+#include <QEvent>
 #include <QUrl>
+#include <QWindow>
 
 namespace frameflow {
 
@@ -32,11 +34,28 @@ void UpdateWindowController::showWindow(TakesKeyboard keyboard)
     windowDidLoad();
     mWindow->setAttribute(Qt::WA_ShowWithoutActivating, keyboard == TakesKeyboard::No);
     putAboveActiveWindow(mWindow.get());
+    if (keyboard == TakesKeyboard::No) {
+        // A window manager gives what stands above the window with the keyboard the keyboard when it appears, whatever
+        // it asks for.
+        mWindow->winId(); // there is a handle from here on
+        mWindow->windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+        mWindow->windowHandle()->installEventFilter(this);
+    }
     mWindow->show();
     mWindow->raise();
     if (keyboard == TakesKeyboard::Yes) {
         mWindow->activateWindow();
     }
+}
+
+// Once it is there, whoever clicks on it may have the keyboard go to it.
+bool UpdateWindowController::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Expose && watched == mWindow->windowHandle()) {
+        watched->removeEventFilter(this);
+        mWindow->windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, false);
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 void UpdateWindowController::windowDidLoad()

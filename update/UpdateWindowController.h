@@ -53,6 +53,9 @@ Q_SIGNALS:
     // The window has closed.
     void closed();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void windowDidLoad();
     void myTimerFireMethod();

@@ -53,9 +53,9 @@ private Q_SLOTS:
             QTest::newRow(id) << QString::fromLatin1(id) << false << true << true;
         }
         QTest::newRow("FullScreen") << QStringLiteral("FullScreen") << false << false << true;
-        for (const char* id : {"ShrinkToFit", "ZoomToFit", "FillScreen", "Stretch", "WindowMode", "openMenu", "cancel",
-                 "shuffle", "ShowGridScreen", "ShowChooseScreen", "quit", "AboutFrameflow", "CheckUpdate",
-                 "ShowPreferences"}) {
+        for (const char* id :
+            {"ShrinkToFit", "ZoomToFit", "FillScreen", "Stretch", "WindowMode", "openMenu", "cancel", "shuffle",
+                "ShowGridScreen", "ShowChooseScreen", "quit", "AboutFrameflow", "CheckUpdate", "ShowPreferences"}) {
             QTest::newRow(id) << QString::fromLatin1(id) << true << true << true;
         }
     }

@@ -4,8 +4,8 @@
 #include "KLThumbnailCache.h"
 #include "KLThumbnailView.h"
 #include "Presentation.h"
-#include "WelcomeController.h"
 #include "ThumbnailTable.h"
+#include "WelcomeController.h"
 
 #include <QAction>
 #include <QMenuBar>

@@ -3,6 +3,7 @@
 #include "MainMenu.h"
 #include "StaysTrue.h"
 #include "UpdateWindowController.h"
+#include "WelcomeController.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -13,6 +14,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QTest>
+#include <QWindow>
 
 using namespace frameflow;
 using namespace std::chrono_literals;
@@ -37,6 +39,8 @@ private Q_SLOTS:
     void theAutomaticCheckIsSilentOtherwise();
     void aSlowServerHoldsUpNeitherStartNorEnd();
     void anAnswerThatComesDuringAShowLeavesItTheKeyboard();
+    void anAnswerThatComesBeforeTheFirstSlideWaitsForIt();
+    void anAnswerThatComesBeforeTheWelcomeWaitsForIt();
 
     void theManualCheckSaysWhatItFound_data();
     void theManualCheckSaysWhatItFound();
@@ -223,6 +227,36 @@ void UpdateTest::anAnswerThatComesDuringAShowLeavesItTheKeyboard()
     controller().cancel();
     letWindowsGo();
     QVERIFY(controller().updateWindow()->window()->isVisible());
+}
+
+void UpdateTest::anAnswerThatComesBeforeTheFirstSlideWaitsForIt()
+{
+    serve("text", "2.4.1");
+    mFixture->addPicture("1.png");
+    mFixture->set(keys::autoCheckNewVersion, false);
+    mFixture->start();
+    controller().applicationOpenFiles({mFixture->folder.url()});
+    controller().updateAvailable(1, false, QStringLiteral("2.4.1"));
+    QVERIFY(!controller().updateWindow());
+    QVERIFY(isRecorded());
+    QTRY_VERIFY(!controller().fileSequence().isCollecting());
+    QVERIFY(mFixture->rest());
+    QCOMPARE(mFixture->shown(), QByteArray("1.png"));
+    QTRY_VERIFY(controller().updateWindow() != nullptr && controller().updateWindow()->window()->isVisible());
+    QCOMPARE(controller().updateWindow()->window()->windowHandle()->transientParent(),
+        controller().screenWindow()->windowHandle());
+}
+
+void UpdateTest::anAnswerThatComesBeforeTheWelcomeWaitsForIt()
+{
+    serve("text", "2.4.1");
+    mFixture->set(keys::autoCheckNewVersion, false);
+    mFixture->start();
+    controller().applicationOpenFiles({mFixture->folder.url()}); // nothing is in it
+    controller().updateAvailable(1, false, QStringLiteral("2.4.1"));
+    QVERIFY(!controller().updateWindow());
+    QTRY_VERIFY(controller().updateWindow() != nullptr && controller().updateWindow()->window()->isVisible());
+    QVERIFY(controller().welcomeController()->window()->isVisible());
 }
 
 void UpdateTest::theManualCheckSaysWhatItFound_data()

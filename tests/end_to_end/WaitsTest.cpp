@@ -287,9 +287,12 @@ void WaitsTest::aHeldKeyStopsWhereItIsReleased()
     // The slide that was waited for, what the keyboard sent before the release was seen, and what the log had not seen
     // yet: a handful, where a queue would bring dozens.
     QVERIFY2(log.count() <= atRelease + 5, QByteArray::number(log.count() - atRelease).constData());
-    // Each slide came once and in its turn.
-    for (int i = 0; i < log.count(); ++i) {
-        QCOMPARE(log.names()[i], names[i % names.size()]);
+    // Each slide came in its turn. One that gave way to the next at once may have stood too briefly for the log.
+    qsizetype turn = 0;
+    for (const QByteArray& name : log.names()) {
+        const qsizetype skipped = names.indexOf(name) - turn % names.size();
+        QVERIFY2(skipped == 0 || skipped == 1 || skipped == 1 - names.size(), log.text().constData());
+        turn = names.indexOf(name) + 1;
     }
 }
 
