@@ -233,18 +233,18 @@ void SlideController::inTurn(WaitingLine::Job job, WaitingLine::From from)
 }
 
 // Where what background work brings reaches the sequences.
-void SlideController::gate(WaitingLine::Job bringing)
+void SlideController::gate(WaitingLine::Job job)
 {
-    const auto job = [this, bringing = std::move(bringing), alive = std::weak_ptr(mAlive)] {
-        bringing();
+    const auto jobAndGrid = [this, job = std::move(job), alive = std::weak_ptr(mAlive)] {
+        job();
         if (alive.lock()) {
             updateGrid();
         }
     };
     if (isBeginning()) {
-        job(); // there is no slide yet that it could disturb, and the order may be known before there is one
+        jobAndGrid(); // there is no slide yet that it could disturb, and the order may be known before there is one
     } else {
-        inTurn(job, WaitingLine::From::Sequence);
+        inTurn(jobAndGrid, WaitingLine::From::Sequence);
     }
 }
 
