@@ -15,7 +15,7 @@ enum class Needs
 {
     Nothing,
     Slides, // at least one file in the sequence
-    WindowMode, // the show runs in a window
+    WindowMode, // the show runs in a window, which the window manager has not made cover the display by itself
 };
 
 // What becomes of a command that is given while a slide is being waited for.
@@ -26,6 +26,13 @@ enum class WhileWaiting
     Refused,
 };
 
+// What becomes of a command whose key is held down.
+enum class WhileHeld
+{
+    Once,
+    Repeats,
+};
+
 // One command: its id is the object name of its action in the main menu.
 struct ActionRow
 {
@@ -34,6 +41,7 @@ struct ActionRow
     Needs needs;
     void (SlideController::*handler)();
     WhileWaiting whileWaiting = WhileWaiting::Waits;
+    WhileHeld whileHeld = WhileHeld::Once;
 };
 
 const std::vector<ActionRow>& actionTable();
@@ -44,13 +52,17 @@ struct CommandState
     size_t slideCount = 0;
     bool timerRuns = false;
     bool windowMode = false;
+    bool isWindowFullScreen = false; // for the window manager
+    bool controlsVisible = false;
+    bool showsFilePath = false;
+    bool showsFileName = false;
     QString fitMode; // as stored
 };
 
 bool isEnabled(Needs needs, const CommandState& state);
-// Only the four fit commands are ever checked, each by its stored value.
+// Only the four fit commands, each by its stored value, and the two of the label are ever checked.
 bool isChecked(const QString& id, const CommandState& state);
-// Empty for a command whose title never changes.
+// With its mnemonic. Empty for a command whose title never changes.
 QString changingTitle(const QString& id, const CommandState& state);
 
 } // namespace frameflow

@@ -75,7 +75,7 @@ OpenPanel::OpenPanel(const QUrl& folder, QWidget* parent)
     setOption(QFileDialog::DontUseNativeDialog);
     setFileMode(QFileDialog::ExistingFiles);
     setProxyModel(new DisplayableFilter(this));
-    setDirectoryUrl(QFileInfo::exists(folder.toLocalFile()) ? folder : QUrl::fromLocalFile(QDir::homePath()));
+    setDirectoryUrl(folder);
     if (auto* grid = qobject_cast<QGridLayout*>(layout())) {
         addAbove(grid, mMessage);
     }

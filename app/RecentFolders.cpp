@@ -1,10 +1,7 @@
 #include "RecentFolders.h"
 
-#include "Bookmark.h"
 #include "SettingsKeys.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 
@@ -13,7 +10,6 @@ namespace frameflow {
 namespace {
 
 constexpr size_t longestList = 10;
-constexpr std::chrono::milliseconds moment(250);
 
 // Shared with a job that may still be stuck when nobody wants its result any more.
 template <typename Result>
@@ -53,7 +49,7 @@ bool RecentFolders::load()
 bool RecentFolders::remember(const FileUrl& folder)
 {
     const auto made = std::make_shared<Pending<QByteArray>>();
-    runForAMoment([made, folder] { made->put(bookmarkForFolder(folder)); });
+    mQueue.runForAMoment([made, folder] { made->put(bookmarkForFolder(folder)); });
     const QByteArray bookmark = made->get();
     if (bookmark.isEmpty()) {
         return false;
@@ -111,36 +107,14 @@ std::vector<RecentFolders::Place> RecentFolders::placesOf(const std::vector<QByt
     }
     const auto found = std::make_shared<Pending<std::vector<Place>>>();
     found->put(remembered);
-    runForAMoment([found, bookmarks] {
+    mQueue.runForAMoment([found, bookmarks, resolve = mResolve] {
         for (size_t i = 0; i < bookmarks.size(); ++i) {
-            const auto resolved = resolveBookmark(bookmarks[i]);
+            const auto resolved = resolve(bookmarks[i]);
             const std::lock_guard lock(found->mutex);
             found->result[i] = resolved ? Place{resolved->folder, resolved->isStale} : Place();
         }
     });
     return found->get();
-}
-
-// The job may still be under way afterwards.
-void RecentFolders::runForAMoment(SerialQueue::Job job)
-{
-    struct Done
-    {
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool reached = false;
-    };
-    const auto done = std::make_shared<Done>();
-    mQueue.async([done, job = std::move(job)] {
-        job();
-        const std::lock_guard lock(done->mutex);
-        done->reached = true;
-        done->changed.notify_one();
-    });
-    std::unique_lock lock(done->mutex);
-    if (!done->changed.wait_for(lock, moment, [&] { return done->reached; })) {
-        mQueue.abandonRunning();
-    }
 }
 
 void RecentFolders::store()

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Bookmark.h"
 #include "FileUrl.h"
 #include "SerialQueue.h"
 #include "UserDefaults.h"
 
 #include <QList>
 
+#include <functional>
+#include <optional>
 #include <vector>
 
 namespace frameflow {
@@ -15,8 +18,14 @@ namespace frameflow {
 class RecentFolders
 {
 public:
+    // Finds the folder of a bookmark. Called on a thread of the list's own, which it may hold for ever.
+    using Resolve = std::function<std::optional<ResolvedBookmark>(const QByteArray& bookmark)>;
+
     // The settings must outlive the list.
-    explicit RecentFolders(UserDefaults& defaults) : mDefaults(defaults) { }
+    explicit RecentFolders(UserDefaults& defaults, Resolve resolve = resolveBookmark)
+        : mDefaults(defaults), mResolve(std::move(resolve))
+    {
+    }
     ~RecentFolders() { mQueue.abandonRunning(); }
 
     // Takes over the stored list; false when none is stored.
@@ -38,10 +47,10 @@ private:
         bool isStale = false;
     };
     std::vector<Place> placesOf(const std::vector<QByteArray>& bookmarks);
-    void runForAMoment(SerialQueue::Job job);
     void store();
 
     UserDefaults& mDefaults;
+    const Resolve mResolve;
     std::vector<QByteArray> mBookmarks;
     SerialQueue mQueue{"com.quillory.recentfolders"};
 };

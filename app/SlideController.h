@@ -6,9 +6,11 @@
 #include "CancelToken.h"
 #include "Clock.h"
 #include "DisplaySleep.h"
+#include "FileDrops.h"
 #include "FileSequence.h"
 #include "KLImageGridDelegate.h"
 #include "KLLayerView.h"
+#include "LaunchToken.h"
 #include "MainMenu.h"
 #include "OpenPanel.h"
 #include "PreferenceDelegate.h"
@@ -32,6 +34,7 @@ class QMessageBox;
 namespace frameflow {
 
 class ChooseScreenWindow;
+class ControlPanel;
 class KLGridWindowController;
 class PreferenceController;
 class UpdateWindowController;
@@ -59,6 +62,16 @@ public:
     // Adds files and folders handed over by the system to what is shown. Absolute paths.
     void applicationOpenFiles(const QList<FileUrl>& files);
     void applicationWillBecomeActive();
+    // Asked for by the desktop or by a later start of the program, which has given the right to come to the front. With
+    // nothing on screen yet, the first of them is the start.
+    void applicationActivate(const LaunchToken& token);
+    void applicationOpen(const QList<FileUrl>& files, const LaunchToken& token);
+    // By the id of its action. False when there is no such command, or none for others to give.
+    bool applicationPerform(const QByteArray& command, const LaunchToken& token);
+    // Files and folders that were dropped on a window: as if they had been chosen in the open panel.
+    void openDropped(const QList<FileUrl>& files);
+    // A minimised one counts.
+    static bool isAnyWindowVisible();
     static QString getVersionString();
 
     // Displays and windows.
@@ -111,13 +124,19 @@ public:
     void ZoomToFit();
     void FillScreen();
     void Stretch();
+    void CopyFilePath();
+    void ShowFilePath();
+    void ShowFileName();
+    void ShowControls();
     void trashSlide();
+    void openSlide();
     void shuffle();
     void sortOrderChanged() override;
     void keyDown(QKeyEvent* event);
     void updateInfoDisplayForURL(const FileUrl& url);
     void showAbout();
     void ShowPreferences();
+    void showHelp();
     void quit();
 
     // Recent folders. Nothing is remembered but a single folder.
@@ -143,15 +162,18 @@ public:
     FileSequence& fileSequence() { return mFileSequence; }
     // Null until ads have been opened.
     const FileSequence* addSequence() const { return mAddSequence.get(); }
-    MainMenu& mainMenu() { return mMainMenu; }
+    // Made when it is first asked for, which the first window does: the decoder of the first slide is at work by then.
+    MainMenu& mainMenu();
     SlideWindow* screenWindow() const { return mScreenWindow.get(); }
     KLLayerView* slideView() const { return mFullScreenView; }
     // Null until it was first shown.
     WelcomeController* welcomeController() const { return mWelcomeController.get(); }
     // Null until there has been a list of recent folders.
-    QAction* recentsMenuItem() const { return mRecentsMenuItem; }
+    QAction* recentsMenuItem();
     // The recent folder that is open; empty for none.
     const FileUrl& securityScopedResourceURL() const { return mSecurityScopedResourceURL; }
+    // Null until the controls have been shown for the first time.
+    ControlPanel* controlWindow() const { return mControlWindow.get(); }
     ChooseScreenWindow* chooseScreenWindow() const { return mChooseScreenWindow.get(); }
     // Null until the preferences have been shown.
     PreferenceController* preferenceController() const { return mPreferenceController.get(); }
@@ -218,6 +240,9 @@ private:
     void collectAds(const FileUrl& folder);
     void abandonAddFolder();
     void closeAddFolder();
+    // False when the file stays, or when its volume does not answer: it may go later.
+    bool moveToTrashSoon(const FileUrl& url);
+    void movedToTrashLate(const FileUrl& url);
     FileUrl nextAd();
     std::vector<FileUrl> comingFiles() const;
     // Whether there is a slide on the view, a picture or a movie.
@@ -261,6 +286,7 @@ private:
 
     void collect(CollectionRequest::Adder adder, const QList<FileUrl>& entries);
     void collectionFinished();
+    void collectionIsSilent();
     bool hasCurrentFile() const;
 
     void makeScreenWindow();
@@ -269,10 +295,15 @@ private:
     void closeScreenWindow();
     void showOnChosenScreen();
     void screenRemoved(QScreen* screen);
+    void bringWindowsIntoSight();
     FileUrl hintPicture() const;
     void scheduleVisibilityCheck();
     void checkVisibility();
-    bool isAnyWindowVisible() const;
+
+    // The one that stands for the program; null when none is visible.
+    QWidget* frontWindow() const;
+    // Once for each wish.
+    void comeToFront(QWidget* window);
 
     CommandState commandState() const;
     void connectActions();
@@ -280,9 +311,20 @@ private:
     void slideKeyPressed(const SlideKey& key);
     void validateMenuItems();
     void setFitMode(const QString& mode);
+    void openChosen(const QList<FileUrl>& chosen);
+    // Shows the one label, in place of the other, or none.
+    void toggleLabel(const QString& key, const QString& otherKey);
+    // The file that commands are about: the slide, also while an ad stands in its place. Empty for none.
+    FileUrl currentFile() const { return hasCurrentFile() ? mFileSequence.current() : FileUrl(); }
+    void updateControls();
+    void keepControlsAbove();
+    // False also when the disk does not answer.
+    bool answersAsFolder(const QString& path);
     void openPanelFinished(const QList<FileUrl>& chosen, const QUrl& folder);
 
     void recentFoldersChanged();
+    void showRecentFolders();
+    void fillRecentMenu(const QStringList& paths);
     QStringList recentPathTexts();
     void loadWelcomeMessage(const QList<FileUrl>& opened);
 
@@ -295,12 +337,13 @@ private:
     UserDefaults& mSharedUserDefaults;
     Clock& mClock;
     const QString mResourceFolder;
-    MainMenu mMainMenu;
+    std::unique_ptr<MainMenu> mMainMenu;
     ActivationMonitor mActivation;
     UserDefaults::Observation mIntervalObservation;
 
     std::unique_ptr<WelcomeController> mWelcomeController;
     std::unique_ptr<ChooseScreenWindow> mChooseScreenWindow;
+    std::unique_ptr<ControlPanel> mControlWindow; // made when it is first shown
     std::unique_ptr<PreferenceController> mPreferenceController;
     QPointer<OpenPanel> mOpenPanel;
     QPointer<QMessageBox> mAbout;
@@ -316,6 +359,8 @@ private:
     QRect mFullScreenFrame; // the display's frame at the last goFullScreen
     bool mWindowMode = false;
     bool mStartedByHand = false;
+    std::optional<LaunchToken> mLaunchToken; // for the window that comes next
+    FileDrops mFileDrops;
 
     FileUrl mImageURL;
     bool mHintsScreenShown = false;
@@ -336,6 +381,8 @@ private:
     OneShotTimer mRetry;
     OneShotTimer mTimer;
     OneShotTimer mHoldingBack; // of the first picture of a show, until the order of a small folder is known
+    OneShotTimer mSilence; // of a collection that has found nothing yet
+    bool mIsSilent = false;
     bool mTimerExists = false;
     double mSlideTime = 0;
     double mLastSlideTime = 0;
@@ -346,11 +393,15 @@ private:
     FileSequence mFileSequence;
     std::unique_ptr<KLGridWindowController> mGridController;
     SerialQueue mAddQueue;
+    SerialQueue mLaunchQueue; // other programs are started there: the desktop may not answer
+    SerialQueue mDiskQueue; // what a person waits for, but no longer than a moment: a disk may not answer
+    QList<FileUrl> mGoingToTrash; // whose volume has not answered yet
     std::unique_ptr<FileSequence> mAddSequence; // made when ads are first opened
     CancelToken mAddOpening; // of the folder that is being looked for
     FileUrl mSecurityScopedAddURL;
     qint64 mAddCounter = 0; // slides since the last ad
     RecentFolders mRecentFolders;
+    bool mHasRecentsMenu = false;
     QPointer<QAction> mRecentsMenuItem; // owned by its menu
     FileUrl mSecurityScopedResourceURL;
     QList<FileUrl> mLastOpened;

@@ -1,39 +1,62 @@
+#include "ControlPanel.h"
 #include "OpenPanel.h"
+#include "OpenWith.h"
 #include "PreferenceController.h"
-#include "PrintableText.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
 #include "SlideKeys.h"
+#include "WebAddresses.h"
 
 #include <QApplication>
 #include <QDialog>
+#include <QDir>
+#include <QFileInfo>
+#include <QIcon>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QStandardPaths>
 
+#include <atomic>
+#include <memory>
+
 namespace frameflow {
+
+// ---- Actions
 
 namespace {
 
-QString nameWithoutExtension(const FileUrl& url)
+QIcon windowIcon()
 {
-    const QByteArrayView name = url.fileName();
-    const QByteArrayView extension = url.extension();
-    return QString::fromUtf8(extension.isEmpty() ? name : name.chopped(extension.size() + 1));
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64}) {
+        icon.addFile(QStringLiteral(":/frameflow/icon/%1.png").arg(size), QSize(size, size));
+    }
+    return icon;
 }
 
 } // namespace
 
-// ---- Actions
+MainMenu& SlideController::mainMenu()
+{
+    if (!mMainMenu) {
+        // Takes as long as the menus, and like them is not needed before there is a window.
+        QGuiApplication::setWindowIcon(windowIcon());
+        mMainMenu = std::make_unique<MainMenu>();
+        connectActions();
+        updateRecentMenu();
+    }
+    return *mMainMenu;
+}
 
 void SlideController::connectActions()
 {
     for (const ActionRow& row : actionTable()) {
-        QAction* action = mMainMenu.action(QString::fromLatin1(row.id));
+        QAction* action = mainMenu().action(QString::fromLatin1(row.id));
         action->setShortcuts(row.keys);
+        action->setAutoRepeat(row.whileHeld == WhileHeld::Repeats);
         connect(action, &QAction::triggered, this, [this, row] { perform(row); });
     }
-    mMainMenu.setRefresher([this] { validateMenuItems(); });
+    mainMenu().setRefresher([this] { validateMenuItems(); });
     validateMenuItems();
 }
 
@@ -41,10 +64,7 @@ void SlideController::perform(const ActionRow& row)
 {
     // A held key repeats as long as it is held: what it brings while a slide is being waited for is no further wish. So
     // nothing is left to be done when it is released.
-    // Nor is a file for the Trash.
-    const bool isHeld = mMainMenu.isKeyRepeated();
-    if (isHeld
-        && (row.whileWaiting == WhileWaiting::Refused || (isWaiting() && row.whileWaiting == WhileWaiting::Waits))) {
+    if (mainMenu().isKeyRepeated() && isWaiting() && row.whileWaiting == WhileWaiting::Waits) {
         return;
     }
     if (row.whileWaiting == WhileWaiting::Waits) {
@@ -60,6 +80,10 @@ CommandState SlideController::commandState() const
     state.slideCount = mFileSequence.count();
     state.timerRuns = mTimerExists;
     state.windowMode = mWindowMode;
+    state.isWindowFullScreen = mScreenWindow && mScreenWindow->isFullScreen();
+    state.controlsVisible = mControlWindow && mControlWindow->isVisible();
+    state.showsFilePath = mSharedUserDefaults.boolValue(keys::showFilePath);
+    state.showsFileName = mSharedUserDefaults.boolValue(keys::showFileName);
     state.fitMode = mSharedUserDefaults.stringValue(keys::imageFitMode);
     return state;
 }
@@ -69,7 +93,7 @@ void SlideController::validateMenuItems()
     const CommandState state = commandState();
     for (const ActionRow& row : actionTable()) {
         const QString id = QString::fromLatin1(row.id);
-        QAction* action = mMainMenu.action(id);
+        QAction* action = mainMenu().action(id);
         action->setEnabled(isEnabled(row.needs, state));
         if (action->isCheckable()) {
             action->setChecked(isChecked(id, state));
@@ -142,20 +166,6 @@ void SlideController::Stretch()
     setFitMode(keys::fitModeStretch);
 }
 
-// Refused while a slide is being waited for, and during a transition: what a person means is what is on screen.
-void SlideController::trashSlide()
-{
-    if (isWaiting() || (mFullScreenView != nullptr && mFullScreenView->isBusy())) {
-        return;
-    }
-    checkMovie();
-    const FileUrl url = mFileSequence.trash();
-    if (!url.isEmpty()) {
-        openImageURL(url, true);
-    }
-    updateGrid();
-}
-
 void SlideController::shuffle()
 {
     inTurn([this] {
@@ -174,26 +184,7 @@ void SlideController::sortOrderChanged()
     });
 }
 
-// ---- The file's path or name over the slide
-
-void SlideController::updateInfoDisplayForURL(const FileUrl& url)
-{
-    const bool showsPath = mSharedUserDefaults.boolValue(keys::showFilePath);
-    if (!showsPath && !mSharedUserDefaults.boolValue(keys::showFileName)) {
-        if (mLabel) {
-            mLabel->clear();
-            mLabel->hide();
-        }
-        return;
-    }
-    if (!mLabel && mFullScreenView != nullptr) {
-        mLabel = new SlideLabel(mFullScreenView);
-        connect(mLabel, &SlideLabel::heightTaken, mFullScreenView, &KLLayerView::setBottomInset);
-    }
-    if (mLabel) {
-        mLabel->showText(printable(showsPath ? url.displayPath() : nameWithoutExtension(url)));
-    }
-}
+// ---- Windows
 
 void SlideController::showAbout()
 {
@@ -216,7 +207,7 @@ void SlideController::ShowPreferences()
     if (!mPreferenceController) {
         mPreferenceController = std::make_unique<PreferenceController>(mSharedUserDefaults, mClock);
         mPreferenceController->setDelegate(this);
-        mMainMenu.addKeysTo(mPreferenceController->window());
+        mainMenu().addKeysTo(mPreferenceController->window());
         connect(mPreferenceController.get(), &PreferenceController::closed, this, [this] {
             mActivation.windowsChange();
             scheduleVisibilityCheck();
@@ -224,6 +215,47 @@ void SlideController::ShowPreferences()
     }
     mActivation.windowsChange();
     mPreferenceController->showWindow();
+}
+
+void SlideController::ShowControls()
+{
+    mActivation.windowsChange();
+    if (mControlWindow && mControlWindow->isVisible()) {
+        mControlWindow->hide();
+        return;
+    }
+    if (!mControlWindow) {
+        mControlWindow = std::make_unique<ControlPanel>(mainMenu());
+        connect(mControlWindow.get(), &ControlPanel::closed, this, [this] { mActivation.windowsChange(); });
+    }
+    const bool isShowVisible = mScreenWindow && mScreenWindow->isVisible();
+    if (isShowVisible || mCurrentScreen) {
+        mControlWindow->placeIn(isShowVisible ? mScreenWindow->geometry() : mCurrentScreen->availableGeometry());
+    }
+    mControlWindow->showAbove(mScreenWindow.get());
+    updateControls();
+}
+
+// A window that has just come would cover them.
+void SlideController::keepControlsAbove()
+{
+    if (mControlWindow && mControlWindow->isVisible()) {
+        mControlWindow->showAbove(mScreenWindow.get());
+    }
+}
+
+// What they say of the show is always true: unlike a menu they are seen all the time.
+void SlideController::updateControls()
+{
+    if (mControlWindow && mControlWindow->isVisible()) {
+        mControlWindow->setPlaying(mTimerExists);
+        validateMenuItems();
+    }
+}
+
+void SlideController::showHelp()
+{
+    mLaunchQueue.async([] { openInBrowser(webAddresses::helpPage); });
 }
 
 void SlideController::quit()
@@ -240,7 +272,7 @@ void SlideController::keyDown(QKeyEvent* event)
     const QKeySequence pressed(event->keyCombination());
     for (const ActionRow& row : actionTable()) {
         if (row.keys.contains(pressed)) {
-            if (event->key() == Qt::Key_F11 && !mWindowMode) {
+            if (event->key() == Qt::Key_F11 && !mWindowMode && !event->isAutoRepeat()) {
                 WindowMode();
             }
             event->accept();
@@ -291,31 +323,40 @@ void SlideController::openMenu()
     }
     const QUrl last(mSharedUserDefaults.stringValue(keys::lastUsedOpenDirectory));
     const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
-    mOpenPanel = new OpenPanel(last.isLocalFile() ? last : QUrl::fromLocalFile(pictures), QApplication::activeWindow());
+    const QString folder = last.isLocalFile() ? last.toLocalFile() : pictures;
+    mOpenPanel = new OpenPanel(
+        QUrl::fromLocalFile(answersAsFolder(folder) ? folder : QDir::homePath()), QApplication::activeWindow());
     mOpenPanel->setAttribute(Qt::WA_DeleteOnClose);
     mActivation.windowsChange();
-    connect(mOpenPanel, &QFileDialog::finished, this, [this](int result) {
-        if (result == QDialog::Accepted) {
-            openPanelFinished(mOpenPanel->chosenFiles(), mOpenPanel->directoryUrl());
-        }
-        mActivation.windowsChange();
-        // Without a window manager nobody else gives the keyboard back.
-        if (mScreenWindow) {
-            mScreenWindow->activateWindow();
-        }
-        scheduleVisibilityCheck();
-    });
+    connect(
+        mOpenPanel, &QFileDialog::finished, this, [this, before = QPointer(QApplication::activeWindow())](int result) {
+            const bool isChosen = result == QDialog::Accepted;
+            if (isChosen) {
+                openPanelFinished(mOpenPanel->chosenFiles(), mOpenPanel->directoryUrl());
+            }
+            mActivation.windowsChange();
+            // Without a window manager nobody else gives the keyboard back.
+            if (!isChosen && before && before->isVisible()) {
+                before->activateWindow();
+            } else if (mScreenWindow) {
+                mScreenWindow->activateWindow();
+            }
+            scheduleVisibilityCheck();
+        });
     mOpenPanel->open();
+}
+
+// The panel looks at its folder while everything waits.
+bool SlideController::answersAsFolder(const QString& path)
+{
+    const auto isFolder = std::make_shared<std::atomic<bool>>(false);
+    mDiskQueue.runForAMoment([isFolder, path] { *isFolder = QFileInfo(path).isDir(); });
+    return *isFolder;
 }
 
 void SlideController::openPanelFinished(const QList<FileUrl>& chosen, const QUrl& folder)
 {
-    Stop();
-    endSlideShow();
-    if (!chosen.isEmpty()) {
-        collect(CollectionRequest::Adder::Urls, chosen);
-        rememberRecentURLs(chosen);
-    }
+    openChosen(chosen);
     mSharedUserDefaults.setValue(keys::lastUsedOpenDirectory, folder.toString(QUrl::FullyEncoded));
 }
 

@@ -24,8 +24,8 @@ void SlideController::makeGrid()
     mGridController = std::make_unique<KLGridWindowController>(mSharedUserDefaults, mClock, DecoderPool::instance());
     mGridController->setMyFileSequence(&mFileSequence);
     mGridController->setDelegate(this);
-    mGridController->setMenuBar(mMainMenu.makeMenuBar());
-    mMainMenu.addKeysTo(mGridController->window());
+    mGridController->setMenuBar(mainMenu().makeMenuBar());
+    mainMenu().addKeysTo(mGridController->window());
     connect(mGridController.get(), &KLGridWindowController::openSelected, this, &SlideController::openSelected);
     connect(mGridController.get(), &KLGridWindowController::closed, this, [this] {
         mActivation.windowsChange();
@@ -54,6 +54,7 @@ void SlideController::updateGrid()
         mGridController->sequenceChanged();
         mGridController->currentSlideChanged();
     }
+    updateControls();
 }
 
 void SlideController::gotoImageIndex(size_t index)

@@ -1,5 +1,6 @@
 #include "AboveActiveWindow.h"
 #include "ChooseScreenWindow.h"
+#include "ControlPanel.h"
 #include "KLGridWindowController.h"
 #include "KLImageCache.h"
 #include "KLThumbnailCache.h"
@@ -35,15 +36,21 @@ QVariantMap defaultsFromResources()
     return readPropertyList(file.readAll()).value_or(QVariant()).toMap();
 }
 
+// Longer than any folder takes whose disk answers.
+constexpr Duration silenceBeforeWelcome = std::chrono::seconds(2);
+
 } // namespace
 
 SlideController::SlideController(
     UserDefaults& defaults, Clock& clock, const QString& resourceFolder, const UpdateServer& updateServer)
     : mSharedUserDefaults(defaults), mClock(clock), mResourceFolder(resourceFolder),
       mActivation(clock, [this] { inTurn([this] { applicationWillBecomeActive(); }); }), mUpdateServer(updateServer),
-      mCurrentScreen(QGuiApplication::primaryScreen()), mRetry(clock), mTimer(clock), mHoldingBack(clock),
-      mDisplaySleep(QStringLiteral("Viewing Slideshow")), mDispatchQueue("com.quillory.filesequence"),
-      mFileSequence(defaults, clock), mAddQueue("com.quillory.addsequence"), mRecentFolders(defaults)
+      mCurrentScreen(QGuiApplication::primaryScreen()),
+      mFileDrops([this](const QList<FileUrl>& files) { openDropped(files); }), mRetry(clock), mTimer(clock),
+      mHoldingBack(clock), mSilence(clock), mDisplaySleep(QStringLiteral("Viewing Slideshow")),
+      mDispatchQueue("com.quillory.filesequence"), mFileSequence(defaults, clock),
+      mAddQueue("com.quillory.addsequence"), mLaunchQueue("com.quillory.launching"), mDiskQueue("com.quillory.disk"),
+      mRecentFolders(defaults)
 {
     mFileSequence.setDelegate(this);
     mFileSequence.setGate([this](WaitingLine::Job job) { gate(std::move(job)); });
@@ -55,6 +62,8 @@ SlideController::~SlideController()
     mFileSequence.abandonCollections();
     abandonAddFolder();
     cancelWait();
+    mLaunchQueue.abandonRunning();
+    mDiskQueue.abandonRunning();
     delete mOpenPanel;
     delete mAbout;
     mPreferenceController.reset();
@@ -79,11 +88,8 @@ void SlideController::awakeFromNib()
     mIntervalObservation
         = mSharedUserDefaults.observe(keys::slideInterval, [this](const QString&) { slideIntervalChanged(); });
     checkForUpdateWhenDue();
-    if (mRecentFolders.load()) {
-        updateRecentMenu();
-    }
+    mHasRecentsMenu = mRecentFolders.load();
     restoreScreen();
-    connectActions();
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
         [this](Qt::ApplicationState state) { mActivation.setActive(state == Qt::ApplicationActive); });
     connect(qApp, &QGuiApplication::screenRemoved, this, &SlideController::screenRemoved);
@@ -94,6 +100,7 @@ void SlideController::applicationDidFinishLaunching()
     mStartedByHand = true;
     if (mFileSequence.count() == 0) {
         if (mSharedUserDefaults.boolValue(keys::openLastUsedFolder)) {
+            recentPaths(); // the first of those that are still there
             openRecentFolderAtIndex(0);
         } else if (mSharedUserDefaults.boolValueOrTrue(keys::showWelcome)) {
             ShowWelcomeScreen();
@@ -143,6 +150,8 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
     const bool showFirst = adder != CollectionRequest::Adder::Urls;
     request.sortAfterwards = request.removeDuplicatesAfterwards = showFirst;
     mLastOpened = entries;
+    mIsSilent = false;
+    mSilence.start(mClock.now() + silenceBeforeWelcome, [this] { collectionIsSilent(); });
     mFileSequence.collect(mDispatchQueue, request, [this, showFirst] {
         // The hint stands for the slide that it covers: it stays, and the show will begin with the first of the order.
         // So does a show that is about to begin.
@@ -157,9 +166,31 @@ void SlideController::collect(CollectionRequest::Adder adder, const QList<FileUr
     });
 }
 
+// A disk may be slow or not answer at all. Nobody is to be left without a window, nor with one that cannot be closed.
+void SlideController::collectionIsSilent()
+{
+    if (!mFileSequence.isCollecting() || mFileSequence.count() > 0) {
+        return;
+    }
+    mIsSilent = true;
+    if (isAnyWindowVisible()) {
+        return;
+    }
+    if (mSharedUserDefaults.boolValueOrTrue(keys::showWelcome)) {
+        ShowWelcomeScreen();
+    } else {
+        openMenu();
+    }
+}
+
 void SlideController::collectionFinished()
 {
+    mSilence.stop();
+    mIsSilent = false;
     mNothingFound = mFileSequence.count() == 0;
+    if (mNothingFound) {
+        comeToFront(frontWindow());
+    }
     if (mWelcomeController && mNothingFound) {
         loadWelcomeMessage(mLastOpened);
     }
@@ -182,7 +213,7 @@ bool SlideController::hasCurrentFile() const
 void SlideController::ShowChooseScreen()
 {
     if (!mChooseScreenWindow) {
-        mChooseScreenWindow = std::make_unique<ChooseScreenWindow>(mMainMenu);
+        mChooseScreenWindow = std::make_unique<ChooseScreenWindow>(mainMenu());
         connect(mChooseScreenWindow.get(), &ChooseScreenWindow::chosen, this, &SlideController::ChangeScreen);
         connect(
             mChooseScreenWindow.get(), &ChooseScreenWindow::closed, this, &SlideController::scheduleVisibilityCheck);
@@ -222,20 +253,21 @@ void SlideController::ShowWelcomeScreen()
 {
     if (!mWelcomeController) {
         mWelcomeController = std::make_unique<WelcomeController>(mSharedUserDefaults);
-        mWelcomeController->setMenuBar(mMainMenu.makeMenuBar());
-        mMainMenu.addKeysTo(mWelcomeController->window());
+        mWelcomeController->setMenuBar(mainMenu().makeMenuBar());
+        mainMenu().addKeysTo(mWelcomeController->window());
         connect(mWelcomeController.get(), &WelcomeController::closed, this, [this] {
-            if (!isAnyWindowVisible() && !mFileSequence.isCollecting()) {
+            if (!isAnyWindowVisible() && (mIsSilent || !mFileSequence.isCollecting())) {
                 quit();
             }
         });
     }
     mActivation.windowsChange();
     hideGrid();
-    mWelcomeController->loadRecents(recentPathTexts());
+    showRecentFolders();
     mWelcomeController->setDelegate(this);
     loadWelcomeMessage(std::exchange(mNothingFound, false) ? mLastOpened : QList<FileUrl>());
     mWelcomeController->showWindow();
+    comeToFront(mWelcomeController->window());
     mWelcomeController->loadVersionText(tr("Version %1").arg(getVersionString()));
     offerHeldUpdate();
 }
@@ -271,6 +303,8 @@ void SlideController::goFullScreen(QScreen* screen)
     mWindowMode = false;
     mFullScreenFrame = screen != nullptr ? screen->geometry() : QRect();
     mScreenWindow->showFullScreenOn(screen);
+    comeToFront(mScreenWindow.get());
+    keepControlsAbove();
     if (mUpdateWindow) {
         // It came before the show, which would cover it until it goes.
         putAbove(mUpdateWindow->window(), mScreenWindow.get());
@@ -283,10 +317,10 @@ void SlideController::makeScreenWindow()
     mFullScreenView = new KLLayerView(mSharedUserDefaults, mClock);
     mFullScreenView->setDelegate(this);
     mFullScreenView->setMovieLoudness(mMovieLoudness);
-    mScreenWindow = std::make_unique<SlideWindow>(mFullScreenView, mMainMenu.makeMenuBar());
+    mScreenWindow = std::make_unique<SlideWindow>(mFullScreenView, mainMenu().makeMenuBar());
     mScreenWindow->setWindowTitle(QGuiApplication::applicationDisplayName());
-    mMainMenu.addKeysTo(mScreenWindow.get());
-    mMainMenu.addSlideKeysTo(mFullScreenView);
+    mainMenu().addKeysTo(mScreenWindow.get());
+    mainMenu().addSlideKeysTo(mFullScreenView);
     connect(mScreenWindow.get(), &SlideWindow::keyUnhandled, this, &SlideController::keyDown);
     connect(mScreenWindow.get(), &SlideWindow::becameKey, this, &SlideController::preventSleep);
     connect(mScreenWindow.get(), &SlideWindow::becameKey, this, &SlideController::offerHeldUpdate);
@@ -308,11 +342,11 @@ std::unique_ptr<SlideWindow> SlideController::detachScreenWindow()
     mActivation.windowsChange();
     mScreenWindow->hide();
     mScreenWindow->disconnect(this);
+    mFullScreenView->setDelegate(nullptr);
     if (const MoviePlayerPtr& player = mFullScreenView->moviePlayer()) {
         player->close(); // the window lives on for a moment
     }
     mFullScreenView->disconnect(this);
-    mFullScreenView->setDelegate(nullptr);
     mFullScreenView = nullptr;
     mLabel = nullptr; // goes with its view, but not at once
     std::unique_ptr<SlideWindow> window = std::move(mScreenWindow);
@@ -382,16 +416,27 @@ void SlideController::restoreScreen()
     mCurrentScreen = index ? screens.at(static_cast<qsizetype>(*index)) : QGuiApplication::primaryScreen();
 }
 
-// A show on a display that is unplugged goes on on the main one.
+// A show on a display that is unplugged goes on on the main one; whatever stands above it and has the keyboard keeps
+// it.
 void SlideController::screenRemoved(QScreen* screen)
 {
-    if (mCurrentScreen != screen && mCurrentScreen) {
-        return;
+    if (mCurrentScreen == screen || !mCurrentScreen) {
+        mCurrentScreen = QGuiApplication::primaryScreen();
+        if (mScreenWindow && !mWindowMode) {
+            QWidget* const active = QApplication::activeWindow();
+            goFullScreen(mCurrentScreen);
+            if (active != nullptr && active != mScreenWindow.get()) {
+                active->raise();
+                active->activateWindow();
+            }
+        }
     }
-    mCurrentScreen = QGuiApplication::primaryScreen();
-    if (mScreenWindow && !mWindowMode) {
-        goFullScreen(mCurrentScreen);
-    }
+    // Later: the toolkit has not given up the display yet.
+    postToMainThread([this, alive = std::weak_ptr(mAlive)] {
+        if (alive.lock()) {
+            bringWindowsIntoSight();
+        }
+    });
 }
 
 // ---- No program without a window
@@ -402,14 +447,6 @@ void SlideController::scheduleVisibilityCheck()
         if (alive.lock()) {
             checkVisibility();
         }
-    });
-}
-
-bool SlideController::isAnyWindowVisible() const
-{
-    const auto widgets = QApplication::topLevelWidgets();
-    return std::any_of(widgets.begin(), widgets.end(), [](const QWidget* widget) {
-        return widget->isVisible() && (widget->windowType() == Qt::Window || widget->windowType() == Qt::Dialog);
     });
 }
 

@@ -48,12 +48,14 @@ void SlideController::Start()
     }
     mSlideTime = mSharedUserDefaults.floatValue(keys::slideInterval);
     startTimer();
+    updateControls();
 }
 
 void SlideController::Stop()
 {
     mTimer.stop();
     mTimerExists = false;
+    updateControls();
 }
 
 void SlideController::Play()
@@ -221,12 +223,15 @@ void SlideController::endSlideShow()
     mAutoPlayPending = false;
     mFirstOfOrderIsKnown = false;
     mHoldingBack.stop();
+    mSilence.stop();
+    mIsSilent = false;
     mFileSequence.abandonCollections();
     ++mPendingClears; // from here on nothing that the background found opens a show again
     cancelWait();
     exitFullScreen();
     mFileSequence.clearOn(mDispatchQueue, [this] {
         --mPendingClears;
+        updateControls();
         scheduleVisibilityCheck();
     });
     closeAddFolder();
@@ -242,6 +247,8 @@ void SlideController::firstFileFound()
 {
     // From the event loop: a small folder is in order by then, and its first picture is the only one to be decoded.
     mAutoPlayPending = true;
+    mSilence.stop();
+    mIsSilent = false;
     postToMainThread([this, alive = std::weak_ptr(mAlive)] {
         if (alive.lock() && mAutoPlayPending) {
             inTurn([this] { beginShow(); });
@@ -250,7 +257,7 @@ void SlideController::firstFileFound()
 }
 
 // A small folder is in order in a moment, and its first picture is the only one to be decoded. Nothing else is done
-// until then: a window takes longer to make. The walk through a large one rests afterwards: with few cores it would
+// until then: a window takes longer to make. The walk through a large one rests from then on: with few cores it would
 // take them from the decoder.
 void SlideController::beginShow()
 {
@@ -258,8 +265,8 @@ void SlideController::beginShow()
         startShow();
     } else if (mAutoPlayPending && !mHoldingBack.isActive()) {
         mHoldingBack.start(mClock.now() + smallFolderTime, [this] {
-            inTurn([this] { startShow(); });
             mFileSequence.giveWay(std::chrono::milliseconds(250));
+            inTurn([this] { startShow(); });
         });
     }
 }

@@ -48,9 +48,19 @@ QList<FileUrl> SlideController::recentPaths()
 
 void SlideController::recentFoldersChanged()
 {
-    updateRecentMenu();
+    mHasRecentsMenu = true;
+    showRecentFolders();
+}
+
+// Looking may shorten the list. Menu and window always show the same one, or a row of one would lead elsewhere.
+void SlideController::showRecentFolders()
+{
+    const QStringList texts = recentPathTexts();
+    if (mMainMenu && mHasRecentsMenu) {
+        fillRecentMenu(texts);
+    }
     if (mWelcomeController) {
-        mWelcomeController->loadRecents(recentPathTexts());
+        mWelcomeController->loadRecents(texts);
     }
 }
 
@@ -63,16 +73,29 @@ QStringList SlideController::recentPathTexts()
     return texts;
 }
 
+QAction* SlideController::recentsMenuItem()
+{
+    mainMenu();
+    return mRecentsMenuItem;
+}
+
 void SlideController::updateRecentMenu()
 {
+    if (mMainMenu && mHasRecentsMenu) {
+        showRecentFolders();
+    }
+}
+
+void SlideController::fillRecentMenu(const QStringList& paths)
+{
     if (!mRecentsMenuItem) {
-        mRecentsMenuItem = mMainMenu.insertIntoFileMenu(2, tr("&Recent Folders"));
+        mRecentsMenuItem = mainMenu().insertIntoFileMenu(2, tr("&Recent Folders"));
     }
     auto* const menu = new QMenu;
     menu->setWindowTitle(QStringLiteral("Recent mFolders")); // never shown: a menu's text is that of its item
     menu->setAccessibleName(tr("Recent Folders"));
     menu->setToolTipsVisible(true);
-    for (const QString& path : recentPathTexts()) {
+    for (const QString& path : paths) {
         QAction* const item = menu->addAction(menuText(*menu, path));
         item->setToolTip(path);
         connect(item, &QAction::triggered, this, [this, item] { OpenRecentFolder(item); });

@@ -3,6 +3,9 @@
 #include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QStyle>
+
+#include <algorithm>
 
 namespace frameflow {
 
@@ -19,6 +22,7 @@ SlideLabel::SlideLabel(QWidget* parent) : QLabel(parent)
     setTextFormat(Qt::PlainText); // a file's name is no markup
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::NoFocus);
+    setLayoutDirection(Qt::LeftToRight); // as a path is read everywhere
     QFont large = font();
     large.setPixelSize(textHeight);
     setFont(large);
@@ -33,10 +37,15 @@ SlideLabel::SlideLabel(QWidget* parent) : QLabel(parent)
 void SlideLabel::showText(const QString& text)
 {
     setText(text);
-    adjustSize();
+    fit();
     place();
     raise();
-    show();
+    setVisible(!text.isEmpty());
+}
+
+QString SlideLabel::shownText() const
+{
+    return fontMetrics().elidedText(text(), Qt::ElideMiddle, contentsRect().width() - 2 * margin());
 }
 
 bool SlideLabel::event(QEvent* event)
@@ -59,6 +68,7 @@ bool SlideLabel::event(QEvent* event)
 bool SlideLabel::eventFilter(QObject* object, QEvent* event)
 {
     if (event->type() == QEvent::Resize) {
+        fit();
         place();
     }
     return QLabel::eventFilter(object, event);
@@ -68,8 +78,18 @@ void SlideLabel::paintEvent(QPaintEvent* event)
 {
     QColor background(Qt::black);
     background.setAlphaF(backgroundOpacity);
-    QPainter(this).fillRect(event->rect(), background);
-    QLabel::paintEvent(event);
+    QPainter painter(this);
+    painter.fillRect(event->rect(), background);
+    const int padding = margin();
+    style()->drawItemText(&painter, contentsRect().adjusted(padding, padding, -padding, -padding),
+        static_cast<int>(Qt::AlignVCenter | Qt::AlignLeft) | Qt::TextSingleLine, palette(), isEnabled(), shownText(),
+        QPalette::WindowText);
+}
+
+void SlideLabel::fit()
+{
+    const QSize whole = sizeHint();
+    resize(std::min(whole.width(), parentWidget()->width()), whole.height());
 }
 
 void SlideLabel::place()

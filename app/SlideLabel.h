@@ -12,8 +12,10 @@ class SlideLabel : public QLabel
 public:
     explicit SlideLabel(QWidget* parent);
 
-    // In front of everything else over the slide, as large as the text.
+    // In front of everything else over the slide, as large as the text; hidden for none. What is wider than the widget
+    // loses its middle.
     void showText(const QString& text);
+    QString shownText() const;
 
 Q_SIGNALS:
     // How much of the lower edge it takes has changed, in points; 0 while it is not shown.
@@ -25,6 +27,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void fit();
     void place();
 };
 

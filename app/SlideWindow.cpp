@@ -103,7 +103,8 @@ void SlideWindow::hidePointerUntilMouseMoves()
 bool SlideWindow::eventFilter(QObject* object, QEvent* event)
 {
     if (event->type() == QEvent::MouseMove) {
-        pointerMoved(static_cast<QMouseEvent*>(event)->globalPosition().toPoint());
+        const auto& mouse = *static_cast<QMouseEvent*>(event);
+        pointerMoved(mouse.globalPosition().toPoint(), mouse.buttons());
     } else if (object == mMenuBar && event->type() == QEvent::Leave) {
         pointerMoved(QCursor::pos());
     }
@@ -167,13 +168,14 @@ void SlideWindow::layOut()
     mView->setGeometry(rect());
 }
 
-void SlideWindow::pointerMoved(const QPoint& global)
+void SlideWindow::pointerMoved(const QPoint& global, Qt::MouseButtons held)
 {
     if (mPointerHidden && global != mPointerAtHiding) {
         mPointerHidden = false;
         mView->unsetCursor();
     }
-    if (mWindowMode || isMenuInUse()) {
+    // Whoever holds a button points at the slide.
+    if (mWindowMode || isMenuInUse() || held != Qt::NoButton) {
         return;
     }
     const QPoint local = mapFromGlobal(global);

@@ -49,7 +49,7 @@ protected:
 
 private:
     void layOut();
-    void pointerMoved(const QPoint& global);
+    void pointerMoved(const QPoint& global, Qt::MouseButtons held = Qt::NoButton);
     void revealMenuBar(bool revealed);
     bool isMenuInUse() const;
     void keepFrameInPlace();

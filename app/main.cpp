@@ -1,16 +1,22 @@
 #include "Clock.h"
 #include "DecoderPool.h"
+#include "OneProgram.h"
 #include "SlideController.h"
 #include "StartArguments.h"
 #include "UserDefaults.h"
 
 #include <QApplication>
+#include <QDBusConnection>
 #include <QLoggingCategory>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <optional>
 
 #include <malloc.h>
 #include <sys/signalfd.h>
@@ -46,22 +52,131 @@ QList<QByteArray> argumentsFrom(int count, char** values)
     return arguments;
 }
 
+// The bus starts the program under a name of its own: there are no options that could say so, for any word may be the
+// name of a file.
+bool isStartedByBus(int argc, char** argv)
+{
+    return argc == 1 && QByteArrayView(argv[0]).endsWith("/frameflow-service");
+}
+
+bool hasDisplay()
+{
+    const char* const variables[] = {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};
+    return std::any_of(
+        std::begin(variables), std::end(variables), [](const char* name) { return qEnvironmentVariableIsSet(name); });
+}
+
+// While it exists there is no bus for the program. The toolkit connects to it by itself, for screen readers and menus,
+// and waits half a minute for one that does not answer; but it tries only once. Programs that are started later are to
+// know the real one.
+class WithoutBus
+{
+public:
+    WithoutBus()
+    {
+        qputenv(variable, "disabled:");
+        QDBusConnection::sessionBus();
+    }
+    ~WithoutBus()
+    {
+        if (mIsSet) {
+            qputenv(variable, mAddress);
+        } else {
+            qunsetenv(variable);
+        }
+    }
+    WithoutBus(const WithoutBus&) = delete;
+    WithoutBus& operator=(const WithoutBus&) = delete;
+
+private:
+    static constexpr const char* variable = "DBUS_SESSION_BUS_ADDRESS";
+
+    const bool mIsSet = qEnvironmentVariableIsSet(variable);
+    const QByteArray mAddress = qgetenv(variable);
+};
+
+// Without the display's server the toolkit ends the program from the middle of whatever it does, as if main had
+// returned though nothing has been destroyed. What the settings still hold is written then, and nothing else happens:
+// threads that are at work would meet what the libraries destroy.
+class EndWithoutDisplay
+{
+public:
+    explicit EndWithoutDisplay(frameflow::UserDefaults& defaults)
+    {
+        mDefaults = &defaults;
+        std::atexit(end);
+    }
+    ~EndWithoutDisplay() { mDefaults = nullptr; }
+    EndWithoutDisplay(const EndWithoutDisplay&) = delete;
+    EndWithoutDisplay& operator=(const EndWithoutDisplay&) = delete;
+
+private:
+    static void end()
+    {
+        if (mDefaults == nullptr) {
+            return;
+        }
+        if (gettid() == getpid()) { // a library that draws may have missed the server first, in a thread of its own
+            mDefaults->writeRest();
+        }
+        _exit(EXIT_FAILURE);
+    }
+
+    static inline frameflow::UserDefaults* mDefaults = nullptr;
+};
+
+// What others ask for goes to the controller. A service that nobody asks for anything ends.
+void serve(frameflow::OneProgram& program, frameflow::SlideController& controller, bool isService)
+{
+    using namespace frameflow;
+    auto* const unasked = new QTimer(&controller);
+    if (isService) {
+        unasked->setSingleShot(true);
+        QObject::connect(unasked, &QTimer::timeout, &controller, [] { QCoreApplication::exit(); });
+        unasked->start(std::chrono::seconds(10));
+    }
+    OneProgram::Requests requests;
+    requests.activate = [&controller, unasked](const LaunchToken& token) {
+        unasked->stop();
+        controller.applicationActivate(token);
+    };
+    requests.open = [&controller, unasked](const QList<FileUrl>& files, const LaunchToken& token) {
+        unasked->stop();
+        controller.applicationOpen(files, token);
+    };
+    requests.perform = [&controller, unasked](const QByteArray& command, const LaunchToken& token) {
+        unasked->stop();
+        return controller.applicationPerform(command, token);
+    };
+    requests.placeIsKnown = [isService](OneProgram::Place place) {
+        if (place == OneProgram::Place::Second || (isService && place == OneProgram::Place::Alone)) {
+            QCoreApplication::exit();
+        }
+    };
+    program.serve(requests);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     using namespace frameflow;
+    using namespace std::chrono_literals;
     const QList<FileUrl> files = filesFromArguments(argumentsFrom(argc, argv));
+    const bool isService = isStartedByBus(argc, argv);
     keepHeapsFew();
     const int endingSignals = blockEndingSignals();
+    QObject mainThread; // the toolkit takes the first thread that has an object for the main one
 
-    // While the toolkit starts, so does the first decoder.
+    // While the toolkit starts, so does the first decoder, and the bus is asked for another program of this kind.
+    OneProgram program({isService, files, LaunchToken::fromEnvironment()});
     DecoderPool::instance().warmUp();
 
     // Qt would abort with advice about its own installation.
-    const char* const displays[] = {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};
-    if (std::none_of(std::begin(displays), std::end(displays),
-            [](const char* name) { return qEnvironmentVariableIsSet(name); })) {
+    if (!hasDisplay()) {
+        if (program.wait(1s) == OneProgram::Place::Second) {
+            return 0;
+        }
         std::fputs("frameflow: there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.\n", stderr);
         return 1;
     }
@@ -69,6 +184,19 @@ int main(int argc, char** argv)
     // The toolkit sees no arguments: a file may be called -style.
     int noArguments = argc > 0 ? 1 : 0;
     QApplication application(noArguments, argv);
+    // The bus has had the time that the toolkit took, which is many times what it needs.
+    const auto place = program.wait(100ms);
+    if (place == OneProgram::Place::Second) {
+        return 0;
+    }
+    std::optional<WithoutBus> withoutBus;
+    if (!place) {
+        withoutBus.emplace();
+    }
+    if (isService && place == OneProgram::Place::Alone) {
+        std::fputs("frameflow: there is no session bus to serve.\n", stderr);
+        return 1;
+    }
     QApplication::setApplicationName(QStringLiteral("frameflow"));
     QApplication::setApplicationDisplayName(QStringLiteral("Frameflow"));
     QApplication::setApplicationVersion(QStringLiteral(FRAMEFLOW_VERSION));
@@ -85,13 +213,16 @@ int main(int argc, char** argv)
 
     SystemClock clock;
     UserDefaults defaults(UserDefaults::standardFilePath());
+    const EndWithoutDisplay endWithoutDisplay(defaults);
     SlideController controller(
         defaults, clock, QApplication::applicationDirPath() + QStringLiteral("/../share/frameflow"));
+    withoutBus.reset();
     controller.awakeFromNib();
-    if (files.isEmpty()) {
-        controller.applicationDidFinishLaunching();
-    } else {
+    serve(program, controller, isService);
+    if (!files.isEmpty()) {
         controller.applicationOpenFiles(files);
+    } else if (!isService) {
+        controller.applicationDidFinishLaunching();
     }
     return QApplication::exec();
 }

@@ -4,6 +4,7 @@
 #include "CGRectUtils.h"
 #include "Clock.h"
 #include "Coordinates.h"
+#include "CursorOverlay.h"
 #include "KLImageCache.h"
 #include "LayerSurface.h"
 #include "MoviePlayerView.h"
@@ -56,6 +57,7 @@ KLLayerView::KLLayerView(UserDefaults& defaults, Clock& clock, QWidget* parent, 
 
 KLLayerView::~KLLayerView()
 {
+    showMouse();
     removeMovie();
     mCompositor->stop();
     delete mLayerSurface; // while the copies that it draws from are there
@@ -227,7 +229,9 @@ void KLLayerView::swapImageLayers()
 
 void KLLayerView::displayLayer(const LayerPtr& layer)
 {
-    if (const KLImagePtr image = imageOfLayer(layer)) {
+    if (layer == mCursorLayer) {
+        displayCursor();
+    } else if (const KLImagePtr image = imageOfLayer(layer)) {
         layer->setContents(image->getCGImage());
     }
 }
@@ -285,7 +289,12 @@ DrawList KLLayerView::prepareFrame()
     }
     fitRootLayer();
     prepareCopies();
-    return presentation(*mBackgroundLayer, mCompositor->now());
+    DrawList items = presentation(*mBackgroundLayer, mCompositor->now());
+    if (mCursorOverlay && !mCursorOverlay->isHidden()) {
+        const qint64 cursor = mCursorLayer->contents().cacheKey();
+        std::erase_if(items, [=](const DrawItem& item) { return item.picture.cacheKey() == cursor; });
+    }
+    return items;
 }
 
 void KLLayerView::paintEvent(QPaintEvent* /*event*/)

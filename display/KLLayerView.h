@@ -13,6 +13,8 @@
 
 namespace frameflow {
 
+class CursorOverlay;
+class CursorPicture;
 class LayerSurface;
 class MoviePlayerView;
 class UserDefaults;
@@ -93,6 +95,21 @@ public:
     // Lets the slide drift to the right for half a minute, without making the view busy.
     void driftEffect();
 
+    // The pointer: while the left button is held, the picture that the settings name is drawn with its upper left
+    // corner at the mouse, in place of the system's pointer. With Control or Meta held, dragging moves an enlarged
+    // slide instead. The wheel scales the picture. Loads the picture, if it is another one than before.
+    void updateCursor();
+    // The picture's own size times the scale, in whole points; the zero rectangle without one.
+    QRectF cursorRect() const;
+    // Puts the picture at the mouse.
+    void positionCursor();
+    // The system's pointer, for all views as one: hiding it twice hides it once.
+    static void hideMouse();
+    static void showMouse();
+    // Tells the delegate that somebody looks, but for a second after it was told, by whichever view.
+    void delaySlideShow();
+    double cursorZoom() const { return mCursorZoom; }
+
     // The frame that a layer should have. Anything but the two image layers is an AssertionFailure.
     QRectF rectForLayer(const LayerPtr& layer) const;
     // By the fit mode; for no image the zero rectangle, or the view's bounds where the mode stretches.
@@ -163,6 +180,11 @@ Q_SIGNALS:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
     LayerPtr addLayer();
@@ -180,6 +202,16 @@ private:
     void removeMovie();
     void hideMovieView();
     void prepareZoom();
+    void mouseDown(const QMouseEvent& event);
+    void mouseDragged(const QMouseEvent& event);
+    void mouseUp();
+    void mouseExited();
+    // Turns of the wheel, away from the person.
+    void scrollWheel(double turns);
+    QPointF layerPoint(const QMouseEvent& event) const;
+    void concealCursor();
+    void displayCursor();
+    bool isCovered(const QRect& part) const;
     void animate(KeyPath keyPath, double from, double to, const QString& key);
     void fade(const LayerPtr& from, const LayerPtr& to, Duration duration);
     AnimationPtr filter(const char* name, Duration duration, const QRectF& extent = {});
@@ -209,7 +241,15 @@ private:
     int mBottomInset = 0;
     std::shared_ptr<MovieLoudness> mMovieLoudness = std::make_shared<MovieLoudness>();
     LayerPtr mCursorLayer;
+    std::shared_ptr<const CursorPicture> mCursorImage; // null for none
+    CursorOverlay* mCursorOverlay = nullptr; // a child; shows the picture where widgets stand on the layers
     bool mZoom = false;
+    double mCursorZoom = 1.0;
+    // Points from the lower left of the view, which is that of its window.
+    QPointF mCursorPoint;
+    QPointF mMouseDownPoint;
+    QPointF mLastMousePoint; // of the last press or drag, on the desktop
+    bool mIsPointing = false; // from a press until the release, or until the view is left
     bool mTransitionInProgress = false;
     AnimationPtr mDriftAnimation; // while it runs
     KLImageDisplayDelegate* mDelegate = nullptr;

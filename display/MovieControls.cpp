@@ -306,6 +306,12 @@ void MovieControls::keyPressEvent(QKeyEvent* event)
     }
 }
 
+// Whoever presses between two controls does not mean the slide.
+void MovieControls::mousePressEvent(QMouseEvent* event)
+{
+    event->accept();
+}
+
 bool MovieControls::eventFilter(QObject* object, QEvent* event)
 {
     switch (event->type()) {

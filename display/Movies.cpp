@@ -38,6 +38,7 @@ void KLLayerView::showMovie(const MoviePlayerPtr& player, bool /*forward*/)
     if (!mMovieActive) {
         mMovieActive = true;
         resetLayer(mCurrentLayer);
+        mZoom = false; // as the layer is now; while a movie is shown nothing else ends it
     }
     mAVPlayerView->player()->play();
     mRemoveMovieLayer = false;

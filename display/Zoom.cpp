@@ -7,6 +7,8 @@ namespace frameflow {
 namespace {
 
 constexpr double zoomStep = 1.5;
+// There is no limit to zooming but that of what can be counted. It takes more than seven hundred presses to get there.
+constexpr double largestNumber = 1e140;
 constexpr Duration zoomTime = std::chrono::seconds(1);
 constexpr Duration driftTime = std::chrono::seconds(30);
 constexpr QPointF centre(0.5, 0.5);
@@ -24,8 +26,7 @@ double panned(double position, double by, double length, double viewLength)
 
 void KLLayerView::animate(KeyPath keyPath, double from, double to, const QString& key)
 {
-    const PropertyChange change{keyPath, static_cast<float>(from), static_cast<float>(to)};
-    mCurrentLayer->addAnimation(makeAnimation(change, zoomTime, Curve::EaseInEaseOut, this), key);
+    mCurrentLayer->addAnimation(makeAnimation({keyPath, from, to}, zoomTime, Curve::EaseInEaseOut, this), key);
 }
 
 void KLLayerView::zoomToHeight(double height, double width)
@@ -66,8 +67,10 @@ void KLLayerView::zoomIn()
         return;
     }
     prepareZoom();
-    const QRectF bounds = mCurrentLayer->bounds();
-    zoomToHeight(bounds.height() * zoomStep, bounds.width() * zoomStep);
+    const QSizeF enlarged = mCurrentLayer->bounds().size() * zoomStep;
+    if (std::max(enlarged.width(), enlarged.height()) < largestNumber) {
+        zoomToHeight(enlarged.height(), enlarged.width());
+    }
     mZoom = true;
 }
 
@@ -108,7 +111,7 @@ void KLLayerView::panX(double dx, double panY)
 
 void KLLayerView::driftEffect()
 {
-    const PropertyChange change{KeyPath::PositionX, 0, static_cast<float>(rectForImage(mCurrentImage).width())};
+    const PropertyChange change{KeyPath::PositionX, 0, rectForImage(mCurrentImage).width()};
     mDriftAnimation = makeAnimation(change, driftTime, Curve::EaseOut, this);
     mCurrentLayer->addAnimation(mDriftAnimation, QStringLiteral("driftx"));
 }

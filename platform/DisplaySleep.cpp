@@ -2,6 +2,7 @@
 
 #include "MainThread.h"
 #include "SerialQueue.h"
+#include "SessionBusAddress.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -10,7 +11,6 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
-#include <QFile>
 #include <QUuid>
 
 #include <optional>
@@ -44,17 +44,6 @@ const Keeper& portal()
 QDBusMessage callTo(const Keeper& keeper, const QString& method)
 {
     return QDBusMessage::createMethodCall(keeper.service, keeper.path, keeper.interface, method);
-}
-
-// The session's own address. Empty where there is no bus: none is ever started for this.
-QString sessionAddress()
-{
-    QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.isEmpty()) {
-        return address;
-    }
-    const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
-    return QFile::exists(socket) ? QStringLiteral("unix:path=") + socket : QString();
 }
 
 // A connection, and what watches on it for a screen saver that is started again.
@@ -107,7 +96,7 @@ private:
 };
 
 DisplaySleep::Session::Session(QString reason, const QString& busAddress)
-    : mReason(std::move(reason)), mAddress(busAddress.isEmpty() ? sessionAddress() : busAddress)
+    : mReason(std::move(reason)), mAddress(busAddress.isEmpty() ? sessionBusAddress() : busAddress)
 {
 }
 

@@ -226,6 +226,20 @@ MediaKind mediaKindForName(QByteArrayView fileName)
     return typeOfSuffix(extensionOfName(fileName)).kind;
 }
 
+QStringList displayableMimeTypes()
+{
+    QSet<QString> types = imageTypes() + movieTypes();
+    for (const QByteArray& suffix : rawSuffixes()) {
+        const QString type = typeOfSuffix(suffix).mimeType;
+        if (type.startsWith(QLatin1String("image/"))) {
+            types.insert(type);
+        }
+    }
+    QStringList sorted = types.values();
+    sorted.sort();
+    return sorted;
+}
+
 bool isRawName(QByteArrayView fileName)
 {
     return rawSuffixes().contains(extensionOfName(fileName).toByteArray().toLower());

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 namespace frameflow {
 
@@ -21,6 +22,10 @@ QString mimeTypeForName(QByteArrayView fileName);
 
 // Documents (PDF, PostScript) and play lists are None although libraries could read them.
 MediaKind mediaKindForName(QByteArrayView fileName);
+
+// The MIME types of all that is shown, in their order. Without those that the MIME database, by mistake, has for a file
+// that is shown, a raw picture of some camera for example, but that are types of something else.
+QStringList displayableMimeTypes();
 
 // Whether the name is that of a camera raw file.
 bool isRawName(QByteArrayView fileName);

@@ -1,10 +1,12 @@
 #include "FileUrl.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace frameflow {
@@ -46,6 +48,34 @@ QByteArray decoded(const QByteArray& text)
     return bytes;
 }
 
+bool isLinkOrMissing(const QByteArray& path)
+{
+    struct stat status = {};
+    return lstat(path.constData(), &status) != 0 || S_ISLNK(status.st_mode);
+}
+
+// The same file by its plain path: one folder, however it was typed, is to be known again. Only links are left as they
+// are, and with them what leads out of their targets.
+FileUrl withoutDots(const FileUrl& file)
+{
+    const QByteArray& path = file.path();
+    if (!path.contains("/.") && !path.contains("//")) {
+        return file;
+    }
+    QByteArray plain;
+    for (const QByteArray& part : path.split('/')) {
+        if (part.isEmpty() || part == ".") {
+            continue;
+        }
+        if (part != ".." || plain.endsWith("/..") || (!plain.isEmpty() && isLinkOrMissing(plain))) {
+            plain += '/' + part;
+        } else {
+            plain.truncate(std::max<qsizetype>(plain.lastIndexOf('/'), 0));
+        }
+    }
+    return FileUrl::fromPath(plain.isEmpty() ? QByteArray("/") : plain);
+}
+
 } // namespace
 
 FileUrl FileUrl::fromPath(const QByteArray& path)
@@ -79,10 +109,16 @@ FileUrl FileUrl::fromUrl(const QUrl& url)
                                                  : FileUrl();
 }
 
+bool FileUrl::isFileUrl(const QByteArray& text)
+{
+    constexpr QByteArrayView scheme("file:/");
+    return text.first(std::min(text.size(), scheme.size())).toLower() == scheme;
+}
+
 FileUrl FileUrl::fromArgument(const QByteArray& argument)
 {
-    if (!argument.startsWith("file:/")) {
-        return fromPath(argument);
+    if (!isFileUrl(argument)) {
+        return withoutDots(fromPath(argument));
     }
     QByteArray rest = argument.mid(5); // keeps the first slash
     if (rest.startsWith("//")) {
@@ -95,7 +131,7 @@ FileUrl FileUrl::fromArgument(const QByteArray& argument)
     }
     const QByteArray path = decoded(rest);
     // A path with a NUL byte names no file.
-    return path.contains('\0') ? FileUrl() : fromPath(path);
+    return path.contains('\0') ? FileUrl() : withoutDots(fromPath(path));
 }
 
 QByteArrayView FileUrl::fileName() const
@@ -113,9 +149,14 @@ QString FileUrl::displayPath() const
     return QString::fromUtf8(mPath);
 }
 
+QByteArray FileUrl::encoded() const
+{
+    return isEmpty() ? QByteArray() : "file://" + mPath.toPercentEncoding("/");
+}
+
 QUrl FileUrl::toUrl() const
 {
-    return isEmpty() ? QUrl() : QUrl::fromEncoded("file://" + mPath.toPercentEncoding("/"));
+    return isEmpty() ? QUrl() : QUrl::fromEncoded(encoded());
 }
 
 QByteArrayView extensionOfName(QByteArrayView fileName)

@@ -22,7 +22,10 @@ public:
     static FileUrl fromPath(const QString& path);
     // Empty for a URL of another scheme or of another host. Percent-encoded bytes are taken over as they are.
     static FileUrl fromUrl(const QUrl& url);
-    // A start argument or a dropped text: a file:// URL, or else a path.
+    // Whether a text is meant as a file: URL, whatever the case of its scheme.
+    static bool isFileUrl(const QByteArray& text);
+    // A start argument or a dropped text: a file:// URL, or else a path. Looks whether folders before ".." are links:
+    // where they are not, the path is made plain, without "." and ".." and doubled slashes.
     static FileUrl fromArgument(const QByteArray& argument);
 
     bool isEmpty() const { return mPath.isEmpty(); }
@@ -34,6 +37,9 @@ public:
     QByteArrayView extension() const;
     // For people: the path as text, with U+FFFD for bytes that are not UTF-8.
     QString displayPath() const;
+    // As a file:// URL: what is no letter, digit or slash is percent-encoded, so that it holds any bytes. Empty for an
+    // empty one.
+    QByteArray encoded() const;
     QUrl toUrl() const;
 
     friend bool operator==(const FileUrl& a, const FileUrl& b) { return a.mPath == b.mPath; }

@@ -16,6 +16,7 @@ namespace {
 
 // How long an abandoned job may take to notice before it loses its thread.
 constexpr std::chrono::milliseconds abandonGrace(200);
+constexpr std::chrono::milliseconds moment(250);
 
 std::unique_ptr<QThreadPool> makePool(const QByteArray& label)
 {
@@ -204,6 +205,29 @@ void SerialQueue::sync(const Job& job)
     });
     std::unique_lock lock(done.mutex);
     done.changed.wait(lock, [&] { return done.reached; });
+}
+
+bool SerialQueue::runForAMoment(Job job)
+{
+    struct Done
+    {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool reached = false;
+    };
+    const auto done = std::make_shared<Done>();
+    mState->append([done, job = std::move(job)] {
+        job();
+        const std::lock_guard lock(done->mutex);
+        done->reached = true;
+        done->changed.notify_one();
+    });
+    std::unique_lock lock(done->mutex);
+    const bool isReached = done->changed.wait_for(lock, moment, [&] { return done->reached; });
+    if (!isReached) {
+        mState->abandonRunning();
+    }
+    return isReached;
 }
 
 void SerialQueue::abandonRunning()

@@ -45,6 +45,10 @@ public:
     // Appends a job and returns when it has run. Must not be called from a job of the same queue.
     void sync(const Job& job);
 
+    // Appends a job and waits a quarter of a second for it. False when it has not ended by then: it goes on without its
+    // caller, and counts as abandoned.
+    bool runForAMoment(Job job);
+
     // Tells the queue that nobody waits for the running job any more. If that job, stuck in a system call for example,
     // has not ended after the grace period, later jobs get a new thread, and neither they nor the destructor wait for
     // the old one. A job that is given up this way must own, or share, all that it touches. Does nothing when idle.

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QTemporaryFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -82,7 +83,7 @@ SettingsFile::Values SettingsFile::read() const
     if (!info.isFile() || info.size() > largestFile || !file.open(QIODevice::ReadOnly)) {
         return tl::unexpected(SettingsFileError::Unreadable);
     }
-    const QByteArray text = file.read(largestFile);
+    const QByteArray text = file.read(std::min(file.size(), largestFile)); // room is made for as much as is asked for
     if (file.error() != QFileDevice::NoError) {
         return tl::unexpected(SettingsFileError::Unreadable);
     }

@@ -45,6 +45,12 @@ private:
     int mDescriptor;
 };
 
+// Whether QSettings would write it under the same name: it takes slashes out that separate nothing.
+bool canBeWritten(const QString& key)
+{
+    return !key.isEmpty() && key.split(QLatin1Char('/'), Qt::SkipEmptyParts).join(QLatin1Char('/')) == key;
+}
+
 } // namespace
 
 tl::expected<QVariantMap, SettingsTextError> readSettingsText(const QByteArray& text)
@@ -58,7 +64,9 @@ tl::expected<QVariantMap, SettingsTextError> readSettingsText(const QByteArray& 
     try {
         const QStringList keys = settings.allKeys();
         for (const QString& key : keys) {
-            values.insert(key, settings.value(key));
+            if (canBeWritten(key)) {
+                values.insert(key, settings.value(key));
+            }
         }
     } catch (const std::bad_alloc&) {
         // A value of another type than text says how long it is, and room is made before it is read.

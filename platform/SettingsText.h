@@ -14,7 +14,8 @@ enum class SettingsTextError
 };
 
 // The text of a settings file, as QSettings' INI format has it, as values. Keys without a group stand under [General].
-// Numbers and booleans come back as text.
+// Numbers and booleans come back as text. An empty list comes back as an invalid value. A key that could not be
+// written again is left out.
 tl::expected<QVariantMap, SettingsTextError> readSettingsText(const QByteArray& text);
 
 // Makes the file hold these values and no others, on disk when it returns. Each call must be given a path of its own.

@@ -79,8 +79,13 @@ UserDefaults::UserDefaults(const QString& filePath) : mFile(filePath)
 
 UserDefaults::~UserDefaults()
 {
-    if (mFileIsUsable && !mUnwritten.isEmpty()) {
-        static_cast<void>(mFile.merge(mUnwritten, mUsers));
+    writeRest();
+}
+
+void UserDefaults::writeRest()
+{
+    if (mFileIsUsable && !mUnwritten.isEmpty() && mFile.merge(mUnwritten, mUsers)) {
+        mUnwritten.clear();
     }
 }
 

@@ -73,6 +73,9 @@ public:
     // Writes now, and takes over what other programs wrote, telling observers. False when the file cannot be written;
     // the values are kept and written with the next success.
     bool synchronize();
+    // Writes what is not written yet, and tells nobody anything; so does the destructor. For an end of the program that
+    // destroys nothing.
+    void writeRest();
 
 private:
     void change(const QString& key, const QVariant& value);

@@ -2,7 +2,6 @@
 
 #include "NumberField.h"
 
-#include <QCheckBox>
 #include <QSignalBlocker>
 #include <QSpinBox>
 
@@ -14,15 +13,6 @@ void Bindings::follow(const QString& key, std::function<void()> show)
 {
     show();
     mObservations.push_back(mDefaults.observe(key, [show = std::move(show)](const QString&) { show(); }));
-}
-
-void Bindings::bind(QCheckBox* box, const QString& key, WhenAbsent whenAbsent)
-{
-    follow(key, [box, key, whenAbsent, &defaults = mDefaults] {
-        box->setChecked(whenAbsent == WhenAbsent::On ? defaults.boolValueOrTrue(key) : defaults.boolValue(key));
-    });
-    QObject::connect(
-        box, &QCheckBox::clicked, box, [key, &defaults = mDefaults](bool checked) { defaults.setValue(key, checked); });
 }
 
 void Bindings::bind(QSpinBox* box, const QString& key)

@@ -5,7 +5,6 @@
 #include <functional>
 #include <vector>
 
-class QCheckBox;
 class QSpinBox;
 
 namespace frameflow {
@@ -19,12 +18,6 @@ class Bindings
 public:
     explicit Bindings(UserDefaults& defaults) : mDefaults(defaults) { }
 
-    enum class WhenAbsent
-    {
-        Off,
-        On,
-    };
-    void bind(QCheckBox* box, const QString& key, WhenAbsent whenAbsent);
     void bind(QSpinBox* box, const QString& key);
     void bind(NumberField* field, const QString& key);
 

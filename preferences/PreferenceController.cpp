@@ -1,6 +1,7 @@
 #include "PreferenceController.h"
 
 #include "ApplicationPanel.h"
+#include "BoundCheckBox.h"
 #include "CursorTable.h"
 #include "SettingsKeys.h"
 #include "TransitionPreview.h"
@@ -9,6 +10,7 @@
 #include <QDialog>
 #include <QFileDialog>
 #include <QScreen>
+#include <QShortcut>
 
 namespace frameflow {
 
@@ -36,7 +38,10 @@ PreferenceController::PreferenceController(UserDefaults& defaults, Clock& clock,
 PreferenceController::~PreferenceController()
 {
     mQueue.abandonRunning();
-    delete mApplicationPanel;
+    if (mApplicationPanel) {
+        putNavLastRootDirectoryBack();
+        delete mApplicationPanel;
+    }
     delete mFolderPanel;
     mWindow->removeEventFilter(this);
     mWindow.reset(); // what its controls say on the way is heard while all else is there
@@ -69,6 +74,8 @@ void PreferenceController::windowDidLoad()
 
 void PreferenceController::connectControls()
 {
+    auto* const closing = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), mWindow.get());
+    connect(closing, &QShortcut::activated, mWindow.get(), &QWidget::close);
     connect(mUi->mTransitionMenu, &QComboBox::activated, this, &PreferenceController::TransitionChange);
     const auto play = [this] {
         if (mUi->mTransitionMenu->currentIndex() >= 0) {
@@ -94,16 +101,15 @@ void PreferenceController::connectControls()
 
 void PreferenceController::bindControls()
 {
-    using WhenAbsent = Bindings::WhenAbsent;
     mBindings.bind(mUi->slideInterval, keys::slideInterval);
     mBindings.bind(mUi->MaxFolderLevel, keys::maxFolderLevel);
-    mBindings.bind(mUi->showNewItemsASAP, keys::showNewItemsASAP, WhenAbsent::Off);
-    mBindings.bind(mUi->autoStart, keys::autoStart, WhenAbsent::Off);
-    mBindings.bind(mUi->ShowAdds, keys::showAdds, WhenAbsent::Off);
+    bindCheckBox(mUi->showNewItemsASAP, mDefaults, keys::showNewItemsASAP, WhenAbsent::Off);
+    bindCheckBox(mUi->autoStart, mDefaults, keys::autoStart, WhenAbsent::Off);
+    bindCheckBox(mUi->ShowAdds, mDefaults, keys::showAdds, WhenAbsent::Off);
     mBindings.bind(mUi->AddInterval, keys::addInterval);
-    mBindings.bind(mUi->OpenLastUsedFolder, keys::openLastUsedFolder, WhenAbsent::Off);
-    mBindings.bind(mUi->ShowWelcome, keys::showWelcome, WhenAbsent::On);
-    mBindings.bind(mUi->AutoCheckNewVersion, keys::autoCheckNewVersion, WhenAbsent::On);
+    bindCheckBox(mUi->OpenLastUsedFolder, mDefaults, keys::openLastUsedFolder, WhenAbsent::Off);
+    bindCheckBox(mUi->ShowWelcome, mDefaults, keys::showWelcome, WhenAbsent::On);
+    bindCheckBox(mUi->AutoCheckNewVersion, mDefaults, keys::autoCheckNewVersion, WhenAbsent::On);
 
     mBindings.follow(keys::transition, [this] { selectTransition(); });
     mBindings.follow(keys::sort, [this] { selectOrder(); });

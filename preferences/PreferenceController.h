@@ -113,6 +113,7 @@ private:
     void selectCursor();
     void chooseApplication();
     void applicationChosen();
+    void putNavLastRootDirectoryBack();
     void showEditor(Editor& editor);
     void editorLookedUp(Editor& editor, const QString& path, const std::optional<Application>& application);
     void addFolderChosen(const FileUrl& folder);

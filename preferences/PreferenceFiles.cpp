@@ -145,11 +145,7 @@ void PreferenceController::chooseApplication()
         if (result == QDialog::Accepted) {
             applicationChosen();
         }
-        if (mNavLastRootDirectory.isValid()) {
-            mDefaults.setValue(keys::navLastRootDirectory, mNavLastRootDirectory);
-        } else {
-            mDefaults.removeValue(keys::navLastRootDirectory);
-        }
+        putNavLastRootDirectoryBack();
         mApplicationPanel = nullptr;
     });
     mApplicationPanel->open();
@@ -159,6 +155,15 @@ void PreferenceController::chooseApplication()
                 panel->setEntries(entries);
             }
         });
+}
+
+void PreferenceController::putNavLastRootDirectoryBack()
+{
+    if (mNavLastRootDirectory.isValid()) {
+        mDefaults.setValue(keys::navLastRootDirectory, mNavLastRootDirectory);
+    } else {
+        mDefaults.removeValue(keys::navLastRootDirectory);
+    }
 }
 
 void PreferenceController::applicationChosen()

@@ -5,7 +5,6 @@
 #include "SettingsKeys.h"
 #include "Shuffle.h"
 #include "Sources.h"
-#include "Trash.h"
 #include "UserDefaults.h"
 
 #include <utility>
@@ -280,10 +279,10 @@ void FileSequence::removeDuplicates(SlideItems& items)
     }
 }
 
-FileUrl FileSequence::trash()
+FileUrl FileSequence::trash(const TrashMover& move)
 {
     const FileUrl url = current();
-    if (url.isEmpty() || !moveToTrash(url)) {
+    if (url.isEmpty() || !move(url)) {
         return {};
     }
     noteRemoved(mItems.takeAt(mCurrentFileIndex));
@@ -293,6 +292,16 @@ FileUrl FileSequence::trash()
         rewind();
     }
     return current();
+}
+
+void FileSequence::removeTrashed(const FileUrl& url)
+{
+    mTrashedURLs.append(url);
+    const auto place = indexOf(url, mCurrentFileIndex);
+    if (place && *place < mCurrentFileIndex) {
+        --mCurrentFileIndex;
+    }
+    takeOut(url);
 }
 
 void FileSequence::remove(const FileUrl& url)

@@ -10,6 +10,7 @@
 #include "Rest.h"
 #include "SerialQueue.h"
 #include "ToldFiles.h"
+#include "Trash.h"
 
 #include <QList>
 #include <QSet>
@@ -86,10 +87,10 @@ public:
     // Gives up all collections at once, running and queued ones, even one stuck in a system call. What they have found
     // so far stays. Without effect on a queued clearing.
     void abandonCollections();
-    // Whether a collection has not finished yet. False in its own finished callback, unless others follow.
     // Lets running collections rest for that long, so that a picture that is being put on screen has the machine to
     // itself; a later call replaces an earlier one.
     void giveWay(std::chrono::milliseconds duration) const { mCollecting.rest.askFor(duration); }
+    // Whether a collection has not finished yet. False in its own finished callback, unless others follow.
     bool isCollecting() const { return mCollecting.pending > 0; }
     // Empties the sequence after the jobs that the queue already holds.
     void clearOn(SerialQueue& queue, std::function<void()> finished = {});
@@ -128,7 +129,12 @@ public:
     void removeDuplicates();
     // Applies the rule to any list, and records what it removes in this sequence.
     void removeDuplicates(SlideItems& items);
-    FileUrl trash();
+    // Moves a file to the Trash; true when that is done.
+    using TrashMover = std::function<bool(const FileUrl& file)>;
+    FileUrl trash(const TrashMover& move = moveToTrash);
+    // The same for a file that has been moved there meanwhile, wherever it is in the list: what the cursor stands on
+    // stays, unless it is that file.
+    void removeTrashed(const FileUrl& url);
     void remove(const FileUrl& url);
     // The same for a file that could not be shown; but one of the hot folder that is not there any more, as when a
     // volume was taken away, or that somebody is still writing, may come back.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <utility>
 
 namespace frameflow {
 
@@ -125,15 +126,12 @@ bool fetchURL(const std::string& url, std::string& output, const FetchOptions& o
 
 bool fetchLatestVersion(const std::string& product, std::string& output, const UpdateServer& server)
 {
-    constexpr size_t shortest = 3;
-    constexpr size_t longest = 11;
     std::string reply;
     if (!fetchURL("https://" + server.host + "/currentversion/" + product, reply, server.options)) {
         return false;
     }
-    trimToVersionChars(reply);
-    if (reply.size() >= shortest && reply.size() <= longest && isValidVersion(reply)) {
-        output = reply;
+    if (auto version = versionInReply(std::move(reply))) {
+        output = *std::move(version);
     }
     return true;
 }

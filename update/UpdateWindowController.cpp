@@ -2,15 +2,14 @@
 
 #include "AboveActiveWindow.h"
 #include "BoundCheckBox.h"
+#include "OpenWith.h"
 #include "PrintableText.h"
 #include "SettingsKeys.h"
 #include "UserDefaults.h"
 #include "WebAddresses.h"
 #include "ui_UpdateWindow.h"
 
-#include <QDesktopServices>
 #include <QEvent>
-#include <QUrl>
 #include <QWindow>
 
 namespace frameflow {
@@ -20,7 +19,7 @@ UpdateWindowController::UpdateWindowController(UserDefaults& defaults, Clock& cl
       mWindow(std::make_unique<QDialog>()), mTimer(clock)
 {
     mUi->setupUi(mWindow.get());
-    bindCheckBox(mUi->autoUpdateCheckbox, defaults, keys::autoCheckNewVersion);
+    bindCheckBox(mUi->autoUpdateCheckbox, defaults, keys::autoCheckNewVersion, WhenAbsent::On);
     connect(mUi->gotoDownload, &QPushButton::clicked, this, &UpdateWindowController::gotoDownload);
     connect(mUi->ignore, &QPushButton::clicked, this, &UpdateWindowController::ignore);
     connect(mUi->cancel, &QPushButton::clicked, this, &UpdateWindowController::cancel);
@@ -72,7 +71,7 @@ void UpdateWindowController::myTimerFireMethod()
 
 void UpdateWindowController::gotoDownload()
 {
-    QDesktopServices::openUrl(QUrl(QString::fromLatin1(webAddresses::downloadPage)));
+    openInBrowser(webAddresses::downloadPage);
     mWindow->close();
 }
 

@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 #include <tuple>
+#include <utility>
 
 namespace frameflow {
 
@@ -111,6 +112,15 @@ bool isNewerVersion(const char* current, const char* candidate)
 {
     return isNewerVersion(
         std::string_view(current != nullptr ? current : ""), std::string_view(candidate != nullptr ? candidate : ""));
+}
+
+std::optional<std::string> versionInReply(std::string reply)
+{
+    constexpr size_t shortest = 3;
+    constexpr size_t longest = 11;
+    trimToVersionChars(reply);
+    const bool isUsable = reply.size() >= shortest && reply.size() <= longest && isValidVersion(reply);
+    return isUsable ? std::optional(std::move(reply)) : std::nullopt;
 }
 
 ComparisonResult compareVersion(const QString& receiver, const QString& other)

@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,10 @@ bool isNewerVersion(std::string_view current, std::string_view candidate);
 // The same for plain texts; null counts as an empty one.
 bool isValidVersion(const char* text);
 bool isNewerVersion(const char* current, const char* candidate);
+
+// The version that a server's reply is about, from three to eleven characters long; absent when it names none that is
+// valid.
+std::optional<std::string> versionInReply(std::string reply);
 
 enum class ComparisonResult
 {

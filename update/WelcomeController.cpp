@@ -2,6 +2,7 @@
 
 #include "AssertionFailure.h"
 #include "BoundCheckBox.h"
+#include "OpenWith.h"
 #include "PrintableText.h"
 #include "SettingsKeys.h"
 #include "UserDefaults.h"
@@ -9,13 +10,13 @@
 #include "ui_Welcome.h"
 
 #include <QAbstractTableModel>
-#include <QDesktopServices>
 #include <QEvent>
 #include <QMenuBar>
 #include <QScreen>
 #include <QShortcut>
 #include <QStyle>
-#include <QUrl>
+
+#include <utility>
 
 namespace frameflow {
 
@@ -72,7 +73,7 @@ WelcomeController::WelcomeController(UserDefaults& defaults)
     large.setBold(true);
     mUi->title->setFont(large);
     setUpTable();
-    bindCheckBox(mUi->showWelcome, defaults, keys::showWelcome);
+    bindCheckBox(mUi->showWelcome, defaults, keys::showWelcome, WhenAbsent::On);
     connect(mUi->OpenFolder, &QPushButton::clicked, this, &WelcomeController::OpenFolder);
     connect(mUi->OpenAppStore, &QPushButton::clicked, this, &WelcomeController::OpenAppStore);
     mWindow->installEventFilter(this);
@@ -94,6 +95,7 @@ void WelcomeController::setUpTable()
     table->setModel(mRows.get());
     table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() * 2);
+    table->viewport()->installEventFilter(this);
     connect(table, &QTableView::clicked, this, [this](const QModelIndex& index) { openRecent(index.row()); });
     for (const int key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
         auto* const open = new QShortcut(key, table);
@@ -170,7 +172,7 @@ void WelcomeController::OpenFolder()
 
 void WelcomeController::OpenAppStore()
 {
-    QDesktopServices::openUrl(QUrl(QString::fromLatin1(webAddresses::storePage)));
+    openInBrowser(webAddresses::storePage);
 }
 
 bool WelcomeController::eventFilter(QObject* object, QEvent* event)
@@ -179,7 +181,25 @@ bool WelcomeController::eventFilter(QObject* object, QEvent* event)
         mWindow->hide();
         Q_EMIT closed();
     }
-    return QObject::eventFilter(object, event);
+    // What is no event of the window is one of the table's inside. While the window goes, the table has gone already.
+    return (object != mWindow && isSecondClick(*event)) || QObject::eventFilter(object, event);
+}
+
+// The first click moves its folder to the top, so that the second one would open another folder.
+bool WelcomeController::isSecondClick(const QEvent& event)
+{
+    switch (event.type()) {
+    case QEvent::MouseButtonPress:
+        mIsClickedTwice = false;
+        return false;
+    case QEvent::MouseButtonDblClick:
+        mIsClickedTwice = true;
+        return true;
+    case QEvent::MouseButtonRelease:
+        return std::exchange(mIsClickedTwice, false);
+    default:
+        return false;
+    }
 }
 
 QTableView* WelcomeController::mRecentsTableView() const

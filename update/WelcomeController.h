@@ -82,6 +82,7 @@ private:
     class Rows;
 
     void setUpTable();
+    bool isSecondClick(const QEvent& event);
     void showRecents();
 
     WelcomeControllerDelegate* mDelegate = nullptr;
@@ -89,6 +90,7 @@ private:
     std::unique_ptr<Ui::Welcome> mUi;
     QPointer<QWidget> mWindow; // owned
     std::unique_ptr<Rows> mRows;
+    bool mIsClickedTwice = false; // the button is held for the second click
 };
 
 } // namespace frameflow

@@ -4,6 +4,7 @@
 #include "Clock.h"
 #include "KLLayerView.h"
 #include "SettingsKeys.h"
+#include "StillClock.h"
 #include "UserDefaults.h"
 
 #include <QApplication>
@@ -19,21 +20,6 @@ namespace {
 
 constexpr double frameAt60Hertz = 1000.0 / 60;
 bool allWithinLimits = true;
-
-// Time stands where the benchmark puts it; nothing fires.
-class StillClock final : public Clock
-{
-public:
-    TimePoint now() const override { return mNow; }
-    std::unique_ptr<Alarm> alarmAt(TimePoint /*deadline*/, std::function<void()> /*callback*/) override
-    {
-        return std::make_unique<Alarm>();
-    }
-    void advance(Duration duration) { mNow += duration; }
-
-private:
-    TimePoint mNow{std::chrono::hours(1)};
-};
 
 QImage photograph(QSize size, int seed)
 {

@@ -70,8 +70,8 @@ enum class KeyPath
 struct PropertyChange
 {
     KeyPath keyPath;
-    float from;
-    float to;
+    double from;
+    double to;
 };
 
 // Leads from how the layer looked when the animation was added to how its model looks now, on the whole area of the

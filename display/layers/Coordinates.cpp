@@ -23,22 +23,22 @@ QTransform layersToPixels(const ViewArea& area)
     return {scale, 0, 0, -scale, 0, area.size.height() * scale};
 }
 
-std::optional<QRect> pixelRect(const QRectF& layerRect, const ViewArea& area)
+QRectF wholePixels(const QRectF& layerRect, const ViewArea& area)
 {
     const QRectF rect = widgetRect(layerRect, area.size.height());
     const double scale = area.pixelsPerPoint;
-    const double x = inPixels(rect.x(), scale);
-    const double y = inPixels(rect.y(), scale);
-    const double width = inPixels(rect.width(), scale);
-    const double height = inPixels(rect.height(), scale);
+    return {inPixels(rect.x(), scale), inPixels(rect.y(), scale), inPixels(rect.width(), scale),
+        inPixels(rect.height(), scale)};
+}
+
+std::optional<QRect> pixelRect(const QRectF& layerRect, const ViewArea& area)
+{
+    const QRectF rect = wholePixels(layerRect, area);
     constexpr double limit = 1e9;
     // Written so that not-a-number fails.
-    const bool shown
-        = std::abs(x) < limit && std::abs(y) < limit && width >= 1 && width < limit && height >= 1 && height < limit;
-    if (!shown) {
-        return std::nullopt;
-    }
-    return QRect(static_cast<int>(x), static_cast<int>(y), static_cast<int>(width), static_cast<int>(height));
+    const bool shown = std::abs(rect.x()) < limit && std::abs(rect.y()) < limit && rect.width() >= 1
+        && rect.width() < limit && rect.height() >= 1 && rect.height() < limit;
+    return shown ? std::optional(rect.toRect()) : std::nullopt;
 }
 
 } // namespace frameflow

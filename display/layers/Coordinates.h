@@ -23,8 +23,11 @@ QRectF widgetRect(const QRectF& layerRect, double viewHeight);
 // Maps points of the layers to device pixels, origin at the upper left.
 QTransform layersToPixels(const ViewArea& area);
 
-// The device pixels that a rectangle of the layers is drawn on: the size rounded by itself, so that equal sizes stay
-// equal wherever they stand. Absent for a rectangle that no screen can show: empty, infinite or not a number.
+// The device pixels that a rectangle of the layers is drawn on, origin at the upper left: the size rounded by itself,
+// so that equal sizes stay equal wherever they stand.
+QRectF wholePixels(const QRectF& layerRect, const ViewArea& area);
+
+// The same in whole numbers. Absent for a rectangle that no screen can show: empty, infinite or not a number.
 std::optional<QRect> pixelRect(const QRectF& layerRect, const ViewArea& area);
 
 } // namespace frameflow

@@ -8,9 +8,17 @@ namespace {
 
 // Thinner than that, nothing is to be seen, and maps cannot be inverted.
 constexpr double thinnest = 0.02; // pixels
+// More cannot be counted in whole numbers. The view then shows less than a hundredth of a pixel of any picture.
 constexpr double farthest = 1e9;
 // Renderers count turned pictures in numbers that end a little above.
 constexpr double longestTurned = 30000;
+
+// One axis of a rectangle.
+struct Span
+{
+    double from;
+    double length;
+};
 
 // Written so that not-a-number fails.
 bool isSpan(double from, double length, double longest)
@@ -18,36 +26,49 @@ bool isSpan(double from, double length, double longest)
     return std::abs(from) < longest && length > thinnest && length < longest;
 }
 
+// Shortens what is too long so that the view, from 0 to its end, shows the same place of it, and the same edge.
+Span counted(const Span& span, double view)
+{
+    if (!(span.length > farthest) || !std::isfinite(span.length)) {
+        return span;
+    }
+    if (span.from > 0) {
+        return {span.from, farthest};
+    }
+    if (const double end = span.from + span.length; end < view) {
+        return {end - farthest, farthest};
+    }
+    const double share = (view / 2 - span.from) / span.length;
+    return {std::clamp(view / 2 - share * farthest, view - farthest, 0.0), farthest};
+}
+
+// On an axis on which the picture is still it stands on whole pixels, at least one of them.
+Span placed(const Span& exact, const Span& whole, bool isExact, double view)
+{
+    constexpr Span nowhere{0, 0};
+    if (isExact) {
+        return counted(exact, view);
+    }
+    return whole.length >= 1 ? counted(whole, view) : nowhere;
+}
+
 Placement upright(const DrawItem& item, const ViewArea& area)
 {
     const QTransform& map = item.toView;
-    const QRectF exact = layersToPixels(area).mapRect(map.mapRect(item.bounds));
-    const bool exactInX = item.movesInX || map.m11() != 1;
-    const bool exactInY = item.movesInY || map.m22() != 1;
+    const QRectF inView = map.mapRect(item.bounds);
+    const QRectF exact = layersToPixels(area).mapRect(inView);
+    const QRectF whole = wholePixels(inView, area);
+    const QSizeF view = area.pixels();
+    const Span inX
+        = placed({exact.x(), exact.width()}, {whole.x(), whole.width()}, item.movesInX || map.m11() != 1, view.width());
+    const Span inY = placed(
+        {exact.y(), exact.height()}, {whole.y(), whole.height()}, item.movesInY || map.m22() != 1, view.height());
     Placement place;
-    if (exactInX && exactInY) {
-        place.rect = exact;
-    } else {
-        // An axis on which the picture is still counts by itself: it may be still while the other one shrinks to
-        // nothing.
-        QRectF layerRect = map.mapRect(item.bounds);
-        if (exactInX) {
-            layerRect = QRectF(0, layerRect.y(), area.size.width(), layerRect.height());
-        } else if (exactInY) {
-            layerRect = QRectF(layerRect.x(), 0, layerRect.width(), area.size.height());
-        }
-        const auto whole = pixelRect(layerRect, area);
-        if (!whole) {
-            return {};
-        }
-        const QRectF still(*whole);
-        place.rect = QRectF(exactInX ? exact.x() : still.x(), exactInY ? exact.y() : still.y(),
-            exactInX ? exact.width() : still.width(), exactInY ? exact.height() : still.height());
-    }
-    if (isSpan(place.rect.x(), place.rect.width(), farthest) && isSpan(place.rect.y(), place.rect.height(), farthest)) {
+    place.rect = QRectF(inX.from, inY.from, inX.length, inY.length);
+    constexpr double limit = 1.04 * farthest; // so that both ends are whole numbers
+    if (isSpan(inX.from, inX.length, limit) && isSpan(inY.from, inY.length, limit)) {
         place.kind = Placement::Kind::Upright;
-        place.pixels
-            = QSize(static_cast<int>(std::ceil(place.rect.width())), static_cast<int>(std::ceil(place.rect.height())));
+        place.pixels = QSize(static_cast<int>(std::ceil(inX.length)), static_cast<int>(std::ceil(inY.length)));
     }
     return place;
 }
@@ -84,9 +105,8 @@ bool hidesEverything(const DrawItem& item, const ViewArea& area)
     return place.kind == Placement::Kind::Upright && place.rect.contains(QRectF(QPointF(), area.pixels()));
 }
 
-VisiblePart visiblePart(const QRectF& rect, QSize picture, const ViewArea& area)
+VisiblePart visiblePart(const QRectF& rect, QSize picture, const ViewArea& area, double margin)
 {
-    constexpr double margin = 2; // pixels
     const QRectF shown = rect & QRectF(QPointF(), area.pixels()).adjusted(-margin, -margin, margin, margin);
     if (shown.isEmpty()) {
         return {};

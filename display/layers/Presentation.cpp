@@ -39,7 +39,7 @@ bool isMoving(const Layer& layer, TimePoint now, bool (*isOfAxis)(KeyPath))
 
 void applyChange(LayerValues& values, const PropertyChange& change, double progress)
 {
-    const double value = change.from + (static_cast<double>(change.to) - change.from) * progress;
+    const double value = change.from + (change.to - change.from) * progress;
     switch (change.keyPath) {
     case KeyPath::BoundsSizeWidth:
         values.bounds.setWidth(value);

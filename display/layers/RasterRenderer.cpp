@@ -1,5 +1,6 @@
 #include "RasterRenderer.h"
 
+#include "Enlargement.h"
 #include "Placement.h"
 #include "ReducedCopies.h"
 
@@ -75,12 +76,24 @@ void RasterRenderer::paintUpright(
         return;
     }
     // Only what is visible is looked at: frames can be far larger than what drawing can count.
-    const VisiblePart part = visiblePart(place.rect, picture.size(), area);
+    const double enlargement
+        = std::max(place.rect.width() / picture.width(), place.rect.height() / picture.height()); // of a pixel
+    const bool isLarge = enlargement >= leastEnlargement;
+    // What is not in the part is not mixed into it: it includes the neighbours of the pixels that are seen.
+    const double margin = isLarge ? 2 : 2 + 2 * enlargement;
+    const VisiblePart part = visiblePart(place.rect, picture.size(), area, margin);
     if (part.pixels.isEmpty()) {
         return;
     }
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.setRenderHint(QPainter::Antialiasing, !place.isWhole());
+    if (isLarge) {
+        // As a brush, so that edges between pixels are soft.
+        const QRect pixels = part.pixels.toAlignedRect();
+        painter.setBrushOrigin(pixels.topLeft());
+        painter.fillRect(part.pixels, enlarged(picture, place.rect, pixels));
+        return;
+    }
     // QPainter moves a picture of the right size to whole pixels; one that is stretched ever so little it does not.
     constexpr double stretch = 1e-6;
     painter.drawImage(part.pixels, picture, part.ofPicture.adjusted(0, 0, -stretch, -stretch));

@@ -67,7 +67,7 @@ std::optional<QByteArray> readContents(int descriptor, DecodeError* error)
     if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
-    if (status.st_size > mostBytesForDecoding()) {
+    if (status.st_size > mostBytesOfMachine()) {
         *error = DecodeError::TooLarge;
         return std::nullopt;
     }

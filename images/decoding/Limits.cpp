@@ -21,11 +21,19 @@ qint64 memoryOfMachine()
 
 } // namespace
 
-qint64 mostBytesForDecoding()
+qint64 mostBytesOfMachine()
 {
     // A quarter: two pictures may be decoded at a time, and each is copied once when it is turned.
     static const qint64 bytes = memoryOfMachine() / 4;
     return bytes;
+}
+
+qint64 mostBytesForDecoding()
+{
+    // Nowhere more than the largest cameras' raw pictures take, so that a small file is as harmless on a large machine
+    // as on any other.
+    constexpr qint64 anywhere = qint64(1280) << 20;
+    return std::min(mostBytesOfMachine(), anywhere);
 }
 
 bool canDecode(QSize size, int bytesPerPixel)
@@ -45,12 +53,16 @@ QSize heldSize(QSize size, int longestSide)
     if (scale >= 1) {
         return size;
     }
-    // Rounding up could exceed the pixels allowed; the longer side of a thumbnail is exact all the same.
+    // The longer side of a thumbnail is exact.
     const auto side = [&](double length) {
         const double scaled = longestSide > 0 ? std::round(length * scale) : std::floor(length * scale);
         return std::max(1, static_cast<int>(scaled));
     };
-    return {side(width), side(height)};
+    QSize held(side(width), side(height));
+    // Rounding up, or a side that cannot get any smaller, could exceed the pixels allowed.
+    int& longer = width > height ? held.rwidth() : held.rheight();
+    longer = static_cast<int>(std::min<qint64>(longer, mostPixelsHeld / std::min(held.width(), held.height())));
+    return held;
 }
 
 } // namespace frameflow

@@ -10,7 +10,11 @@ constexpr qint64 mostPixelsHeld = 64'000'000;
 // The most bytes of memory for pictures that a decoder keeps in its address space from request to request.
 constexpr qint64 mostBytesKeptMapped = qint64(2) << 30;
 
-// The most bytes that decoding one picture may take, from the memory of this machine.
+// The share of this machine's memory that one file may take, where its own size or its many parts account for it: what
+// is read of it whole, and the frames that a movie's codec keeps.
+qint64 mostBytesOfMachine();
+
+// The most bytes that decoding one picture may take, from the memory of this machine; never more than 1.25 GiB.
 qint64 mostBytesForDecoding();
 
 // Whether a bitmap of that size is one that may be made while decoding. False for an empty size.

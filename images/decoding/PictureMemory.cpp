@@ -147,7 +147,7 @@ std::shared_ptr<PictureMemory> PictureMemoryStore::take(Duration patience)
             mSpares.pop_back();
         }
     }
-    if (spare && (spare->size() < wanted || spare->size() / 2 > wanted)) {
+    if (spare && (spare->size() < wanted || spare->size() / mostTimesLarger > wanted)) {
         endInBackground(std::exchange(spare, nullptr));
     }
     return shared(spare ? std::move(spare) : PictureMemory::create(wanted));

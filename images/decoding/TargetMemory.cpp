@@ -26,7 +26,7 @@ TargetMemory::~TargetMemory()
 
 bool TargetMemory::suits(qint64 bytes) const
 {
-    return bytes > 0 && bytes <= mRange.size && bytes >= mRange.size / 2;
+    return bytes > 0 && bytes <= mRange.size && bytes >= mRange.size / mostTimesLarger;
 }
 
 bool TargetMemory::holds(const QImage& image) const

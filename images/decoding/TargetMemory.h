@@ -9,6 +9,10 @@
 
 namespace frameflow {
 
+// How many times the size of its picture memory may have. In one folder there are sizes of all kinds, and fresh pages
+// take as long as decoding: one that is half as large as the one before still goes to the same place.
+inline constexpr qint64 mostTimesLarger = 3;
+
 // Where a large picture is to end up.
 struct MemoryRange
 {

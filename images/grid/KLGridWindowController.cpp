@@ -21,6 +21,7 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <utility>
 
 namespace frameflow {
 
@@ -85,12 +86,18 @@ void KLGridWindowController::windowDidLoad()
     myTableView->setRowHeight(rowHeight);
     myTableView->setDataSource({[this] { return numberOfRowsInTableView(); }, [this] { return fileCount(); },
         [this](int column, qint64 row) { return viewForTableColumn(column, row); }});
+    restoreFrame();
+}
+
+void KLGridWindowController::restoreFrame()
+{
     QList<QRect> displays;
     for (const QScreen* screen : QGuiApplication::screens()) {
         displays.append(screen->availableGeometry());
     }
     const QString stored = mSharedUserDefaults.stringValue(keys::gridWindowRect);
     if (const auto frame = reachableFrame(rectFromText(stored), displays)) {
+        mWindow->setWindowState(mWindow->windowState() & ~Qt::WindowMaximized);
         mWindow->setGeometry(*frame);
     }
     fillScreen();
@@ -109,6 +116,9 @@ void KLGridWindowController::setMenuBar(QMenuBar* menuBar)
 
 void KLGridWindowController::showWindow()
 {
+    if (std::exchange(mWasHidden, false)) {
+        restoreFrame(); // window managers forget what a maximised window returned to when it is hidden
+    }
     mCurrentSlideURL = myFileSequence != nullptr ? myFileSequence->current() : FileUrl();
     if (fileCount() > 0) {
         const size_t current = std::min(myFileSequence->currentIndex(), fileCount() - 1);
@@ -126,6 +136,7 @@ void KLGridWindowController::showWindow()
 void KLGridWindowController::hideWindow()
 {
     mWindow->hide();
+    mWasHidden = true;
     mLiveResize.stop();
     mScreenRest.stop();
     mFollowing.stop();

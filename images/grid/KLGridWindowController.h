@@ -85,6 +85,7 @@ protected:
 
 private:
     void loadWindow();
+    void restoreFrame();
     double windowWidth() const;
     size_t fileCount() const;
     FileUrl urlAtIndex(size_t index) const;
@@ -101,6 +102,7 @@ private:
     ThumbnailTable* myTableView = nullptr; // owned by the window
     QPointer<QWidget> mEmptyPage; // what is shown instead when there are no files
     bool mDidChangeScreen = false;
+    bool mWasHidden = false; // since it was shown last
     TimePoint mLastMovedTime{};
     FileSequence* myFileSequence = nullptr;
     KLImageGridDelegate* myDelegate = nullptr;

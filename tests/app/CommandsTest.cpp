@@ -3,10 +3,12 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
+#include <QStandardPaths>
 #include <QTest>
 
 using namespace frameflow;
@@ -35,10 +37,18 @@ private Q_SLOTS:
     void fitModesAreCheckedInTheMenu();
     void playIsNamedForWhatItDoes();
     void stepsNeedSlides();
+    void theFullScreenItemNeedsTheWindow();
+    void zoomingPostponesTheNextSlideButZoomingOffDoesNot_data();
+    void zoomingPostponesTheNextSlideButZoomingOffDoesNot();
+    void zoomingWithoutAShowDoesNothing();
+    void aHeldF11TogglesOnce();
     void shufflingStartsFromTheFirst();
     void aNewOrderStartsFromTheFirst();
     void escapeEndsTheShow();
 
+    void theOpenPanelSaysWhatToChoose();
+    void theOpenPanelBeginsWhereItLastEnded_data();
+    void theOpenPanelBeginsWhereItLastEnded();
     void theOpenPanelOffersFoldersAndDisplayableFiles();
     void confirmingThePanelReplacesTheShow();
     void aSelectedFolderIsOpened();
@@ -51,9 +61,7 @@ private Q_SLOTS:
 private:
     SlideController& openThree()
     {
-        mFixture->addPictures({"1.png", "2.png", "3.png"});
-        mFixture->start();
-        mOpened = mFixture->openFolder();
+        mOpened = mFixture->openThree();
         return mFixture->controller();
     }
     QAction* action(const char* id) { return mFixture->controller().mainMenu().action(QString::fromLatin1(id)); }
@@ -207,12 +215,12 @@ void CommandsTest::playIsNamedForWhatItDoes()
 {
     auto& controller = openThree();
     lookUp();
-    QCOMPARE(action("Play")->text(), QStringLiteral("Start Slideshow"));
+    QCOMPARE(action("Play")->text(), QStringLiteral("&Start Slideshow"));
     QVERIFY(action("Play")->isEnabled());
     QTest::keyClick(controller.slideView(), Qt::Key_P, Qt::ControlModifier);
     QVERIFY(controller.timerRuns());
     lookUp();
-    QCOMPARE(action("Play")->text(), QStringLiteral("Stop Slideshow"));
+    QCOMPARE(action("Play")->text(), QStringLiteral("&Stop Slideshow"));
 }
 
 void CommandsTest::stepsNeedSlides()
@@ -221,6 +229,69 @@ void CommandsTest::stepsNeedSlides()
     for (const char* id : {"Play", "nextSlide", "previousSlide", "firstSlide"}) {
         QVERIFY2(!action(id)->isEnabled(), id);
     }
+}
+
+void CommandsTest::theFullScreenItemNeedsTheWindow()
+{
+    auto& controller = openThree();
+    lookUp();
+    QVERIFY(!action("FullScreen")->isEnabled());
+    controller.WindowMode();
+    lookUp();
+    QVERIFY(action("FullScreen")->isEnabled());
+    controller.screenWindow()->setWindowState(Qt::WindowFullScreen); // the window manager's doing
+    lookUp();
+    QVERIFY(!action("FullScreen")->isEnabled());
+    controller.screenWindow()->setWindowState(Qt::WindowNoState);
+    lookUp();
+    QVERIFY(action("FullScreen")->isEnabled());
+}
+
+void CommandsTest::zoomingPostponesTheNextSlideButZoomingOffDoesNot_data()
+{
+    QTest::addColumn<QByteArray>("id");
+    QTest::addColumn<int>("seconds");
+    QTest::newRow("in") << QByteArray("ZoomIn") << 5;
+    QTest::newRow("actual size") << QByteArray("ZoomOne") << 5;
+    QTest::newRow("off") << QByteArray("ZoomOff") << 2;
+}
+
+void CommandsTest::zoomingPostponesTheNextSlideButZoomingOffDoesNot()
+{
+    QFETCH(QByteArray, id);
+    QFETCH(int, seconds);
+    auto& controller = openThree();
+    controller.Start();
+    mFixture->clock.advance(3s);
+    QVERIFY(mFixture->trigger(id.constData()));
+    QVERIFY(controller.nextSlideChange() == mFixture->clock.now() + std::chrono::seconds(seconds));
+}
+
+void CommandsTest::zoomingWithoutAShowDoesNothing()
+{
+    auto& controller = mFixture->start();
+    controller.ZoomIn();
+    controller.ZoomOne();
+    controller.ZoomOff();
+    controller.WindowMode();
+    controller.FullScreen();
+    QVERIFY(controller.screenWindow() == nullptr && !controller.isWindowMode());
+    controller.FillScreen();
+    QCOMPARE(mFixture->settings().stringValue(keys::imageFitMode), keys::fitModeFill);
+}
+
+void CommandsTest::aHeldF11TogglesOnce()
+{
+    auto& controller = openThree();
+    auto* const view = controller.slideView();
+    QTRY_VERIFY(view->hasFocus());
+    QTest::simulateEvent(view, true, Qt::Key_F11, Qt::NoModifier, {}, false);
+    for (int i = 0; i < 5; ++i) {
+        QTest::simulateEvent(view, false, Qt::Key_F11, Qt::NoModifier, {}, true);
+        QTest::simulateEvent(view, true, Qt::Key_F11, Qt::NoModifier, {}, true);
+    }
+    QTest::simulateEvent(view, false, Qt::Key_F11, Qt::NoModifier, {}, false);
+    QVERIFY(controller.isWindowMode());
 }
 
 void CommandsTest::shufflingStartsFromTheFirst()
@@ -248,6 +319,40 @@ void CommandsTest::escapeEndsTheShow()
     auto& controller = openThree();
     QTest::keyClick(controller.slideView(), Qt::Key_Escape);
     QVERIFY(controller.screenWindow() == nullptr);
+}
+
+void CommandsTest::theOpenPanelSaysWhatToChoose()
+{
+    auto& controller = mFixture->start();
+    controller.openMenu();
+    QCOMPARE(controller.openPanel()->findChild<QLabel*>(QStringLiteral("message"))->text(),
+        QStringLiteral("Choose a folder or some files to display."));
+}
+
+void CommandsTest::theOpenPanelBeginsWhereItLastEnded_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("folder");
+    const QString home = QDir::homePath();
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    QVERIFY(QDir().mkpath(pictures) && QDir().mkpath(home + QStringLiteral("/last folder")));
+    QTest::newRow("never opened") << QString() << pictures;
+    QTest::newRow("opened") << QUrl::fromLocalFile(home + QStringLiteral("/last folder")).toString(QUrl::FullyEncoded)
+                            << home + QStringLiteral("/last folder");
+    QTest::newRow("gone") << QStringLiteral("file:///nowhere/at/all") << home;
+    QTest::newRow("no file's address") << QStringLiteral("http://frameflow.example/") << pictures;
+}
+
+void CommandsTest::theOpenPanelBeginsWhereItLastEnded()
+{
+    QFETCH(QString, stored);
+    QFETCH(QString, folder);
+    if (!stored.isEmpty()) {
+        mFixture->set(keys::lastUsedOpenDirectory, stored);
+    }
+    auto& controller = mFixture->start();
+    controller.openMenu();
+    QCOMPARE(controller.openPanel()->directory().absolutePath(), folder);
 }
 
 void CommandsTest::theOpenPanelOffersFoldersAndDisplayableFiles()
@@ -301,7 +406,7 @@ void CommandsTest::aSelectedFolderIsOpened()
         list->model()->index(0, 0, list->rootIndex()), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     QMetaObject::invokeMethod(controller.openPanel(), "accept");
     QTRY_COMPARE(controller.fileSequence().count(), size_t(2));
-    QVERIFY(controller.imageURL().path().startsWith(mFixture->folder.pathOf("album")));
+    QTRY_VERIFY(controller.imageURL().path().startsWith(mFixture->folder.pathOf("album")));
 }
 
 void CommandsTest::whatIsTypedIntoThePanelIsOpened_data()

@@ -67,6 +67,13 @@ bool ControllerFixture::openFolder()
     return open({folder.url()});
 }
 
+bool ControllerFixture::openThree()
+{
+    addPictures({"1.png", "2.png", "3.png"});
+    start();
+    return openFolder();
+}
+
 bool ControllerFixture::open(const QList<FileUrl>& files)
 {
     return collect(files) && rest();

@@ -35,6 +35,8 @@ public:
     // Hands the folder over as the system does, and waits until the collection has been applied and the show rests.
     bool openFolder();
     bool open(const QList<FileUrl>& files);
+    // Starts with "1.png", "2.png" and "3.png" in the folder.
+    bool openThree();
     // The same without waiting for the show to rest.
     bool collectFolder();
 

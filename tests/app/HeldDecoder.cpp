@@ -7,8 +7,11 @@
 
 #include <QGuiApplication>
 
+#include <csignal>
+
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 using namespace frameflow;
@@ -58,6 +61,7 @@ DecodedPicture decode(const RequestMessage& message)
 
 int main(int argc, char** argv)
 {
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // as a decoder of the program
     qputenv("QT_QPA_PLATFORM", "minimal");
     const QGuiApplication application(argc, argv);
     RequestMessage message;

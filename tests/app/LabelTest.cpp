@@ -31,6 +31,7 @@ private Q_SLOTS:
     void itStaysInPlaceWhenTheWindowChangesItsSize();
     void itGoesWithItsWindow();
     void itLeavesTheMouseToTheSlide();
+    void aPathReadsFromTheLeftEverywhere();
 
 private:
     bool open(const QList<QByteArray>& names = {"1.png", "2.png", "3.png"})
@@ -139,6 +140,9 @@ void LabelTest::namesOfAllKinds_data()
     QTest::newRow("markup") << QByteArray("<h1>a&amp;.png") << QStringLiteral("<h1>a&amp;");
     QTest::newRow("mnemonic") << QByteArray("a&b.png") << QStringLiteral("a&b");
     QTest::newRow("emoji") << QByteArray("\xf0\x9f\x8c\x84.png") << QString::fromUtf8("\xf0\x9f\x8c\x84");
+    QTest::newRow("joiners") << QByteArray("\u0645\u06cc\u200c\u062e\u200d.png")
+                             << QStringLiteral(u"\u0645\u06cc\u200c\u062e\u200d");
+    QTest::newRow("turned direction") << QByteArray("a\u202e.png") << QStringLiteral(u"a\uFFFD");
     QTest::newRow("spaces") << QByteArray(" a  b .png") << QStringLiteral(" a  b ");
 }
 
@@ -248,6 +252,23 @@ void LabelTest::itLeavesTheMouseToTheSlide()
     auto* const view = mFixture->controller().slideView();
     const QPoint inside = mFixture->controller().label()->geometry().center();
     QVERIFY(view->childAt(inside) == nullptr);
+}
+
+void LabelTest::aPathReadsFromTheLeftEverywhere()
+{
+    mFixture->set(keys::showFilePath, true);
+    QVERIFY(open());
+    step();
+    const QImage expected = mFixture->controller().label()->grab().toImage();
+    mFixture->controller().endSlideShow();
+    QTRY_COMPARE(mFixture->controller().fileSequence().count(), size_t(0));
+    QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    const bool opened = mFixture->openFolder();
+    step();
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+    QVERIFY(opened);
+    QCOMPARE(mFixture->controller().label()->text().toUtf8(), mFixture->folder.pathOf("2.png"));
+    QCOMPARE(mFixture->controller().label()->grab().toImage(), expected);
 }
 
 QTEST_MAIN(LabelTest)

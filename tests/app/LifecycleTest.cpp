@@ -28,6 +28,7 @@ private Q_SLOTS:
     void withWelcomeSwitchedOffALaunchByHandAsksWhatToOpen();
     void reopeningTheLastFolderFromAnEmptyListShowsNothingAtFirst();
     void filesAtLaunchTakeThePlaceOfTheWelcome();
+    void theMenusAreMadeWithTheFirstWindow();
 
     // Never an invisible program
     void nothingDisplayableIsSaidInAWindow_data();
@@ -134,6 +135,21 @@ void LifecycleTest::filesAtLaunchTakeThePlaceOfTheWelcome()
     QVERIFY(mOpened);
     runOneTurn();
     QCOMPARE(windows(), mSlideOnly);
+}
+
+// The first slide does not wait for them.
+void LifecycleTest::theMenusAreMadeWithTheFirstWindow()
+{
+    const auto areThere = [] {
+        const auto widgets = QApplication::topLevelWidgets();
+        return std::any_of(widgets.begin(), widgets.end(),
+            [](const QWidget* widget) { return widget->objectName() == QStringLiteral("MainMenu"); });
+    };
+    mFixture->addPictures({"1.png"});
+    mFixture->start();
+    QVERIFY(!areThere());
+    QVERIFY(mFixture->openFolder());
+    QVERIFY(areThere());
 }
 
 void LifecycleTest::nothingDisplayableIsSaidInAWindow_data()

@@ -56,9 +56,7 @@ private Q_SLOTS:
 private:
     SlideController& openThree()
     {
-        mFixture->addPictures({"1.png", "2.png", "3.png"});
-        mFixture->start();
-        mOpened = mFixture->openFolder();
+        mOpened = mFixture->openThree();
         return mFixture->controller();
     }
     QByteArray shown() const { return mFixture->shown(); }

@@ -72,9 +72,7 @@ private Q_SLOTS:
 private:
     SlideController& openThree()
     {
-        mFixture->addPictures({"1.png", "2.png", "3.png"});
-        mFixture->start();
-        mOpened = mFixture->openFolder();
+        mOpened = mFixture->openThree();
         return mFixture->controller();
     }
     QByteArray onScreen() const { return mFixture->onScreen(); }

@@ -1,13 +1,17 @@
 #include "Bookmark.h"
 #include "ControllerFixture.h"
 #include "MainMenu.h"
+#include "OpenPanel.h"
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
 #include <QTableView>
 #include <QTest>
 
@@ -26,6 +30,8 @@ private Q_SLOTS:
 
     void aFolderHandedOverIsRemembered();
     void severalItemsOrAFileLeaveTheListAlone();
+    void whatIsChosenInThePanelIsRemembered_data();
+    void whatIsChosenInThePanelIsRemembered();
     void anotherOpeningMovesAFolderToTheTop();
     void theEleventhFolderDropsTheOldest();
     void aFolderIsRememberedWhateverItsName_data();
@@ -47,6 +53,8 @@ private Q_SLOTS:
     void aListThatIsTooLongIsCut();
 
     void anItemOfTheMenuOpensItsFolder();
+    void anItemOpensItsFolderAfterOneAboveItHasGone();
+    void aDoubleClickInTheWelcomeOpensTheFolderUnderIt();
     void aFolderThatIsGoneLeavesTheShowAlone();
     void anIndexOutOfRangeDoesNothing_data();
     void anIndexOutOfRangeDoesNothing();
@@ -54,6 +62,8 @@ private Q_SLOTS:
     void companionsOfJpegsAreLeftOut();
     void theOpenFolderIsForgottenAtTheEndOfTheShow();
     void theLastFolderIsReopenedAtTheStart();
+    void theLastFolderThatIsStillThereIsReopened();
+    void filesAtTheStartComeBeforeTheLastFolder();
     void afterAShowItsFolderIsTheFirstOfTheWelcome();
     void theKeysOfTheWelcomeAreNotThoseOfItsMenus();
 
@@ -117,6 +127,34 @@ void RecentsTest::severalItemsOrAFileLeaveTheListAlone()
     controller().rememberRecentURLs({});
     QCOMPARE(names(), QList<QByteArray>());
     QCOMPARE(stored(), 0);
+}
+
+void RecentsTest::whatIsChosenInThePanelIsRemembered_data()
+{
+    QTest::addColumn<QStringList>("chosen");
+    QTest::addColumn<bool>("remembered");
+    QTest::newRow("a folder") << QStringList{QStringLiteral("a")} << true;
+    QTest::newRow("a file") << QStringList{QStringLiteral("a/a.png")} << false;
+    QTest::newRow("two folders") << QStringList{QStringLiteral("a"), QStringLiteral("b")} << false;
+}
+
+void RecentsTest::whatIsChosenInThePanelIsRemembered()
+{
+    QFETCH(const QStringList, chosen);
+    QFETCH(const bool, remembered);
+    pictureFolder("a");
+    pictureFolder("b");
+    mFixture->start();
+    controller().openMenu();
+    auto* const panel = controller().openPanel();
+    panel->setDirectory(QString::fromUtf8(mFixture->folder.path()));
+    auto* const field = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    QApplication::setActiveWindow(panel);
+    field->setFocus();
+    QTest::keyClicks(field, QLatin1Char('"') + chosen.join(QStringLiteral("\" \"")) + QLatin1Char('"'));
+    panel->findChild<QPushButton*>(QStringLiteral("openButton"))->click();
+    QVERIFY(waitFor("a.png"));
+    QCOMPARE(names(), remembered ? QList<QByteArray>{"a"} : QList<QByteArray>());
 }
 
 void RecentsTest::anotherOpeningMovesAFolderToTheTop()
@@ -341,6 +379,43 @@ void RecentsTest::anItemOfTheMenuOpensItsFolder()
     QCOMPARE(controller().securityScopedResourceURL(), mFixture->folder.urlOf("a"));
 }
 
+// The welcome window drops the folder that is gone from the list; the menu was made before.
+void RecentsTest::anItemOpensItsFolderAfterOneAboveItHasGone()
+{
+    pictureFolder("b");
+    pictureFolder("c");
+    mFixture->start();
+    for (const char* name : {"c", "b", "a"}) {
+        remember(name);
+    }
+    QCOMPARE(menuTexts(), (QStringList{text("a"), text("b"), text("c"), mClear}));
+    QVERIFY(QDir().rmdir(text("a")));
+    controller().ShowWelcomeScreen();
+    QCOMPARE(menuTexts(), (QStringList{text("b"), text("c"), mClear}));
+    controller().recentsMenuItem()->menu()->actions().first()->trigger();
+    QVERIFY(waitFor("b.png"));
+}
+
+// The first click moves the folder to the top of the list, so that another one stands under the second.
+void RecentsTest::aDoubleClickInTheWelcomeOpensTheFolderUnderIt()
+{
+    for (const char* name : {"a", "b", "c"}) {
+        pictureFolder(name);
+    }
+    mFixture->start();
+    for (const char* name : {"c", "b", "a"}) {
+        remember(name);
+    }
+    controller().ShowWelcomeScreen();
+    QTableView* const table = controller().welcomeController()->mRecentsTableView();
+    const QPoint second = table->visualRect(table->model()->index(1, 0)).center();
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, second);
+    QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, second);
+    QTest::mouseRelease(table->viewport(), Qt::LeftButton, {}, second);
+    QVERIFY(waitFor("b.png"));
+    QCOMPARE(names(), (QList<QByteArray>{"b", "a", "c"}));
+}
+
 void RecentsTest::aFolderThatIsGoneLeavesTheShowAlone()
 {
     pictureFolder("a");
@@ -421,6 +496,36 @@ void RecentsTest::theLastFolderIsReopenedAtTheStart()
     mFixture->start().applicationDidFinishLaunching();
     QVERIFY(waitFor("a.png"));
     QCOMPARE(mFixture->visibleWindows(), QStringList{QStringLiteral("SlideWindow")});
+}
+
+void RecentsTest::theLastFolderThatIsStillThereIsReopened()
+{
+    pictureFolder("a");
+    mFixture->start();
+    remember("a");
+    remember("b");
+    mFixture->destroyController();
+    QVERIFY(QDir().rmdir(text("b")));
+    mFixture->set(keys::openLastUsedFolder, true);
+    mFixture->start().applicationDidFinishLaunching();
+    QVERIFY(waitFor("a.png"));
+    QCOMPARE(stored(), 1);
+}
+
+void RecentsTest::filesAtTheStartComeBeforeTheLastFolder()
+{
+    pictureFolder("a");
+    pictureFolder("b");
+    mFixture->start();
+    remember("a");
+    mFixture->destroyController();
+    mFixture->set(keys::openLastUsedFolder, true);
+    mFixture->start();
+    QVERIFY(mFixture->open({mFixture->folder.urlOf("b")}));
+    controller().applicationDidFinishLaunching();
+    QVERIFY(mFixture->rest());
+    QCOMPARE(mFixture->shown(), QByteArray("b.png"));
+    QCOMPARE(controller().fileSequence().count(), size_t(1));
 }
 
 void RecentsTest::afterAShowItsFolderIsTheFirstOfTheWelcome()

@@ -204,7 +204,7 @@ void RulesTest::argumentsBecomeAbsoluteFiles()
     QCOMPARE(files[2].path(), QByteArray("/tmp/x y.png"));
     QCOMPARE(files[3].path(), here + "/-style");
     // A name like any other, of a file that is hardly there.
-    QCOMPARE(files[4].path(), here + "/http://example.org/a.jpg");
+    QCOMPARE(files[4].path(), here + "/http:/example.org/a.jpg");
 }
 
 QTEST_GUILESS_MAIN(RulesTest)

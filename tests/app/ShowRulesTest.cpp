@@ -3,6 +3,7 @@
 #include "KLImageCache.h"
 #include "KLThumbnailCache.h"
 #include "OpenPanel.h"
+#include "Presentation.h"
 #include "RectText.h"
 
 #include <QApplication>
@@ -12,6 +13,8 @@
 
 using namespace frameflow;
 using namespace std::chrono_literals;
+
+Q_DECLARE_METATYPE(void (SlideController::*)())
 
 // Rules of a show that only show themselves where two of its concerns meet.
 class ShowRulesTest : public QObject
@@ -50,6 +53,8 @@ private Q_SLOTS:
     void automaticStartLeavesARunningTimerAlone();
 
     // Stepping
+    void everyWayToAnotherSlideHasItsDirection_data();
+    void everyWayToAnotherSlideHasItsDirection();
     void theCurrentFileIsReadAgain();
     void reloadingDuringATransitionIsDropped();
     void newFilesWithNothingOnScreenAreShown();
@@ -71,9 +76,7 @@ private Q_SLOTS:
 private:
     SlideController& openThree()
     {
-        mFixture->addPictures({"1.png", "2.png", "3.png"});
-        mFixture->start();
-        mOpened = mFixture->openFolder();
+        mOpened = mFixture->openThree();
         return mFixture->controller();
     }
     QByteArray shown() const { return mFixture->shown(); }
@@ -307,6 +310,36 @@ void ShowRulesTest::automaticStartLeavesARunningTimerAlone()
     controller.autoPlay();
     QVERIFY(controller.timerRuns());
     QVERIFY(controller.nextSlideChange() == due);
+}
+
+void ShowRulesTest::everyWayToAnotherSlideHasItsDirection_data()
+{
+    QTest::addColumn<void (SlideController::*)()>("step");
+    QTest::addColumn<bool>("forward");
+    QTest::newRow("next") << &SlideController::nextSlide << true;
+    QTest::newRow("previous") << &SlideController::previousSlide << false;
+    QTest::newRow("first") << &SlideController::firstSlide << false;
+    QTest::newRow("trash") << &SlideController::trashSlide << true;
+    QTest::newRow("shown afresh") << &SlideController::reloadCurrent << true;
+}
+
+void ShowRulesTest::everyWayToAnotherSlideHasItsDirection()
+{
+    using Step = void (SlideController::*)();
+    QFETCH(const Step, step);
+    QFETCH(const bool, forward);
+    auto& controller = openThree();
+    controller.nextSlide();
+    QVERIFY(mFixture->rest());
+    mFixture->set(keys::transition, QStringLiteral("Slide"));
+    (controller.*step)();
+    QTRY_VERIFY(controller.slideView()->isBusy());
+    // Forwards the slide comes from the right.
+    mFixture->clock.advance(300ms);
+    const Layer& layer = *controller.slideView()->currentLayer();
+    const double x = presentedValues(layer, mFixture->clock.now()).position.x();
+    const double middle = controller.slideView()->width() / 2.0;
+    QVERIFY2(forward ? x > middle : x < middle, QByteArray::number(x).constData());
 }
 
 void ShowRulesTest::theCurrentFileIsReadAgain()

@@ -41,6 +41,7 @@ private Q_SLOTS:
     void anAnswerThatComesDuringAShowLeavesItTheKeyboard();
     void anAnswerThatComesBeforeTheFirstSlideWaitsForIt();
     void anAnswerThatComesBeforeTheWelcomeWaitsForIt();
+    void anOfferThatStandsIsAboveTheShowThatBegins();
 
     void theManualCheckSaysWhatItFound_data();
     void theManualCheckSaysWhatItFound();
@@ -257,6 +258,19 @@ void UpdateTest::anAnswerThatComesBeforeTheWelcomeWaitsForIt()
     QVERIFY(!controller().updateWindow());
     QTRY_VERIFY(controller().updateWindow() != nullptr && controller().updateWindow()->window()->isVisible());
     QVERIFY(controller().welcomeController()->window()->isVisible());
+}
+
+void UpdateTest::anOfferThatStandsIsAboveTheShowThatBegins()
+{
+    mFixture->addPicture("a.png");
+    mFixture->start();
+    controller().ShowWelcomeScreen();
+    controller().updateAvailable(1, false, QStringLiteral("2.4.1"));
+    QVERIFY(controller().updateWindow()->window()->isVisible());
+    QVERIFY(mFixture->openFolder());
+    QVERIFY(controller().updateWindow()->window()->isVisible());
+    QCOMPARE(controller().updateWindow()->window()->windowHandle()->transientParent(),
+        controller().screenWindow()->windowHandle());
 }
 
 void UpdateTest::theManualCheckSaysWhatItFound_data()

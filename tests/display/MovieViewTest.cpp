@@ -46,6 +46,10 @@ private Q_SLOTS:
     void clearingTakesTheMovieAway();
     void aSecondMovieReplacesThePlayerInTheSameView();
     void zoomAndPanDoNothing();
+    void driftRunsAllTheSame();
+    void aMovieEndsTheZoomOfTheSlideBeforeIt();
+    void thePointersPictureIsAboveTheMovie();
+    void aPressOnTheControlsIsNotOneOnTheSlide();
     void theFirstFrameStandsUntilThePlayersOwn();
     void fromPictureToMovieToPictureNothingElseIsSeen();
     void nothingStaleBetweenTwoMovies();
@@ -295,6 +299,59 @@ void MovieViewTest::zoomAndPanDoNothing()
     QCOMPARE(view().currentLayer()->frame(), frame);
     QVERIFY(!view().isZoomed());
     QVERIFY(!view().isBusy());
+}
+
+void MovieViewTest::driftRunsAllTheSame()
+{
+    mFixture->show(solid({400, 400}, Qt::red));
+    view().showMovie(movie("still.mkv"), true);
+    view().driftEffect();
+    QVERIFY(view().currentLayer()->animation(QStringLiteral("driftx")));
+}
+
+void MovieViewTest::aMovieEndsTheZoomOfTheSlideBeforeIt()
+{
+    mFixture->show(solid({400, 400}, Qt::red));
+    const QRectF fitted = view().currentLayer()->frame();
+    view().zoomIn();
+    view().showMovie(movie("still.mkv"), true);
+    QCOMPARE(view().currentLayer()->frame(), fitted);
+    QVERIFY(!view().isZoomed());
+}
+
+void MovieViewTest::thePointersPictureIsAboveTheMovie()
+{
+    mFixture->defaults.setValue(keys::cursor, QStringLiteral("Arrow"));
+    view().showMovie(movie("still.mkv"), true);
+    const QImage before = mFixture->grab();
+    const QPoint place(70, 30);
+    // As they come: to the movie's own view first, which has no use for them.
+    const auto send = [&](QEvent::Type type, Qt::MouseButtons buttons) {
+        QWidget* const under = view().moviePlayerView();
+        QVERIFY(under->geometry().contains(place));
+        const QPointF within = under->mapFrom(&view(), place);
+        QMouseEvent event(type, within, place, place, Qt::LeftButton, buttons, {});
+        QCoreApplication::sendEvent(under, &event);
+    };
+    send(QEvent::MouseButtonPress, Qt::LeftButton);
+    QCOMPARE(view().cursorLayer()->frame().topLeft(), QPointF(70, view().height() - 30 - 96));
+    const QImage after = mFixture->grab();
+    QVERIFY(after.pixelColor(80, 60).lightness() > 200); // the arrow's face
+    QVERIFY(before.pixelColor(80, 60).lightness() < 200);
+    send(QEvent::MouseButtonRelease, Qt::NoButton);
+    QVERIFY(mFixture->grab().pixelColor(80, 60).lightness() < 200);
+}
+
+void MovieViewTest::aPressOnTheControlsIsNotOneOnTheSlide()
+{
+    mFixture->defaults.setValue(keys::cursor, QStringLiteral("Arrow"));
+    view().resize(800, 400);
+    view().showMovie(movie("still.mkv"), true);
+    MovieControls* const controls = view().moviePlayerView()->controls();
+    QMouseEvent event(QEvent::MouseButtonPress, QPointF(2, 2), QPointF(2, 2), Qt::LeftButton, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(controls, &event);
+    QVERIFY(event.isAccepted());
+    QVERIFY(view().cursorLayer()->contents().isNull());
 }
 
 void MovieViewTest::theFirstFrameStandsUntilThePlayersOwn()

@@ -314,8 +314,8 @@ private Q_SLOTS:
             QCOMPARE(animation->delegate.get(), static_cast<AnimationDelegate*>(change.view.get()));
             const auto& effect = std::get<PropertyChange>(animation->effect);
             QCOMPARE(effect.keyPath, moves.path);
-            QCOMPARE(effect.from, static_cast<float>(moves.start));
-            QCOMPARE(effect.to, static_cast<float>(moves.end));
+            QCOMPARE(effect.from, double{static_cast<float>(moves.start)});
+            QCOMPARE(effect.to, double{static_cast<float>(moves.end)});
         }
     }
 

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void damagedAndVanishedFilesDoNoHarm();
     void aSmallWindowShowsOneColumn();
     void aWindowThatIsNotMaximisedHasTheFrameOfTheLastTime();
+    void theFrameOutlivesAMaximisedWindowThatIsClosed();
 
 private:
     static constexpr QRgb red = qRgb(200, 30, 30);
@@ -229,6 +230,24 @@ void GridTest::aWindowThatIsNotMaximisedHasTheFrameOfTheLastTime()
     const auto& server = mShow->server();
     const WindowId window = *grid();
     QVERIFY(waitFor([&] { return server.isMaximised(window) && server.geometry(window).width() == 1280; }));
+    server.unmaximise(window);
+    QVERIFY(waitFor([&] { return server.geometry(window) == QRect(150, 120, 700, 400); }));
+}
+
+void GridTest::theFrameOutlivesAMaximisedWindowThatIsClosed()
+{
+    mShow->set(keys::gridWindowRect, QStringLiteral("{{150, 120}, {700, 400}}"));
+    QVERIFY(open());
+    const auto& server = mShow->server();
+    for (int i = 0; i < 2; ++i) {
+        QVERIFY(openGrid());
+        QVERIFY(waitFor([&] { return server.isMaximised(*grid()); }));
+        mShow->press(QStringLiteral("ctrl+w"));
+        QVERIFY(waitFor([this] { return !grid(); }));
+    }
+    QVERIFY(openGrid());
+    const WindowId window = *grid();
+    QVERIFY(waitFor([&] { return server.isMaximised(window); }));
     server.unmaximise(window);
     QVERIFY(waitFor([&] { return server.geometry(window) == QRect(150, 120, 700, 400); }));
 }

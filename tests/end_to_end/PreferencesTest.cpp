@@ -25,6 +25,7 @@ private Q_SLOTS:
     void anOrderBeginsTheShowAnew();
     void aNumberThatIsTooSmallIsNotTaken();
     void everyPageIsReached();
+    void theOpenPanelGivesTheKeyboardBack();
     void anApplicationPanelOpensAndCloses();
     void theWindowManagerClosesIt();
     void aSignalEndsTheProgramWithTheWindowOpen();
@@ -98,6 +99,21 @@ void PreferencesTest::theKeyOpensTheWindowOverTheShow()
     press({"Right"});
     QVERIFY(mShow->waitForColour(mSecond));
     QVERIFY(open());
+}
+
+void PreferencesTest::theOpenPanelGivesTheKeyboardBack()
+{
+    QVERIFY(start());
+    const auto window = open();
+    QVERIFY(window);
+    press({"ctrl+o"});
+    const auto panel = find(QStringLiteral("Open — Frameflow"));
+    QVERIFY(panel);
+    press({"Escape"});
+    QVERIFY(isGone(*panel));
+    QVERIFY(waitFor([&] { return server().isActive(*window); }));
+    QVERIFY(mShow->waitUntilAtRest());
+    QVERIFY(server().isActive(*window)); // not for a moment alone
 }
 
 void PreferencesTest::theMenuOpensIt()

@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QElapsedTimer>
 #include <QPainter>
+#include <QSet>
 
 #include <cstdio>
 
@@ -35,12 +36,17 @@ QString ShowDriver::samplesFolder()
 
 bool ShowDriver::start(const QList<QByteArray>& arguments)
 {
-    writeSettings(mSettings);
+    writeSettingsNow();
+    return startAsItIs(arguments);
+}
+
+bool ShowDriver::startAsItIs(const QList<QByteArray>& arguments)
+{
     QStringList texts;
     for (const QByteArray& argument : arguments) {
         texts.append(QString::fromUtf8(argument));
     }
-    return mProgram.start(texts);
+    return mProgram.start(texts, mVariables);
 }
 
 bool ShowDriver::startAndRest()
@@ -79,6 +85,20 @@ bool ShowDriver::waitForColour(QColor colour) const
     QImage expected(mServer->bounds().size(), QImage::Format_RGB32);
     expected.fill(colour);
     return waitForScreen(expected, colour.name().mid(1), {4, 4.0});
+}
+
+bool ShowDriver::waitForManyColours() const
+{
+    return waitFor([this] {
+        const QImage now = screen().scaled(64, 40);
+        QSet<QRgb> colours;
+        for (int y = 0; y < now.height(); ++y) {
+            for (int x = 0; x < now.width(); ++x) {
+                colours.insert(now.pixel(x, y));
+            }
+        }
+        return colours.size() > 50;
+    });
 }
 
 void ShowDriver::addColourTo(const TestFolder& other, const QByteArray& name, QColor colour, QSize size) const

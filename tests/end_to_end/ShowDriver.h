@@ -25,8 +25,13 @@ public:
     static QString samplesFolder();
 
     void set(const QString& key, const QVariant& value) { mSettings.insert(key, value); }
+    // A variable for the program alone.
+    void setVariable(const QString& name, const QString& value) { mVariables.insert(name, value); }
     // Writes the settings and starts the program; false when it cannot be started.
     bool start(const QList<QByteArray>& arguments);
+    // The two, one after the other.
+    void writeSettingsNow() const { writeSettings(mSettings); }
+    bool startAsItIs(const QList<QByteArray>& arguments);
     bool startWithFolder() { return start({folder.path()}); }
     // Starts with the folder and waits until the program has collected it, shows the first slide and rests: from then
     // on only keys change anything.
@@ -46,6 +51,8 @@ public:
     bool waitForScreen(const QImage& expected, const QString& name, const PictureTolerance& tolerance = {}) const;
     // Waits until the whole screen, but for edges of a few pixels, has one colour.
     bool waitForColour(QColor colour) const;
+    // Waits for a picture of many colours: the hint, among slides of one colour.
+    bool waitForManyColours() const;
 
     // A picture of one colour that covers the screen, or of another size.
     void addColour(const QByteArray& name, QColor colour, QSize size = {}) const
@@ -60,6 +67,7 @@ private:
     std::unique_ptr<XServer> mServer;
     Program mProgram;
     QVariantMap mSettings;
+    QMap<QString, QString> mVariables;
 };
 
 // The picture as it is to stand on a black area of that size: drawn here once more, from the rectangle alone.

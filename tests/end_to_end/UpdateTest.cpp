@@ -1,9 +1,9 @@
 #include "HttpsServer.h"
+#include "ProbeApplications.h"
 #include "SettingsKeys.h"
 #include "ShowDriver.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QTest>
 
 using namespace frameflow;
@@ -116,14 +116,10 @@ void UpdateTest::escapeClosesTheOffer()
 
 void UpdateTest::downloadOpensTheBrowser()
 {
-    const TestFolder bin;
-    const QByteArray script = bin.addFile("xdg-open", "#!/bin/sh\necho \"$1\" >\"${0%/*}/opened\"\n");
-    QVERIFY(QFile::setPermissions(QString::fromUtf8(script), QFile::ReadOwner | QFile::ExeOwner));
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", bin.path() + ':' + path);
-    const bool isStarted = start("text", "2.4.1", false);
-    qputenv("PATH", path);
-    QVERIFY(isStarted);
+    ProbeApplications applications;
+    applications.add("browser", "Network;", {"x-scheme-handler/https"}, "%u");
+    applications.setDefault("x-scheme-handler/https", "browser");
+    QVERIFY(start("text", "2.4.1", false));
     const auto offer = window("New Version — Frameflow");
     QVERIFY(offer);
     // It does not take the keyboard while it appears.
@@ -132,10 +128,8 @@ void UpdateTest::downloadOpensTheBrowser()
         return server().isActive(*offer);
     }));
     mShow->press(QStringLiteral("Return"));
-    QFile opened(QString::fromUtf8(bin.pathOf("opened")));
-    QVERIFY(waitFor([&] { return opened.size() > 0; }));
-    QVERIFY(opened.open(QIODevice::ReadOnly));
-    const QByteArray page = opened.readAll().trimmed();
+    QVERIFY(waitFor([&] { return applications.openedBy("browser").size() == 1; }));
+    const QByteArray page = applications.openedBy("browser").first();
     QVERIFY2(page.startsWith("https://") && page.endsWith("/frameflow"), page.constData());
     QVERIFY(waitFor([&] { return !server().isVisible(*offer); }));
 }

@@ -1,3 +1,4 @@
+#include "HeldDecoderCopy.h"
 #include "HeldPictures.h"
 #include "SettingsKeys.h"
 #include "ShowDriver.h"
@@ -5,7 +6,6 @@
 #include "StaysTrue.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTest>
 
 #include <csignal>
@@ -52,13 +52,7 @@ private:
     void useHeldDecoder()
     {
         mInstalled = std::make_unique<TestFolder>();
-        const QString program = QString::fromUtf8(mInstalled->pathOf("bin/frameflow"));
-        mInstalled->addFolder("bin");
-        QVERIFY(QFile::copy(ShowDriver::builtProgram(), program));
-        mInstalled->addFolder("libexec/frameflow");
-        mInstalled->addLink("libexec/frameflow/frameflow-decoder", HELD_DECODER);
-        mInstalled->addLink("libexec/frameflow/frameflow-decoder-extra", DECODERS "/frameflow-decoder-extra");
-        mShow = std::make_unique<ShowDriver>(program);
+        mShow = std::make_unique<ShowDriver>(copyWithHeldDecoder(*mInstalled));
         mHeld = std::make_unique<HeldPictures>(mShow->folder);
     }
     QList<qint64> decoders() const { return childrenOf(mShow->program().processId()); }

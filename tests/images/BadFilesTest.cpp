@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <ctime>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -40,6 +41,7 @@ private Q_SLOTS:
     void otherContents();
     void claimedSizes_data();
     void claimedSizes();
+    void drawingThatIsTakenForAMovieIsNotSearchedForOnesProperties();
     void bombIsRefused();
     void hugePictureIsHeldReduced();
     void descriptorOfSomethingElseIsRefused();
@@ -379,6 +381,18 @@ void BadFilesTest::claimedSizes()
     QVERIFY(!KLImage::imageWithURL(mFolder.urlOf(name)));
     QVERIFY(KLImage::thumbNailFromURL(mFolder.urlOf(name)).isNull());
     QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
+}
+
+// Its first bytes are a movie's, and a length of a gigabyte that would be gone through word by word.
+void BadFilesTest::drawingThatIsTakenForAMovieIsNotSearchedForOnesProperties()
+{
+    const QByteArray name = "movie.svg";
+    mFolder.addFile(name, R"(<svgftyp xmlns="http://www.w3.org/2000/svg"><svg/></svgftyp>)");
+    DecodeRequest request;
+    request.fileName = name;
+    const std::clock_t begun = std::clock();
+    QCOMPARE(decodePicture(openForDecoding(mFolder.urlOf(name)).number(), request).error, DecodeError::Damaged);
+    QVERIFY(std::clock() - begun < 2 * CLOCKS_PER_SEC);
 }
 
 // A picture that is whole but far larger than its file is refused by what it would take.

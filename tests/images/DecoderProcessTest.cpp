@@ -60,6 +60,7 @@ private Q_SLOTS:
     void timeSuspendedDoesNotCount();
     void confinedDecoderReachesNothing_data();
     void confinedDecoderReachesNothing();
+    void confinedDecoderHasNoMoreThanItsShare();
     void programThatIsNotThere();
     void childInheritsNothing();
 
@@ -288,6 +289,28 @@ void DecoderProcessTest::confinedDecoderReachesNothing()
         QVERIFY(!QFile::exists(QFile::decodeName(written)));
         QCOMPARE(process->decode(order("picture 3 2 0"), {}).error, DecodeError::None);
     }
+}
+
+void DecoderProcessTest::confinedDecoderHasNoMoreThanItsShare()
+{
+    DecoderLimits limits;
+    limits.memory = qint64(1) << 30;
+    const auto process = obedient(limits);
+    const auto error = [&](const QByteArray& text) {
+        const DecodedPicture picture = process->decode(order("confined " + text), {});
+        return picture.error == DecodeError::None ? picture.size.width() - 1 : -1;
+    };
+    QCOMPARE(error("allocate 10"), 0);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    QCOMPARE(error("allocate 1100"), ENOMEM);
+#endif
+    QCOMPARE(error("open-many 1000"), EMFILE);
+    QCOMPARE(error("allocate-in-a-file 1000"), 0);
+    QCOMPARE(process->decode(order("picture 3 2 0"), {}).error, DecodeError::None);
+    // The kernel ends who writes more than that into a file.
+    QCOMPARE(process->decode(order("allocate-in-a-file 1100"), {}).error, DecodeError::DecoderLost);
+    QVERIFY(!process->isUsable());
+    QCOMPARE(obedient(limits)->decode(order("picture 3 2 0"), {}).error, DecodeError::None);
 }
 
 void DecoderProcessTest::programThatIsNotThere()

@@ -246,7 +246,7 @@ void DecoderServiceTest::otherPicturesComeInMemoryOfTheirOwn_data()
     QTest::addColumn<qint64>("room");
     QTest::newRow("small") << QByteArray("a.dng") << qint64(6000) * 4000 * 4;
     QTest::newRow("too large") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 4 - 4096;
-    QTest::newRow("much smaller than the memory") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 8 + 4096;
+    QTest::newRow("much smaller than the memory") << QByteArray("photo.jpg") << qint64(6000) * 4000 * 12 + 4096;
 }
 
 void DecoderServiceTest::otherPicturesComeInMemoryOfTheirOwn()

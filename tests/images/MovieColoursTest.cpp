@@ -25,6 +25,7 @@ private Q_SLOTS:
     void transparencyIsOnBlack();
     void greysStayGrey_data();
     void greysStayGrey();
+    void coloursThatDoNotExistCountAsTheUsualOnes();
 
 private:
     // The colour in the middle of a frame.
@@ -207,6 +208,27 @@ void MovieColoursTest::greysStayGrey()
 {
     QFETCH(QByteArray, format);
     checkColour("a.mkv", plain("5a5a5a", "64x64") + " -pix_fmt " + format + " -c:v ffv1", 0xff5a5a5aU, 2);
+}
+
+void MovieColoursTest::coloursThatDoNotExistCountAsTheUsualOnes()
+{
+    constexpr qsizetype start = 5;
+    const QByteArray marks = " -color_primaries bt2020 -color_trc bt2020-10 -colorspace bt2020nc";
+    QVERIFY(mMovies.make("marked.mpg", plain("c86432") + ",format=yuv420p -c:v mpeg2video -q:v 2" + marks));
+    QByteArray contents = mMovies.contentsOf("marked.mpg");
+    int count = 0;
+    // Where the stream says how it is to be displayed, in three bytes.
+    for (qsizetype at = 0; (at = contents.indexOf(QByteArray("\0\0\1\xb5", 4), at + 1)) >= 0;) {
+        const bool isDisplay = at + start + 3 <= contents.size() && (uchar(contents[at + 4]) & 0xf1) == 0x21;
+        if (isDisplay) {
+            contents.replace(at + start, 3, QByteArray(3, '\xcd'));
+            ++count;
+        }
+    }
+    QVERIFY(count > 0);
+    mMovies.folder().addFile("wrong.mpg", contents);
+    const QRgb shown = colourOf("wrong.mpg");
+    QVERIFY2(isNear(shown, qRgb(0xc8, 0x64, 0x32), 12), QByteArray::number(shown, 16).constData());
 }
 
 QTEST_GUILESS_MAIN(MovieColoursTest)

@@ -199,6 +199,34 @@ void eat(const Order& /*order*/)
     std::raise(SIGKILL);
 }
 
+// So many megabytes at once.
+void allocate(const Order& order)
+{
+    const size_t length = size_t(order.word(0).toUInt()) << 20;
+    void* const memory = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    reportErrno(order, memory != MAP_FAILED);
+}
+
+// In a file in memory, which is no part of the address space.
+void allocateInAFile(const Order& order)
+{
+    const FileDescriptor memory = emptySharedMemory();
+    reportErrno(order, ftruncate(memory.number(), off_t(order.word(0).toUInt()) << 20) == 0);
+}
+
+void openMany(const Order& order)
+{
+    std::vector<FileDescriptor> all(order.word(0).toUInt());
+    for (FileDescriptor& one : all) {
+        one = emptySharedMemory();
+    }
+    const bool succeeded = all.back().isOpen();
+    const int error = errno;
+    all.clear(); // an answer needs one
+    errno = error;
+    reportErrno(order, succeeded);
+}
+
 void spinAwhile(const Order& order)
 {
     spinFor(std::chrono::milliseconds(order.word(0).toInt()));
@@ -450,14 +478,14 @@ const std::map<QByteArray, Action>& actions()
     static const std::map<QByteArray, Action> table{{"picture", picture}, {"number", number}, {"note-name", noteName},
         {"extra", extra}, {"never-enough", neverEnough}, {"damaged", damaged}, {"crash", crash},
         {"crash-noted", crashNoted}, {"hang", hang}, {"hang-noted", hangNoted}, {"sleep", sleepForEver}, {"eat", eat},
-        {"spin", spinAwhile}, {"gate", gate}, {"open", openFile}, {"write", writeFile}, {"connect", connectOut},
-        {"fork", makeProcess}, {"leave-process", leaveProcess}, {"exec", execute}, {"wrong-size", wrongSize},
-        {"too-large", tooLarge}, {"unsealed", unsealed}, {"shrinkable", shrinkable}, {"wrong-id", wrongId},
-        {"twice", twice}, {"half", half}, {"too-long", tooLong}, {"two-descriptors", twoDescriptors},
-        {"no-descriptor", noDescriptor}, {"nothing", nothing}, {"hang-up", hangUp}, {"own-word", ownWord},
-        {"in-memory", inMemory}, {"beyond-memory", beyondMemory}, {"strange-copy", strangeCopy},
-        {"copy-beyond-memory", copyBeyondMemory}, {"in-memory-of-nobody", inMemoryOfNobody},
-        {"in-memory-that-changes", inMemoryThatChanges}};
+        {"allocate", allocate}, {"allocate-in-a-file", allocateInAFile}, {"open-many", openMany}, {"spin", spinAwhile},
+        {"gate", gate}, {"open", openFile}, {"write", writeFile}, {"connect", connectOut}, {"fork", makeProcess},
+        {"leave-process", leaveProcess}, {"exec", execute}, {"wrong-size", wrongSize}, {"too-large", tooLarge},
+        {"unsealed", unsealed}, {"shrinkable", shrinkable}, {"wrong-id", wrongId}, {"twice", twice}, {"half", half},
+        {"too-long", tooLong}, {"two-descriptors", twoDescriptors}, {"no-descriptor", noDescriptor},
+        {"nothing", nothing}, {"hang-up", hangUp}, {"own-word", ownWord}, {"in-memory", inMemory},
+        {"beyond-memory", beyondMemory}, {"strange-copy", strangeCopy}, {"copy-beyond-memory", copyBeyondMemory},
+        {"in-memory-of-nobody", inMemoryOfNobody}, {"in-memory-that-changes", inMemoryThatChanges}};
     return table;
 }
 

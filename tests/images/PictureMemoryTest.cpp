@@ -73,11 +73,24 @@ private Q_SLOTS:
     void onlySomeIsKept();
     void whatIsNotWantedSoonIsGivenBack();
     void memoryOfAnotherSizeIsNotUsed();
+    void memoryTwiceAsLargeIsUsed();
     void aClosedStoreKeepsNothing();
     void imagesOutliveTheStore();
     void anyThreadMayDropImages();
 
 private:
+    // How large the memory is that is handed out when the last pictures had one size and those before them another.
+    static qint64 sizeTakenAfter(qint64 before, qint64 last)
+    {
+        const auto store = std::make_shared<PictureMemoryStore>([] {});
+        store->noteSize(before);
+        store->take(); // and back at once
+        for (int i = 0; i < 4; ++i) {
+            store->noteSize(last);
+        }
+        return store->take()->size();
+    }
+
     std::shared_ptr<PictureMemoryStore> mStore;
     std::atomic<int> mChanges = 0;
 };
@@ -301,14 +314,14 @@ void PictureMemoryTest::memoryOfAnotherSizeIsNotUsed()
     QVERIFY(larger->size() > photographBytes);
     QVERIFY(inodeOf(*larger) != inode);
     QVERIFY(!mStore->nextEnd());
-    // Nor is one that would be half empty.
-    mStore = std::make_shared<PictureMemoryStore>([] {});
-    mStore->noteSize(3 * photographBytes);
-    mStore->take();
-    for (int i = 0; i < 4; ++i) {
-        mStore->noteSize(photographBytes);
-    }
-    QCOMPARE(mStore->take()->size(), photographBytes);
+    // Nor is one that would be nearly empty.
+    QCOMPARE(sizeTakenAfter(4 * photographBytes, photographBytes), photographBytes);
+}
+
+// Pictures of a camera and of a telephone, in turn.
+void PictureMemoryTest::memoryTwiceAsLargeIsUsed()
+{
+    QCOMPARE(sizeTakenAfter(2 * photographBytes, photographBytes), 2 * photographBytes);
 }
 
 void PictureMemoryTest::aClosedStoreKeepsNothing()

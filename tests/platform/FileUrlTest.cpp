@@ -24,6 +24,8 @@ private Q_SLOTS:
     void pathIsMadeAbsoluteAndLosesTrailingSlashes();
     void argumentIsAUrlOrAPath_data();
     void argumentIsAUrlOrAPath();
+    void argumentIsMadePlain_data();
+    void argumentIsMadePlain();
     void argumentOfThisHostIsAccepted();
     void urlsOfOtherSchemesAreEmpty();
     void queryAndFragmentOfAUrlAreNoPartOfThePath();
@@ -119,6 +121,7 @@ void FileUrlTest::argumentIsAUrlOrAPath_data()
     QTest::newRow("url, question mark and hash as bytes") << QByteArray("file:///a?b#c") << QByteArray("/a?b#c");
     QTest::newRow("url, trailing slash") << QByteArray("file:///a/b/") << QByteArray("/a/b");
     QTest::newRow("url, one slash") << QByteArray("file:/a/b") << QByteArray("/a/b");
+    QTest::newRow("url, capitals") << QByteArray("FILE:///a%20b") << QByteArray("/a b");
     QTest::newRow("url, localhost") << QByteArray("file://localhost/a") << QByteArray("/a");
     QTest::newRow("url, another host") << QByteArray("file://elsewhere.example/a") << QByteArray();
     QTest::newRow("url, host alone") << QByteArray("file://localhost") << QByteArray();
@@ -133,6 +136,46 @@ void FileUrlTest::argumentIsAUrlOrAPath()
     QFETCH(QByteArray, argument);
     QFETCH(QByteArray, expected);
     QCOMPARE(FileUrl::fromArgument(argument).path(), expected);
+}
+
+void FileUrlTest::argumentIsMadePlain_data()
+{
+    QTest::addColumn<QByteArray>("argument");
+    QTest::addColumn<QByteArray>("expected");
+    const auto row = [](const char* argument, const char* expected) {
+        QTest::newRow(argument) << QByteArray(argument) << QByteArray(expected);
+    };
+    row(".", "");
+    row("./", "");
+    row("./a", "/a");
+    row("a//b", "/a/b");
+    row("a/./b/.", "/a/b");
+    row("a/..", "");
+    row("a/../b.jpg", "/b.jpg");
+    row("a/b/../../c", "/c");
+    row("a/.b/..c/d..", "/a/.b/..c/d..");
+    row("link/.", "/link");
+    row("link/../a", "/link/../a");
+    row("link/../../a", "/link/../../a");
+    row("missing/../a", "/missing/../a");
+}
+
+// However a folder is typed, it is known again; only what leads through a link stays as it is.
+void FileUrlTest::argumentIsMadePlain()
+{
+    QFETCH(const QByteArray, argument);
+    QFETCH(const QByteArray, expected);
+    const TestFolder folder;
+    folder.addFolder("a/b");
+    QCOMPARE(symlink("a/b", folder.pathOf("link").constData()), 0);
+    const QByteArray root = QDir(QString::fromUtf8(folder.path())).canonicalPath().toUtf8();
+    QCOMPARE(FileUrl::fromArgument(root + '/' + argument).path(), root + expected);
+    QCOMPARE(FileUrl::fromArgument("file://" + root + '/' + argument).path(), root + expected);
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(QString::fromUtf8(root)));
+    const QByteArray relative = FileUrl::fromArgument(argument).path();
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(relative, root + expected);
 }
 
 void FileUrlTest::argumentOfThisHostIsAccepted()

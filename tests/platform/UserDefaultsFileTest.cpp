@@ -59,6 +59,8 @@ private Q_SLOTS:
     void nothingIsLeftBesideTheFile();
     void damagedFileIsSetAside_data();
     void damagedFileIsSetAside();
+    void keysThatCannotBeWrittenAgainDoNotKeepOthersFromTheFile_data();
+    void keysThatCannotBeWrittenAgainDoNotKeepOthersFromTheFile();
     void secondDamagedFileIsKeptToo();
     void fileDamagedLaterIsSetAsideAndWrittenAnew();
     void removedFileIsStartedAnew();
@@ -306,6 +308,25 @@ void UserDefaultsFileTest::damagedFileIsSetAside()
     }
     QCOMPARE(contentsOf(mFolder->pathOf("frameflow.conf.damaged-1")), contents);
     QCOMPARE(contentsOf(bytesPath()), QByteArray("[General]\nslideInterval=8\n"));
+}
+
+void UserDefaultsFileTest::keysThatCannotBeWrittenAgainDoNotKeepOthersFromTheFile_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::newRow("slash before") << QByteArray("/a=1");
+    QTest::newRow("backslash before") << QByteArray("\\a=1");
+    QTest::newRow("slash behind") << QByteArray("a/=1");
+    QTest::newRow("two slashes") << QByteArray("a//b=1");
+}
+
+void UserDefaultsFileTest::keysThatCannotBeWrittenAgainDoNotKeepOthersFromTheFile()
+{
+    QFETCH(QByteArray, line);
+    mFolder->addFile("frameflow.conf", "[General]\nsort=name\n" + line + '\n');
+    UserDefaults defaults(path());
+    defaults.setValue(keys::slideInterval, 8);
+    QVERIFY(defaults.synchronize());
+    QCOMPARE(contentsOf(bytesPath()), QByteArray("[General]\nslideInterval=8\nsort=name\n"));
 }
 
 void UserDefaultsFileTest::secondDamagedFileIsKeptToo()

@@ -390,6 +390,7 @@ void PreferenceFilesTest::closingTheProgramWithAnOpenPicker()
     click("chooseImageApp");
     click("chooseAddFolder");
     mFixture->controller.reset();
+    QVERIFY(!mFixture->defaults.contains(keys::navLastRootDirectory));
     QCoreApplication::sendPostedEvents();
     QVERIFY(QApplication::topLevelWidgets().isEmpty());
 }

@@ -28,7 +28,7 @@ private Q_SLOTS:
     void mnemonicsOfAPageDoNotCollide();
     void theKeyboardReachesEveryControl();
     void thePagesFitSmallAndLargeWindows();
-    void escapeClosesAndTellsOnce();
+    void keysCloseAndTellOnce();
     void theWindowIsKeptAsItWasLeft();
     void theListsAreNotFilledAgain();
     void rightToLeftMirrorsTheWindow();
@@ -148,7 +148,7 @@ void PreferenceWindowTest::thePagesFitSmallAndLargeWindows()
     }
 }
 
-void PreferenceWindowTest::escapeClosesAndTellsOnce()
+void PreferenceWindowTest::keysCloseAndTellOnce()
 {
     QSignalSpy closed(mFixture->controller.get(), &PreferenceController::closed);
     QVERIFY(mFixture->show());
@@ -156,11 +156,15 @@ void PreferenceWindowTest::escapeClosesAndTellsOnce()
     QVERIFY(!window()->isVisible());
     QCOMPARE(closed.size(), 1);
     QVERIFY(mFixture->show());
-    QVERIFY(window()->close());
+    QTest::keyClick(window(), Qt::Key_W, Qt::ControlModifier);
+    QVERIFY(!window()->isVisible());
     QCOMPARE(closed.size(), 2);
     QVERIFY(mFixture->show());
-    mFixture->find<QAbstractButton>("closeButton")->click();
+    QVERIFY(window()->close());
     QCOMPARE(closed.size(), 3);
+    QVERIFY(mFixture->show());
+    mFixture->find<QAbstractButton>("closeButton")->click();
+    QCOMPARE(closed.size(), 4);
 }
 
 void PreferenceWindowTest::theWindowIsKeptAsItWasLeft()

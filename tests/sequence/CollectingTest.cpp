@@ -1,6 +1,8 @@
 #include "CollectingFixture.h"
 #include "Collection.h"
 
+#include <QElapsedTimer>
+
 #include <algorithm>
 #include <numeric>
 
@@ -66,6 +68,8 @@ private Q_SLOTS:
 
     void batchesStartWithOneItemAndAreBounded();
     void cancelledCollectionReportsNothingMore();
+    void collectionRestsWhereItIsAskedTo();
+    void cancelledCollectionEndsItsRest();
 };
 
 void CollectingTest::firstBatchIsOneItemFollowedByFirstFileFound()
@@ -287,6 +291,38 @@ void CollectingTest::cancelledCollectionReportsNothingMore()
     recorded.reports.clear();
     recorded.collection.run();
     QVERIFY(recorded.reports.isEmpty());
+}
+
+void CollectingTest::collectionRestsWhereItIsAskedTo()
+{
+    const QueuedFixture f(20);
+    RecordedCollection recorded(f.folder.url());
+    QElapsedTimer timer;
+    recorded.onFiles = [&] {
+        if (!timer.isValid()) {
+            timer.start();
+            recorded.collection.rest.askFor(std::chrono::milliseconds(200));
+        }
+    };
+    recorded.collection.run();
+    QVERIFY2(timer.elapsed() >= 200, QByteArray::number(timer.elapsed()).constData());
+    QCOMPARE(recorded.result, size_t(20));
+    QVERIFY(recorded.reports.endsWith('.'));
+}
+
+void CollectingTest::cancelledCollectionEndsItsRest()
+{
+    const QueuedFixture f(20);
+    RecordedCollection recorded(f.folder.url());
+    QElapsedTimer timer;
+    timer.start();
+    recorded.onFiles = [&] {
+        recorded.collection.rest.askFor(std::chrono::hours(1));
+        recorded.collection.cancel.cancel();
+    };
+    recorded.collection.run();
+    QVERIFY(timer.elapsed() < 60000);
+    QCOMPARE(recorded.batches, QList<size_t>{1});
 }
 
 } // namespace frameflow

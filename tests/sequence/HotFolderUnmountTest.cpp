@@ -1,53 +1,14 @@
 #include "HotFixture.h"
+#include "OwnMounts.h"
 
 #include <cerrno>
 #include <cstring>
 
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 namespace frameflow {
 
 namespace {
-
-bool writeText(const char* path, const QByteArray& text)
-{
-    const int file = open(path, O_WRONLY | O_CLOEXEC);
-    const bool isWritten = file >= 0 && write(file, text.constData(), text.size()) == text.size();
-    if (file >= 0) {
-        close(file);
-    }
-    return isWritten;
-}
-
-// Gives this process mounts of its own, which nobody else sees: as the superuser, or as one among its own users. To be
-// called before there is a second thread. False where that is forbidden.
-bool makeOwnMounts()
-{
-    const QByteArray user = QByteArray::number(geteuid());
-    const QByteArray group = QByteArray::number(getegid());
-    const bool isApart = unshare(CLONE_NEWNS) == 0
-        || (unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 && writeText("/proc/self/setgroups", "deny")
-            && writeText("/proc/self/uid_map", "0 " + user + " 1")
-            && writeText("/proc/self/gid_map", "0 " + group + " 1"));
-    return isApart && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-}
-
-// Tried by another process, because one that has come halfway may not even be able to make files.
-bool mayMount()
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        const QByteArray folder = QDir::tempPath().toLocal8Bit();
-        const bool isMounted = makeOwnMounts() && mount("frameflow", folder.constData(), "tmpfs", 0, nullptr) == 0;
-        const int file = isMounted ? open((folder + "/file").constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600) : -1;
-        _exit(file >= 0 ? 0 : 1);
-    }
-    int status = 1;
-    return child > 0 && waitpid(child, &status, 0) == child && status == 0;
-}
 
 // A hot folder on a volume of its own; where none can be mounted, a folder that is renamed away instead.
 class Volume

@@ -27,6 +27,8 @@ private Q_SLOTS:
     void trashOfAVanishedFileChangesNothing();
     void trashWithTheCursorOutside();
 
+    void aFileThatWentToTheTrashLateLeavesTheCursorOnItsSlide_data();
+    void aFileThatWentToTheTrashLateLeavesTheCursorOnItsSlide();
     void clearKeepsTheRemovedUrls();
 };
 
@@ -177,6 +179,33 @@ void RemovalTest::trashWithTheCursorOutside()
     f.sequence.stepBackAfterRemoval();
     QVERIFY(f.sequence.trash().isEmpty());
     QCOMPARE(f.sequence.count(), size_t(5));
+}
+
+void RemovalTest::aFileThatWentToTheTrashLateLeavesTheCursorOnItsSlide_data()
+{
+    QTest::addColumn<size_t>("cursor");
+    QTest::addColumn<QByteArray>("gone");
+    QTest::addColumn<QByteArray>("current");
+    QTest::newRow("before it") << size_t(3) << QByteArray("b.jpg") << QByteArray("d.jpg");
+    QTest::newRow("directly before it") << size_t(1) << QByteArray("a.jpg") << QByteArray("b.jpg");
+    QTest::newRow("before the last") << size_t(4) << QByteArray("a.jpg") << QByteArray("e.jpg");
+    QTest::newRow("at it") << size_t(1) << QByteArray("b.jpg") << QByteArray("c.jpg");
+    QTest::newRow("at it, the last") << size_t(4) << QByteArray("e.jpg") << QByteArray("a.jpg");
+    QTest::newRow("behind it") << size_t(1) << QByteArray("d.jpg") << QByteArray("b.jpg");
+}
+
+void RemovalTest::aFileThatWentToTheTrashLateLeavesTheCursorOnItsSlide()
+{
+    QFETCH(const size_t, cursor);
+    QFETCH(const QByteArray, gone);
+    QFETCH(const QByteArray, current);
+    FiveFiles f;
+    f.sequence.gotoIndex(cursor);
+    f.sequence.removeTrashed(f.folder.urlOf(gone));
+    QCOMPARE(f.sequence.current(), f.folder.urlOf(current));
+    QCOMPARE(f.sequence.count(), size_t(4));
+    QVERIFY(!f.names().contains(gone));
+    QVERIFY(f.sequence.removedURLs().isEmpty());
 }
 
 void RemovalTest::clearKeepsTheRemovedUrls()

@@ -1,4 +1,5 @@
 #include "ManualClock.h"
+#include "ProbeApplications.h"
 #include "SettingsKeys.h"
 #include "TestFiles.h"
 #include "UpdateWindowController.h"
@@ -6,13 +7,11 @@
 #include "WebAddresses.h"
 
 #include <QCheckBox>
-#include <QDesktopServices>
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
-#include <QUrl>
 
 using namespace frameflow;
 
@@ -20,11 +19,8 @@ class UpdateWindowTest : public QObject
 {
     Q_OBJECT
 
-public Q_SLOTS:
-    // What would be opened in a browser.
-    void open(const QUrl& url) { mOpened.append(url.toString()); }
-
 private Q_SLOTS:
+    void initTestCase();
     void init();
     void cleanup();
 
@@ -50,21 +46,29 @@ private:
         return mController->window()->findChild<QPushButton*>(QString::fromLatin1(name));
     }
     static void letItGo() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    // What is opened in a browser.
+    QByteArrayList opened() const { return mBrowser->openedBy("browser"); }
     QVariant ignored() const { return mDefaults->value(keys::ignoreVersion); }
 
     std::unique_ptr<TestFolder> mFolder;
     std::unique_ptr<UserDefaults> mDefaults;
     ManualClock mClock;
     QPointer<UpdateWindowController> mController;
-    QStringList mOpened;
+    std::unique_ptr<ProbeApplications> mBrowser;
 };
+
+void UpdateWindowTest::initTestCase()
+{
+    mBrowser = std::make_unique<ProbeApplications>();
+    mBrowser->add("browser", "Network;", {"x-scheme-handler/https"}, "%u");
+    mBrowser->setDefault("x-scheme-handler/https", "browser");
+}
 
 void UpdateWindowTest::init()
 {
     mFolder = std::make_unique<TestFolder>();
     mDefaults = std::make_unique<UserDefaults>(QString::fromUtf8(mFolder->pathOf("frameflow.conf")));
-    mOpened.clear();
-    QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open");
+    mBrowser->forget();
     mController = new UpdateWindowController(*mDefaults, mClock);
     mController->setUpdateVersion(QStringLiteral("2.4.1"));
     mController->setCurrentVersion(QStringLiteral("2.4"));
@@ -73,7 +77,6 @@ void UpdateWindowTest::init()
 
 void UpdateWindowTest::cleanup()
 {
-    QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
     delete mController;
     mDefaults.reset();
 }
@@ -122,13 +125,13 @@ void UpdateWindowTest::itLivesAsLongAsItsWindow()
 void UpdateWindowTest::downloadOpensThePageAndCloses()
 {
     QTest::mouseClick(button("gotoDownload"), Qt::LeftButton);
-    QCOMPARE(mOpened, QStringList{QString::fromLatin1(webAddresses::downloadPage)});
-    QVERIFY(mOpened.first().startsWith(QStringLiteral("https://")));
-    QVERIFY(mOpened.first().endsWith(QStringLiteral("/frameflow")));
     QVERIFY(!mController->window()->isVisible());
     letItGo();
     QVERIFY(!mController);
     QVERIFY(!ignored().isValid());
+    QTRY_COMPARE(opened(), QByteArrayList{webAddresses::downloadPage});
+    QVERIFY(opened().first().startsWith("https://"));
+    QVERIFY(opened().first().endsWith("/frameflow"));
 }
 
 void UpdateWindowTest::ignoreStoresTheVersionAndCloses()
@@ -138,7 +141,7 @@ void UpdateWindowTest::ignoreStoresTheVersionAndCloses()
     QVERIFY(!mController->window()->isVisible());
     letItGo();
     QVERIFY(!mController);
-    QVERIFY(mOpened.isEmpty());
+    QVERIFY(opened().isEmpty());
 }
 
 void UpdateWindowTest::notNowOnlyCloses()
@@ -147,7 +150,7 @@ void UpdateWindowTest::notNowOnlyCloses()
     letItGo();
     QVERIFY(!mController);
     QVERIFY(!ignored().isValid());
-    QVERIFY(mOpened.isEmpty());
+    QVERIFY(opened().isEmpty());
 }
 
 void UpdateWindowTest::escapeOnlyCloses()

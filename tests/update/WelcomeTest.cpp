@@ -1,4 +1,5 @@
 #include "AssertionFailure.h"
+#include "ProbeApplications.h"
 #include "SettingsKeys.h"
 #include "TestFiles.h"
 #include "UserDefaults.h"
@@ -6,13 +7,11 @@
 #include "WelcomeController.h"
 
 #include <QCheckBox>
-#include <QDesktopServices>
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTest>
-#include <QUrl>
 
 #include <optional>
 
@@ -47,11 +46,8 @@ class WelcomeTest : public QObject
 {
     Q_OBJECT
 
-public Q_SLOTS:
-    // What would be opened in a browser.
-    void open(const QUrl& url) { mOpened.append(url.toString()); }
-
 private Q_SLOTS:
+    void initTestCase();
     void init();
     void cleanup();
 
@@ -60,6 +56,7 @@ private Q_SLOTS:
     void clearingWhileTheWindowIsOpenBringsTheDescriptionBack();
     void eachFolderIsARow();
     void aClickOnARowOpensIt();
+    void aDoubleClickIsOneClick();
     void aClickBelowTheLastRowDoesNothing();
     void keysOpenTheRowThatTheyStandOn_data();
     void keysOpenTheRowThatTheyStandOn();
@@ -81,6 +78,8 @@ private Q_SLOTS:
 private:
     QTableView& table() const { return *mController->mRecentsTableView(); }
     QPoint rowCentre(int row) const { return table().visualRect(table().model()->index(row, 0)).center(); }
+    // What is opened in a browser.
+    QByteArrayList opened() const { return mBrowser->openedBy("browser"); }
     void showTwo()
     {
         mController->loadRecents({QStringLiteral("/pictures/b"), QStringLiteral("/pictures/a")});
@@ -92,8 +91,15 @@ private:
     std::unique_ptr<UserDefaults> mDefaults;
     std::unique_ptr<WelcomeController> mController;
     Chosen mChosen;
-    QStringList mOpened;
+    std::unique_ptr<ProbeApplications> mBrowser;
 };
+
+void WelcomeTest::initTestCase()
+{
+    mBrowser = std::make_unique<ProbeApplications>();
+    mBrowser->add("browser", "Network;", {"x-scheme-handler/https"}, "%u");
+    mBrowser->setDefault("x-scheme-handler/https", "browser");
+}
 
 void WelcomeTest::init()
 {
@@ -102,13 +108,11 @@ void WelcomeTest::init()
     mController = std::make_unique<WelcomeController>(*mDefaults);
     mChosen = {};
     mController->setDelegate(&mChosen);
-    mOpened.clear();
-    QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open");
+    mBrowser->forget();
 }
 
 void WelcomeTest::cleanup()
 {
-    QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
     mController.reset();
     mDefaults.reset();
 }
@@ -157,6 +161,18 @@ void WelcomeTest::aClickOnARowOpensIt()
     QCOMPARE(mChosen.rows, QList<qsizetype>{1});
     QTest::mouseClick(table().viewport(), Qt::RightButton, {}, rowCentre(0));
     QCOMPARE(mChosen.rows, QList<qsizetype>{1});
+}
+
+void WelcomeTest::aDoubleClickIsOneClick()
+{
+    showTwo();
+    for (int i = 0; i < 2; ++i) {
+        QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, rowCentre(1));
+        mController->loadRecents({QStringLiteral("/pictures/a"), QStringLiteral("/pictures/b")}); // as an opening does
+        QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, rowCentre(1));
+        QTest::mouseRelease(table().viewport(), Qt::LeftButton, {}, rowCentre(1));
+        QCOMPARE(mChosen.rows, QList<qsizetype>(i + 1, 1));
+    }
 }
 
 void WelcomeTest::aClickBelowTheLastRowDoesNothing()
@@ -208,8 +224,8 @@ void WelcomeTest::theButtonOpensTheOpenPanel()
 void WelcomeTest::theStorePageOpensInTheBrowser()
 {
     mController->window()->findChild<QPushButton*>(QStringLiteral("OpenAppStore"))->click();
-    QCOMPARE(mOpened, QStringList{QString::fromLatin1(webAddresses::storePage)});
-    QVERIFY(mOpened.first().startsWith(QStringLiteral("https://")));
+    QTRY_COMPARE(opened(), QByteArrayList{webAddresses::storePage});
+    QVERIFY(opened().first().startsWith("https://"));
 }
 
 void WelcomeTest::theVersionLineIsShown()

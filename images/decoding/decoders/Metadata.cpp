@@ -1,8 +1,10 @@
 #include "Metadata.h"
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <exiv2/exiv2.hpp>
+#include <exiv2/webpimage.hpp>
 #include <mutex>
 
 namespace frameflow {
@@ -51,6 +53,17 @@ bool saysAdobeRgb(const Exiv2::ExifData& exif)
     return found != exif.end() && found->toString().substr(0, 3) == "R03";
 }
 
+// Exiv2 takes some drawings and others for movies, and goes through these word by word for as long as the lengths in
+// them say.
+bool isOfATypeWithProperties(const QByteArray& contents)
+{
+    using namespace Exiv2::ImageType;
+    constexpr std::array types{jpeg, tiff, png, webp, psd, jp2, bmp, gif, tga, cr2, crw, mrw, orf, raf, rw2};
+    const int type = Exiv2::ImageFactory::getType(
+        reinterpret_cast<const Exiv2::byte*>(contents.constData()), static_cast<long>(contents.size()));
+    return std::find(types.begin(), types.end(), type) != types.end();
+}
+
 } // namespace
 
 Metadata readMetadata(const QByteArray& contents, StoredThumbnail stored, int leastLongerSide)
@@ -58,6 +71,9 @@ Metadata readMetadata(const QByteArray& contents, StoredThumbnail stored, int le
     prepareOnce();
     Metadata metadata;
     try {
+        if (!isOfATypeWithProperties(contents)) {
+            return metadata;
+        }
         const auto image = Exiv2::ImageFactory::open(
             reinterpret_cast<const Exiv2::byte*>(contents.constData()), static_cast<long>(contents.size()));
         if (!image.get()) {

@@ -9,9 +9,21 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <cstring>
 #include <memory>
+#include <type_traits>
 
 namespace frameflow {
+
+// A number that FFmpeg passes on from a file as a value of an enumeration. Files hold numbers that are none of these.
+template <typename Enumeration>
+int numberOf(const Enumeration& value)
+{
+    static_assert(std::is_enum_v<Enumeration> && sizeof(value) == sizeof(int));
+    int number = 0;
+    std::memcpy(&number, &value, sizeof(number));
+    return number;
+}
 
 struct FfmpegDelete
 {

@@ -134,15 +134,17 @@ QImage ColourConversion::toScreen(const QImage& image) const
 ColourConversion colourConversionFor(const AVFrame& frame)
 {
     constexpr auto brightest = static_cast<float>(brightestLight / paperWhite);
-    const bool isNarrow = frame.color_primaries == AVCOL_PRI_BT709;
+    const int primaries = numberOf(frame.color_primaries);
+    const int curve = numberOf(frame.color_trc);
+    const bool isNarrow = primaries == AVCOL_PRI_BT709;
     const ColourConversion::Matrix& ofBright = isNarrow ? unchanged : fromBt2020;
-    if (frame.color_trc == AVCOL_TRC_SMPTE2084) {
+    if (curve == AVCOL_TRC_SMPTE2084) {
         return {table(lightOfQuantizer), ofBright, brightest};
     }
-    if (frame.color_trc == AVCOL_TRC_ARIB_STD_B67) {
+    if (curve == AVCOL_TRC_ARIB_STD_B67) {
         return {table(lightOfHybrid), ofBright, brightest};
     }
-    switch (frame.color_primaries) {
+    switch (primaries) {
     case AVCOL_PRI_BT2020:
         return {table(lightOfSrgb), fromBt2020, 1};
     case AVCOL_PRI_SMPTE431:

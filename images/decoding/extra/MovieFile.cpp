@@ -37,7 +37,7 @@ int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary
 
 qint64 mostPixels()
 {
-    return mostBytesForDecoding() / bytesPerPixelOfFrames;
+    return mostBytesOfMachine() / bytesPerPixelOfFrames;
 }
 
 // One dictionary of decoder options for each stream, as looking for their parameters wants them.
@@ -120,7 +120,7 @@ int64_t unitsOf(double seconds, const AVStream* stream)
 
 bool canDecodeFrame(int width, int height)
 {
-    return canDecode({width, height}, bytesPerPixelOfFrames);
+    return width > 0 && height > 0 && qint64(width) * height <= mostPixels();
 }
 
 MovieFile::MovieFile(int descriptor, const MovieLimits& limits) : mLimits(limits), mInput(descriptor, limits) { }
@@ -243,8 +243,9 @@ double MovieFile::measuredSeconds()
 
 int64_t MovieFile::startIn(const AVStream* stream) const
 {
-    return mFormat->start_time == AV_NOPTS_VALUE ? 0
-                                                 : av_rescale_q(mFormat->start_time, AV_TIME_BASE_Q, stream->time_base);
+    return mFormat->start_time == AV_NOPTS_VALUE
+        ? 0
+        : av_rescale_q(mFormat->start_time, AVRational{1, AV_TIME_BASE}, stream->time_base);
 }
 
 FfmpegPtr<AVPacket> MovieFile::nextPacketOf(const AVStream* stream)

@@ -24,7 +24,7 @@ struct Layout
 // The formats whose names stand for the range as well are older than the mark for it.
 Layout layoutOf(const AVFrame& frame)
 {
-    const bool isFull = frame.color_range == AVCOL_RANGE_JPEG;
+    const bool isFull = numberOf(frame.color_range) == AVCOL_RANGE_JPEG;
     switch (frame.format) {
     case AV_PIX_FMT_YUVJ411P:
         return {AV_PIX_FMT_YUV411P, true};
@@ -43,7 +43,7 @@ Layout layoutOf(const AVFrame& frame)
 
 int matrixOf(const AVFrame& frame)
 {
-    switch (frame.colorspace) {
+    switch (numberOf(frame.colorspace)) {
     case AVCOL_SPC_BT709:
         return SWS_CS_ITU709;
     case AVCOL_SPC_FCC:

@@ -52,7 +52,7 @@ void isolate()
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     prctl(PR_SET_DUMPABLE, 0);
-    static_cast<void>(chdir("/")); // an unmounted disk is not to wait for this process
+    [[maybe_unused]] const int moved = chdir("/"); // an unmounted disk is not to wait for this process
 
     // No setting of a person reaches the libraries: plug-ins of their own, other formats, more threads.
     clearenv();

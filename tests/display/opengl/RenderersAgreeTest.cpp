@@ -104,6 +104,42 @@ private Q_SLOTS:
         compare(QString::fromLatin1(QTest::currentDataTag()), openGL, items, {QSizeF(viewSize), pixelsPerPoint});
     }
 
+    void zoomedSlides_data()
+    {
+        QTest::addColumn<int>("steps");
+        QTest::addColumn<bool>("embedded");
+        QTest::addColumn<double>("pixelsPerPoint");
+        for (const int steps : {0, 1, 2, 3, 5, 8, 9, 12, 20, 40, 300}) {
+            QTest::addRow("%d steps, 2.1", steps) << steps << false << 1.0;
+            QTest::addRow("%d steps, ES 2", steps) << steps << true << 1.0;
+            QTest::addRow("%d steps, 1.25", steps) << steps << false << 1.25;
+            QTest::addRow("%d steps, 2", steps) << steps << false << 2.0;
+        }
+    }
+    // Still and on the way, in the middle and at the edges.
+    void zoomedSlides()
+    {
+        QFETCH(int, steps);
+        QFETCH(bool, embedded);
+        QFETCH(double, pixelsPerPoint);
+        const QSize viewSize(320, 200);
+        ViewFixture fixture(viewSize);
+        fixture.show(gentlePicture(viewSize, 1));
+        OpenGLFixture openGL(embedded ? QSurfaceFormat::OpenGLES : QSurfaceFormat::OpenGL);
+        for (int i = 0; i < steps; ++i) {
+            fixture.view->zoomIn();
+        }
+        for (const QPointF by : {QPointF(), QPointF(31.5, 17.25), QPointF(1e150, -1e150), QPointF(-1e150, 1e150)}) {
+            fixture.view->panX(by.x(), by.y());
+            for (const double seconds : {0.0, 0.6, 2.0}) {
+                fixture.clock.advanceSeconds(seconds);
+                const DrawList items = presentation(*fixture.view->backgroundLayer(), fixture.clock.now());
+                compare(
+                    QString::fromLatin1(QTest::currentDataTag()), openGL, items, {QSizeF(viewSize), pixelsPerPoint});
+            }
+        }
+    }
+
     void transitionsThatReplaceEachOther()
     {
         const QSize viewSize(320, 200);

@@ -32,6 +32,11 @@ void SessionBus::suspend() const
     kill(static_cast<pid_t>(mDaemon.processId()), SIGSTOP);
 }
 
+void SessionBus::resume() const
+{
+    kill(static_cast<pid_t>(mDaemon.processId()), SIGCONT);
+}
+
 void SessionBus::stop()
 {
     mDaemon.kill();

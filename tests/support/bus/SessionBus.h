@@ -19,6 +19,7 @@ public:
     QString address() const;
     // From then on it takes connections and answers nobody.
     void suspend() const;
+    void resume() const;
     void stop();
 
 private:

@@ -77,6 +77,11 @@ Program::~Program()
     end();
 }
 
+void Program::useOwnSession()
+{
+    mProcess.setChildProcessModifier([] { setsid(); });
+}
+
 bool Program::start(const QStringList& arguments, const QMap<QString, QString>& variables)
 {
     auto environment = QProcessEnvironment::systemEnvironment();
@@ -178,6 +183,19 @@ bool hasEnded(qint64 process)
 {
     const QByteArray state = statOf(process).value(0);
     return state.isEmpty() || state == "Z" || state == "X";
+}
+
+QList<qint64> processesOfSession(qint64 first)
+{
+    constexpr int session = 3;
+    QList<qint64> found;
+    for (const QString& name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const qint64 process = name.toLongLong();
+        if (process > 0 && statOf(process).value(session).toLongLong() == first && !hasEnded(process)) {
+            found.append(process);
+        }
+    }
+    return found;
 }
 
 } // namespace frameflow::e2e

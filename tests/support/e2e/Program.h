@@ -33,6 +33,8 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
+    // From the next start on the program is the first of a session of its own, by which all that it starts is known.
+    void useOwnSession();
     // Variables are added to, or replace, those of the test. False when the program cannot be started.
     bool start(const QStringList& arguments = {}, const QMap<QString, QString>& variables = {});
 
@@ -65,5 +67,7 @@ QList<qint64> childrenOf(qint64 process);
 // What its threads have used so far; none for one that is not there.
 std::chrono::milliseconds processorTimeOf(qint64 process);
 bool hasEnded(qint64 process); // whether it was waited for or not
+// Those of a session that have not ended, by the process that was its first.
+QList<qint64> processesOfSession(qint64 first);
 
 } // namespace frameflow::e2e

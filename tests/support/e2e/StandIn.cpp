@@ -1,7 +1,9 @@
 // A small program for the tests of what drives programs: it shows known colours and says what reaches it.
 
 #include <QApplication>
+#include <QDrag>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
@@ -47,6 +49,15 @@ protected:
     void mousePressEvent(QMouseEvent* event) override
     {
         say("press %d at %d,%d", int(event->button()), int(event->position().x()), int(event->position().y()));
+        // "TEXT TYPE": what is dragged away from here.
+        const QStringList dragged = QApplication::arguments().mid(2, 2);
+        if (dragged.size() == 2) {
+            auto* const mime = new QMimeData;
+            mime->setData(dragged.at(1), dragged.at(0).toUtf8());
+            auto* const drag = new QDrag(this);
+            drag->setMimeData(mime);
+            say("dropped %d", int(drag->exec(Qt::CopyAction | Qt::MoveAction, Qt::MoveAction)));
+        }
     }
     void mouseReleaseEvent(QMouseEvent* event) override
     {

@@ -102,6 +102,11 @@ QRect XServer::bounds() const
     return geometry(mRoot);
 }
 
+bool XServer::hasWindowManager() const
+{
+    return !numbers(mRoot, "_NET_SUPPORTING_WM_CHECK").isEmpty();
+}
+
 QList<WindowId> XServer::windows() const
 {
     return numbers(mRoot, "_NET_CLIENT_LIST");
@@ -309,6 +314,16 @@ void XServer::drag(const QPoint& from, const QPoint& to, MouseButton button) con
     useDevices(e2e::moveTo(from) + QStringList{QStringLiteral("mousedown"), numberOf(button)});
     useDevices(e2e::moveTo((from + to) / 2));
     useDevices(e2e::moveTo(to) + QStringList{QStringLiteral("mouseup"), numberOf(button)});
+}
+
+void XServer::holdButton(const QPoint& place, MouseButton button) const
+{
+    useDevices(e2e::moveTo(place) + QStringList{QStringLiteral("mousedown"), numberOf(button)});
+}
+
+void XServer::releaseButton(MouseButton button) const
+{
+    useDevices({QStringLiteral("mouseup"), numberOf(button)});
 }
 
 void XServer::turnWheel(int notches) const

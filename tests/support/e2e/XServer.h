@@ -37,6 +37,7 @@ public:
     XServer& operator=(const XServer&) = delete;
 
     QRect bounds() const;
+    bool hasWindowManager() const;
 
     // The windows that the window manager has, the oldest first; minimised ones too.
     QList<WindowId> windows() const;
@@ -78,6 +79,9 @@ public:
     void click(const QPoint& place, MouseButton button = MouseButton::Left) const;
     void doubleClick(const QPoint& place) const;
     void drag(const QPoint& from, const QPoint& to, MouseButton button = MouseButton::Left) const;
+    // Held down there, until it is released wherever the mouse is by then.
+    void holdButton(const QPoint& place, MouseButton button = MouseButton::Left) const;
+    void releaseButton(MouseButton button = MouseButton::Left) const;
     // Notches: up is positive.
     void turnWheel(int notches) const;
 

@@ -6,9 +6,11 @@
 
 namespace frameflow {
 
-void bindCheckBox(QCheckBox* box, UserDefaults& defaults, const QString& key)
+void bindCheckBox(QCheckBox* box, UserDefaults& defaults, const QString& key, WhenAbsent whenAbsent)
 {
-    const auto show = [box, &defaults](const QString& changed) { box->setChecked(defaults.boolValueOrTrue(changed)); };
+    const auto show = [box, whenAbsent, &defaults](const QString& changed) {
+        box->setChecked(whenAbsent == WhenAbsent::On ? defaults.boolValueOrTrue(changed) : defaults.boolValue(changed));
+    };
     show(key);
     // Goes with the box.
     const auto observation = std::make_shared<UserDefaults::Observation>(defaults.observe(key, show));

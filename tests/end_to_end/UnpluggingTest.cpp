@@ -1,0 +1,278 @@
+#include "MovieFiles.h"
+#include "PictureFiles.h"
+#include "RectText.h"
+#include "SettingsKeys.h"
+#include "ShowDriver.h"
+
+#include <QProcess>
+#include <QTest>
+
+#include <utility>
+
+using namespace frameflow;
+using namespace frameflow::e2e;
+
+namespace {
+
+const QColor red(200, 30, 30);
+const QColor green(30, 160, 30);
+
+} // namespace
+
+// Displays that go and come under the running program. There are two, side by side.
+class UnpluggingTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void theShowMovesFromADisplayThatIsUnplugged_data();
+    void theShowMovesFromADisplayThatIsUnplugged();
+    void aDisplayWithoutTheShowChangesNothing();
+    void theShowComesBackToTheRememberedDisplay();
+    void aTransitionGoesOnOnTheOtherDisplay();
+    void aMovieGoesOnOnTheOtherDisplay();
+    void aWindowIsSeenOnTheOtherDisplay();
+    void otherWindowsAreSeenOnTheOtherDisplay();
+    void displaysThatComeAndGoInARow();
+    void aDisplayOfAnotherSizeInItsPlace();
+
+private:
+    // The number of a display is that of run-isolated. The one with the server's own output cannot go.
+    void unplug(int number) const
+    {
+        if (number == mOwner) {
+            qFatal("the server would make another one");
+        }
+        randr({QStringLiteral("--delmonitor"), name(number)});
+    }
+    void giveOutputTo(int number)
+    {
+        if (number != mOwner) {
+            unplug(number);
+            const int other = std::exchange(mOwner, number);
+            plugIn(number); // takes it from the other one, which is gone with it
+            plugIn(other);
+        }
+    }
+    void plugIn(int number, QSize size = {}) const
+    {
+        const QRect place(number == 1 ? mLeft : mRight);
+        const QSize now = size.isEmpty() ? place.size() : size;
+        randr({QStringLiteral("--setmonitor"), name(number),
+            QStringLiteral("%1/300x%2/200+%3+0").arg(now.width()).arg(now.height()).arg(place.x()),
+            number == mOwner ? QStringLiteral("screen") : QStringLiteral("none")});
+    }
+    static QString name(int number) { return QStringLiteral("display%1").arg(number); }
+    static void randr(const QStringList& arguments)
+    {
+        if (QProcess::execute(QStringLiteral("xrandr"), arguments) != 0) {
+            qFatal("xrandr failed");
+        }
+    }
+    // A show on that display, which is remembered.
+    bool openOn(int number);
+    bool fills(const QRect& display) const
+    {
+        return waitFor([&] { return server().geometry(mWindow) == display && server().isFullScreen(mWindow); });
+    }
+    bool shows(const QColor& colour, const QRect& display) const
+    {
+        return waitFor([&] {
+            return isNear(server().pixel(display.center()), colour.rgb(), 14)
+                && isNear(server().pixel(display.bottomRight() - QPoint(8, 8)), colour.rgb(), 14);
+        });
+    }
+    const XServer& server() const { return mShow->server(); }
+    void press(const char* key) const { mShow->press(QString::fromLatin1(key)); }
+
+    QRect mLeft;
+    QRect mRight;
+    WindowId mWindow = 0;
+    int mOwner = 1; // of the server's own output
+    std::unique_ptr<ShowDriver> mShow;
+};
+
+void UnpluggingTest::init()
+{
+    mShow = std::make_unique<ShowDriver>();
+    const QRect all = server().bounds();
+    mLeft = QRect(0, 0, all.width() / 2, all.height());
+    mRight = mLeft.translated(mLeft.width(), 0);
+    server().moveMouse(mLeft.center());
+    mShow->addColour("1.png", red, mLeft.size());
+    mShow->addColour("2.png", green, mLeft.size());
+    mShow->set(keys::imageFitMode, keys::fitModeStretch);
+}
+
+void UnpluggingTest::cleanup()
+{
+    mShow.reset();
+    for (const int number : {1, 2}) {
+        if (number != mOwner) {
+            QProcess::execute(QStringLiteral("xrandr"), {QStringLiteral("--delmonitor"), name(number)});
+            plugIn(number);
+        }
+    }
+    giveOutputTo(1);
+}
+
+bool UnpluggingTest::openOn(int number)
+{
+    const QRect display = number == 1 ? mLeft : mRight;
+    mShow->set(keys::screenRectFrame, textFromRect(display));
+    if (!mShow->startWithFolder()) {
+        return false;
+    }
+    mWindow = mShow->showWindow().value_or(0);
+    return fills(display) && shows(red, display) && mShow->waitUntilAtRest();
+}
+
+void UnpluggingTest::theShowMovesFromADisplayThatIsUnplugged_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("the left one") << 1;
+    QTest::newRow("the right one") << 2;
+}
+
+void UnpluggingTest::theShowMovesFromADisplayThatIsUnplugged()
+{
+    QFETCH(const int, number);
+    giveOutputTo(3 - number);
+    QVERIFY(openOn(number));
+    unplug(number);
+    const QRect other = number == 1 ? mRight : mLeft;
+    QVERIFY(fills(other));
+    QVERIFY(shows(red, other));
+    press("Right");
+    QVERIFY(shows(green, other));
+}
+
+void UnpluggingTest::aDisplayWithoutTheShowChangesNothing()
+{
+    QVERIFY(openOn(1));
+    unplug(2);
+    QVERIFY(mShow->waitUntilAtRest());
+    QVERIFY(fills(mLeft));
+    plugIn(2);
+    QVERIFY(mShow->waitUntilAtRest());
+    QVERIFY(fills(mLeft));
+    press("Right");
+    QVERIFY(shows(green, mLeft));
+}
+
+void UnpluggingTest::theShowComesBackToTheRememberedDisplay()
+{
+    QVERIFY(openOn(2));
+    unplug(2);
+    QVERIFY(fills(mLeft));
+    QVERIFY(mShow->waitUntilAtRest());
+    QCOMPARE(storedSetting(keys::screenRectFrame).toString(), textFromRect(mRight));
+    mShow->program().end();
+    plugIn(2);
+    QVERIFY(openOn(2)); // at the next start
+}
+
+void UnpluggingTest::aTransitionGoesOnOnTheOtherDisplay()
+{
+    mShow->set(keys::transition, QStringLiteral("Cross Fade"));
+    QVERIFY(openOn(2));
+    press("Right");
+    QVERIFY(waitFor([&] { return !isNear(server().pixel(mRight.center()), red.rgb(), 4); }));
+    unplug(2);
+    QVERIFY(fills(mLeft));
+    QVERIFY(shows(green, mLeft));
+    QVERIFY(mShow->waitUntilAtRest());
+    press("Left");
+    QVERIFY(shows(red, mLeft));
+}
+
+void UnpluggingTest::aMovieGoesOnOnTheOtherDisplay()
+{
+    const MovieFiles movies;
+    QVERIFY(movies.make("2.mkv",
+        "-f lavfi -i color=0x1ea01e:s=640x400:r=25,"
+        "format=yuv420p -t 30 -c:v ffv1"));
+    mShow->folder.addFile("1a.mkv", movies.contentsOf("2.mkv"));
+    QVERIFY(openOn(2));
+    press("Right");
+    QVERIFY(shows(green, mRight));
+    unplug(2);
+    QVERIFY(fills(mLeft));
+    QVERIFY(shows(green, mLeft));
+    press("Left");
+    QVERIFY(shows(red, mLeft));
+}
+
+void UnpluggingTest::aWindowIsSeenOnTheOtherDisplay()
+{
+    QVERIFY(openOn(2));
+    press("F11");
+    QVERIFY(waitFor([&] { return server().geometry(mWindow).width() == mRight.width() / 2; }));
+    unplug(2);
+    QVERIFY(waitFor([&] { return mLeft.contains(server().geometry(mWindow).center()); }));
+    press("F11");
+    QVERIFY(fills(mLeft));
+    QVERIFY(shows(red, mLeft));
+}
+
+void UnpluggingTest::otherWindowsAreSeenOnTheOtherDisplay()
+{
+    QVERIFY(openOn(2));
+    for (const auto& [key, title] : {std::pair("ctrl+t", "Thumbnails — Frameflow"),
+             std::pair("ctrl+comma", "Preferences — Frameflow"), std::pair("ctrl+o", "Open — Frameflow")}) {
+        const QString name = QString::fromUtf8(title);
+        press(key);
+        std::optional<WindowId> window;
+        const auto isActive = [&] {
+            window = server().windowWithTitle(mShow->program().processId(), name);
+            return window && server().isActive(*window);
+        };
+        QVERIFY2(waitFor(isActive), title);
+        QVERIFY(mShow->waitUntilAtRest());
+        unplug(2);
+        QVERIFY2(waitFor([&] { return mLeft.contains(server().geometry(*window).center()); }), title);
+        QVERIFY(fills(mLeft)); // and the show
+        QVERIFY2(waitFor([&] { return server().isActive(*window); }), title);
+        QVERIFY(mShow->waitUntilAtRest());
+        press(QByteArray(key) == "ctrl+t" ? "ctrl+w" : "Escape");
+        QVERIFY2(waitFor([&] { return !server().isVisible(*window); }), title);
+        mShow->program().end();
+        plugIn(2);
+        QVERIFY(openOn(2));
+    }
+}
+
+void UnpluggingTest::displaysThatComeAndGoInARow()
+{
+    QVERIFY(openOn(2));
+    for (int round = 0; round < 5; ++round) {
+        unplug(2);
+        plugIn(2);
+        giveOutputTo(2); // the left one goes and comes
+        giveOutputTo(1);
+        press(round % 2 == 0 ? "Right" : "Left");
+    }
+    QVERIFY(mShow->waitUntilAtRest());
+    const QRect place = server().geometry(mWindow);
+    QVERIFY(place == mLeft || place == mRight);
+    QVERIFY(shows(green, place));
+}
+
+// As when another one is plugged in in its place, while nobody sees a show on it.
+void UnpluggingTest::aDisplayOfAnotherSizeInItsPlace()
+{
+    QVERIFY(openOn(2));
+    unplug(2);
+    QVERIFY(fills(mLeft));
+    const QSize smaller(mRight.width() - 256, mRight.height() - 200);
+    plugIn(2, smaller);
+    QVERIFY(mShow->waitUntilAtRest());
+    QVERIFY(fills(mLeft));
+    QVERIFY(shows(red, mLeft));
+}
+
+QTEST_GUILESS_MAIN(UnpluggingTest)
+#include "UnpluggingTest.moc"
