@@ -258,8 +258,9 @@ void WaitsTest::aHeldKeyStopsWhereItIsReleased()
 {
     QFETCH(const QSize, size);
     mShow = std::make_unique<ShowDriver>();
-    const QMap<QByteArray, QColor> colours{{"red", red}, {"green", green}, {"blue", blue}, {"yellow", yellow}};
-    const QByteArrayList names{"red", "green", "blue", "yellow"};
+    const QMap<QByteArray, QColor> colours{{"red", red}, {"green", green}, {"blue", blue}, {"yellow", yellow},
+        {"cyan", Qt::cyan}, {"magenta", Qt::magenta}, {"white", Qt::white}, {"grey", QColor(128, 128, 128)}};
+    const QByteArrayList names{"red", "green", "blue", "yellow", "cyan", "magenta", "white", "grey"};
     for (const QByteArray& name : names) {
         mShow->addColour(name + ".jpg", colours.value(name), size);
     }
@@ -281,12 +282,13 @@ void WaitsTest::aHeldKeyStopsWhereItIsReleased()
     // The slide that was waited for, what the keyboard sent before the release was seen, and what the log had not seen
     // yet: a handful, where a queue would bring dozens.
     QVERIFY2(log.count() <= atRelease + 5, QByteArray::number(log.count() - atRelease).constData());
-    // Each slide came in its turn. One that gave way to the next at once may have stood too briefly for the log.
+    // Each slide came in its turn. Ones that gave way at once may have stood too briefly for the log, but it would see
+    // a step back as one over nearly all of them.
     qsizetype turn = 0;
     for (const QByteArray& name : log.names()) {
-        const qsizetype skipped = names.indexOf(name) - turn % names.size();
-        QVERIFY2(skipped == 0 || skipped == 1 || skipped == 1 - names.size(), log.text().constData());
-        turn = names.indexOf(name) + 1;
+        const qsizetype skipped = (names.indexOf(name) - turn + names.size()) % names.size();
+        QVERIFY2(skipped < names.size() / 2, log.text().constData());
+        turn = (names.indexOf(name) + 1) % names.size();
     }
 }
 
