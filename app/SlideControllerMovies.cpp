@@ -1,3 +1,4 @@
+#include "PrintableText.h"
 #include "ReadAhead.h"
 #include "SlideController.h"
 
@@ -29,7 +30,7 @@ bool SlideController::showMovie(const Candidate& candidate)
     const std::weak_ptr<MoviePlayer> observed = player;
     connect(
         player.get(), &MoviePlayer::stateChanged, mFullScreenView, [this, observed] { movieWentOn(observed.lock()); });
-    mScreenWindow->setWindowTitle(QString::fromUtf8(candidate.url.fileName()).simplified());
+    mScreenWindow->setWindowTitle(printable(QString::fromUtf8(candidate.url.fileName()).simplified()));
     mFullScreenView->showMovie(player, candidate.forward);
     mMovieIsPlaying = true;
     mWasPlaying = mTimerExists || heldUp;

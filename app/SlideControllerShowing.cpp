@@ -1,5 +1,6 @@
 #include "KLImageCache.h"
 #include "MainThread.h"
+#include "PrintableText.h"
 #include "ReadAhead.h"
 #include "SettingsKeys.h"
 #include "SlideController.h"
@@ -164,7 +165,7 @@ bool SlideController::present(const Candidate& candidate)
     if (!isShownAlready && !mFullScreenView->ImageOK()) {
         return false;
     }
-    mScreenWindow->setWindowTitle(QString::fromUtf8(candidate.url.fileName()).simplified());
+    mScreenWindow->setWindowTitle(printable(QString::fromUtf8(candidate.url.fileName()).simplified()));
     const TimePoint now = mClock.now();
     if (mLastSlideChange) {
         mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);

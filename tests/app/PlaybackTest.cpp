@@ -43,6 +43,7 @@ private Q_SLOTS:
     void navigationWhileATransitionRunsIsDropped();
     void theTrashIsRefusedDuringATransition();
     void aBusyViewCostsNoFile();
+    void theTitleIsOneLineThatReadsAsItStands();
 
     // Files that cannot be shown
     void anUndecodableFileDisappearsAndTheShowMovesOn_data();
@@ -377,6 +378,15 @@ void PlaybackTest::aBusyViewCostsNoFile()
     mFixture->letTransitionEnd();
     QTRY_COMPARE(onScreen(), QByteArray("1.png"));
     QCOMPARE(controller.fileSequence().count(), size_t(2));
+}
+
+// A name cannot turn the title around, and thus pass for another one.
+void PlaybackTest::theTitleIsOneLineThatReadsAsItStands()
+{
+    mFixture->addPictures({"two\nlines \xE2\x80\xAEgnp.png"}); // from there on to be read from the right
+    auto& controller = mFixture->start();
+    QVERIFY(mFixture->openFolder());
+    QCOMPARE(controller.screenWindow()->windowTitle(), QStringLiteral("two lines \uFFFDgnp.png"));
 }
 
 void PlaybackTest::anUndecodableFileDisappearsAndTheShowMovesOn_data()
