@@ -2,6 +2,8 @@
 
 #include "AssertionFailure.h"
 
+#include <QBuffer>
+
 namespace frameflow {
 
 namespace {
@@ -16,9 +18,30 @@ void require(bool condition, int line, const char* message)
     }
 }
 
+// JPEG for photographs; what shines through somewhere is kept exactly, in PNG. Empty when it cannot be done.
+QByteArray packed(const QImage& image)
+{
+    constexpr int quality = 92; // no difference to be seen in a thumbnail
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    const bool isDone = image.hasAlphaChannel() ? image.save(&buffer, "png") : image.save(&buffer, "jpeg", quality);
+    QByteArray bytes = isDone ? buffer.data() : QByteArray();
+    bytes.squeeze();
+    return bytes;
+}
+
+QImage unpacked(const QByteArray& bytes)
+{
+    const bool isPng = bytes.startsWith('\x89');
+    QImage image = QImage::fromData(bytes, isPng ? "png" : "jpeg");
+    image.convertTo(isPng ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    return image;
+}
+
 } // namespace
 
-KLThumbnailCache::KLThumbnailCache() : mDispatchQueue("com.quillory.thumbnailcache")
+KLThumbnailCache::KLThumbnailCache(qsizetype bytesOfBitmaps)
+    : mMostBytesOfBitmaps(bytesOfBitmaps), mDispatchQueue("com.quillory.thumbnailcache")
 {
     mCache.reserve(expectedThumbnails);
 }
@@ -34,6 +57,13 @@ QImage KLThumbnailCache::imageWithURL(const FileUrl& url)
 {
     const auto found = instance().findImageWithURL(url);
     return found ? found->mImage() : QImage();
+}
+
+bool KLThumbnailCache::hasImageWithURL(const FileUrl& url)
+{
+    KLThumbnailCache& cache = instance();
+    const std::lock_guard lock(cache.mMutex);
+    return cache.mCache.contains(url);
 }
 
 QImage KLThumbnailCache::cacheImageWithURL(const FileUrl& url)
@@ -56,19 +86,43 @@ void KLThumbnailCache::addImage(const KLThumbnailPtr& thumbnail)
     require(thumbnail != nullptr, 58, "the image may not be nil");
     require(!thumbnail->mURL().isEmpty(), 59, "the url may not be nil");
     require(!thumbnail->mImage().isNull(), 60, "the url may not be nil");
+    bool isTooMuch = false;
     mDispatchQueue.sync([&] {
         const std::lock_guard lock(mMutex);
-        mCache.insert(thumbnail->mURL(), thumbnail);
+        Entry& entry = mCache[thumbnail->mURL()];
+        forgetBitmap(entry);
+        mBytesPacked -= entry.packed.size();
+        entry.packed.clear();
+        keep(entry, thumbnail);
+        isTooMuch = mBytesOfBitmaps > mMostBytesOfBitmaps;
     });
+    if (isTooMuch) {
+        packLater();
+    }
 }
 
 KLThumbnailPtr KLThumbnailCache::findImageWithURL(const FileUrl& url)
 {
     KLThumbnailPtr found;
+    bool isTooMuch = false;
     mDispatchQueue.sync([&] {
         const std::lock_guard lock(mMutex);
-        found = mCache.value(url);
+        const auto entry = mCache.find(url);
+        if (entry == mCache.end()) {
+            return;
+        }
+        found = entry->thumbnail;
+        if (found) {
+            mRecent.splice(mRecent.begin(), mRecent, entry->place);
+        } else if (const QImage image = unpacked(entry->packed); !image.isNull()) {
+            found = std::make_shared<const KLThumbnail>(url, image);
+            keep(*entry, found);
+        }
+        isTooMuch = mBytesOfBitmaps > mMostBytesOfBitmaps;
     });
+    if (isTooMuch) {
+        packLater();
+    }
     return found;
 }
 
@@ -76,6 +130,78 @@ void KLThumbnailCache::removeAll()
 {
     const std::lock_guard lock(mMutex);
     mCache.clear();
+    mRecent.clear();
+    mBytesOfBitmaps = 0;
+    mBytesPacked = 0;
+}
+
+qsizetype KLThumbnailCache::bytes()
+{
+    qsizetype bytes = 0;
+    mDispatchQueue.sync([&] {
+        while (packTheOldest()) { }
+        const std::lock_guard lock(mMutex);
+        bytes = mBytesOfBitmaps + mBytesPacked;
+    });
+    return bytes;
+}
+
+void KLThumbnailCache::keep(Entry& entry, const KLThumbnailPtr& thumbnail)
+{
+    entry.thumbnail = thumbnail;
+    entry.place = mRecent.insert(mRecent.begin(), thumbnail->mURL());
+    mBytesOfBitmaps += thumbnail->mImage().sizeInBytes();
+}
+
+void KLThumbnailCache::forgetBitmap(Entry& entry)
+{
+    if (entry.thumbnail) {
+        mBytesOfBitmaps -= entry.thumbnail->mImage().sizeInBytes();
+        mRecent.erase(entry.place);
+        entry.thumbnail.reset();
+    }
+}
+
+// Each in a job of its own, so that nobody who looks for a thumbnail waits for many of them.
+void KLThumbnailCache::packLater()
+{
+    mDispatchQueue.async([this] {
+        if (packTheOldest()) {
+            packLater();
+        }
+    });
+}
+
+bool KLThumbnailCache::packTheOldest()
+{
+    KLThumbnailPtr oldest;
+    {
+        const std::lock_guard lock(mMutex);
+        if (mBytesOfBitmaps <= mMostBytesOfBitmaps || mRecent.size() < 2) {
+            return false;
+        }
+        Entry& entry = mCache[mRecent.back()];
+        if (!entry.packed.isEmpty()) {
+            forgetBitmap(entry);
+            return true;
+        }
+        oldest = entry.thumbnail;
+    }
+    // Without the lock, which purging waits for.
+    const QByteArray bytes = packed(oldest->mImage());
+    const std::lock_guard lock(mMutex);
+    const auto entry = mCache.find(oldest->mURL());
+    if (entry == mCache.end() || entry->thumbnail != oldest) {
+        return true; // purged meanwhile
+    }
+    if (bytes.isEmpty()) {
+        mRecent.splice(mRecent.begin(), mRecent, entry->place);
+        return false;
+    }
+    entry->packed = bytes;
+    mBytesPacked += bytes.size();
+    forgetBitmap(*entry);
+    return true;
 }
 
 } // namespace frameflow

@@ -58,7 +58,7 @@ void ThumbnailLoader::State::setWanted(const std::vector<FileUrl>& files)
     QSet<FileUrl> seen;
     for (const FileUrl& url : files) {
         const bool isNew = !url.isEmpty() && !seen.contains(url) && !mRunning.contains(url) && !mFailed.contains(url);
-        if (isNew && KLThumbnailCache::imageWithURL(url).isNull()) {
+        if (isNew && !KLThumbnailCache::hasImageWithURL(url)) {
             mWaiting.push_back(url);
             seen.insert(url);
         }

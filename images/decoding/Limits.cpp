@@ -41,6 +41,13 @@ bool canDecode(QSize size, int bytesPerPixel)
     return !size.isEmpty() && qint64(size.width()) * size.height() <= mostBytesForDecoding() / bytesPerPixel;
 }
 
+bool canDecodeInStrips(QSize size)
+{
+    // Twice the largest pictures that telescopes and scanners give out in one file; half a minute for a slow codec.
+    constexpr qint64 mostPixels = qint64(1) << 31;
+    return !size.isEmpty() && qint64(size.width()) * size.height() <= mostPixels;
+}
+
 QSize heldSize(QSize size, int longestSide)
 {
     const double width = size.width();

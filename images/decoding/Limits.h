@@ -20,6 +20,10 @@ qint64 mostBytesForDecoding();
 // Whether a bitmap of that size is one that may be made while decoding. False for an empty size.
 bool canDecode(QSize size, int bytesPerPixel);
 
+// Whether a picture of that size may be decoded where no bitmap of it is made, since it is reduced while it is read:
+// what it takes is time. False for an empty size.
+bool canDecodeInStrips(QSize size);
+
 // The largest size of the same shape whose longer side is at most that many pixels (0: any) and that has at most
 // mostPixelsHeld pixels. Never larger than the given size, no side below 1.
 QSize heldSize(QSize size, int longestSide);

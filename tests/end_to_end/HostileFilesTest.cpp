@@ -1,4 +1,7 @@
+#include "Gigapixels.h"
 #include "HostileShow.h"
+#include "MemoryPeak.h"
+#include "SettingsKeys.h"
 
 #include <QTest>
 
@@ -13,6 +16,7 @@ class HostileFilesTest : public QObject
 
 private Q_SLOTS:
     void theShowGoesThroughAllOfThem();
+    void gigapixelPicturesAreShown();
 };
 
 void HostileFilesTest::theShowGoesThroughAllOfThem()
@@ -33,6 +37,40 @@ void HostileFilesTest::theShowGoesThroughAllOfThem()
     QVERIFY(driver.waitForColour(HostileShow::first));
     driver.program().end();
     QCOMPARE(driver.program().exitCode(), std::optional(0));
+}
+
+void HostileFilesTest::gigapixelPicturesAreShown()
+{
+    ShowDriver driver;
+    driver.addColour("a.png", HostileShow::first);
+    for (const HostileFile& file : gigapixelPictures()) {
+        driver.folder.addFile(file.name, file.contents);
+    }
+    driver.addColour("z.png", HostileShow::last);
+    driver.set(keys::imageFitMode, keys::fitModeStretch);
+    QVERIFY(driver.startWithFolder());
+    QVERIFY(driver.waitForColour(HostileShow::first));
+    const MemoryPeak memory(driver.program().processId());
+    driver.press(QStringLiteral("Right"));
+    QVERIFY(driver.waitForColour(QColor(128, 128, 128)));
+    const QRect all = driver.server().bounds();
+    const auto isInQuarters = [&](QColor upperLeft, QColor upperRight) {
+        const auto colourAt = [&](int x, int y) {
+            return QColor(driver.server().pixel({all.width() * x / 8, all.height() * y / 8}));
+        };
+        return colourAt(1, 1) == upperLeft && colourAt(7, 7) == upperLeft && colourAt(5, 5) == upperLeft
+            && colourAt(7, 1) == upperRight && colourAt(1, 7) == upperRight;
+    };
+    driver.press(QStringLiteral("Right"));
+    QVERIFY(waitFor([&] { return isInQuarters(Qt::white, Qt::black); }, 60s));
+    driver.press(QStringLiteral("Right"));
+    QVERIFY(waitFor([&] { return isInQuarters(Qt::black, Qt::white); }, 60s));
+    driver.press(QStringLiteral("Right"));
+    QVERIFY(driver.waitForColour(HostileShow::last));
+    qInfo("%d MB at most", int(memory.bytes() / 1'000'000));
+#if !defined(__SANITIZE_ADDRESS__)
+    QVERIFY(memory.bytes() > 0 && memory.bytes() < 1'500'000'000);
+#endif
 }
 
 QTEST_GUILESS_MAIN(HostileFilesTest)

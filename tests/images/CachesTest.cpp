@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <cstdio>
+#include <cstdlib>
 
 using namespace frameflow;
 
@@ -32,12 +33,31 @@ private Q_SLOTS:
     void wrongThumbnailsFail();
     void purgeEmptiesBoth();
     void thumbnailsHaveNoLimit();
+    void manyThumbnailsAreKeptCompressed();
+    void thumbnailThatIsReplacedIsNotTheCompressedOne();
+    void transparentThumbnailsStayTransparent();
 
 private:
     static KLImagePtr imageOf(char name)
     {
         const auto url = FileUrl::fromPath(QByteArray("/") + name);
         return std::make_shared<KLImage>(url, QImage(1, 1, QImage::Format_RGB32), 1);
+    }
+
+    // As near as nobody can tell apart.
+    static bool isNear(const QImage& actual, const QImage& expected)
+    {
+        constexpr int tolerance = 10;
+        bool isNear = actual.size() == expected.size();
+        for (int y = 0; isNear && y < expected.height(); ++y) {
+            for (int x = 0; x < expected.width(); ++x) {
+                const QRgb a = actual.pixel(x, y);
+                const QRgb b = expected.pixel(x, y);
+                isNear = isNear && std::abs(qRed(a) - qRed(b)) <= tolerance
+                    && std::abs(qGreen(a) - qGreen(b)) <= tolerance && std::abs(qBlue(a) - qBlue(b)) <= tolerance;
+            }
+        }
+        return isNear;
     }
 
     static QByteArray namesIn(const KLImageCache& cache)
@@ -257,6 +277,74 @@ void CachesTest::thumbnailsHaveNoLimit()
     for (int i = 0; i < count; ++i) {
         QVERIFY(cache.findImageWithURL(urlOf(i)));
     }
+}
+
+void CachesTest::manyThumbnailsAreKeptCompressed()
+{
+    constexpr qsizetype mostOfBitmaps = 4 << 20;
+    KLThumbnailCache cache(mostOfBitmaps);
+    const auto urlOf = [](int number) { return FileUrl::fromPath("/" + QByteArray::number(number)); };
+    // Each with a colour of its own.
+    const auto pictureOf = [](int number) {
+        QImage image(300, 225, QImage::Format_RGB32);
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                image.setPixel(x, y, qRgb(number, x * 255 / image.width(), y * 255 / image.height()));
+            }
+        }
+        return image;
+    };
+    constexpr int count = 200; // 54 megabytes as they are
+    for (int i = 0; i < count; ++i) {
+        cache.addImage(std::make_shared<const KLThumbnail>(urlOf(i), pictureOf(i)));
+    }
+    QVERIFY(cache.bytes() > mostOfBitmaps / 2);
+    constexpr qsizetype mostOfOne = 30000;
+    QVERIFY2(cache.bytes() < mostOfBitmaps + count * mostOfOne, qPrintable(QString::number(cache.bytes())));
+    // Twice, since the second time nothing is compressed any more, and in the order that brings none of the last ones.
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 0; i < count; ++i) {
+            const KLThumbnailPtr found = cache.findImageWithURL(urlOf(i));
+            QVERIFY(found);
+            QCOMPARE(found->mURL(), urlOf(i));
+            QCOMPARE(found->mImage().format(), QImage::Format_RGB32);
+            QVERIFY(isNear(found->mImage(), pictureOf(i)));
+        }
+        QVERIFY(cache.bytes() < mostOfBitmaps + count * mostOfOne);
+    }
+    cache.removeAll();
+    QCOMPARE(cache.bytes(), 0);
+    QVERIFY(!cache.findImageWithURL(urlOf(0)));
+}
+
+void CachesTest::thumbnailThatIsReplacedIsNotTheCompressedOne()
+{
+    KLThumbnailCache cache(1);
+    const auto url = FileUrl::fromPath(QByteArray("/a"));
+    QImage red(30, 20, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    QImage blue(10, 20, QImage::Format_RGB32);
+    blue.fill(Qt::blue);
+    cache.addImage(std::make_shared<const KLThumbnail>(url, red));
+    cache.addImage(std::make_shared<const KLThumbnail>(FileUrl::fromPath(QByteArray("/b")), red));
+    QVERIFY(cache.bytes() < 2 * red.sizeInBytes()); // "a" has been compressed
+    cache.addImage(std::make_shared<const KLThumbnail>(url, blue));
+    QVERIFY(cache.bytes() > 0);
+    QCOMPARE(cache.findImageWithURL(url)->mImage(), blue);
+}
+
+void CachesTest::transparentThumbnailsStayTransparent()
+{
+    KLThumbnailCache cache(1);
+    QImage glass(30, 20, QImage::Format_ARGB32_Premultiplied);
+    glass.fill(QColor(200, 100, 0, 51));
+    const auto url = FileUrl::fromPath(QByteArray("/a"));
+    cache.addImage(std::make_shared<const KLThumbnail>(url, glass));
+    cache.addImage(std::make_shared<const KLThumbnail>(FileUrl::fromPath(QByteArray("/b")), glass));
+    QVERIFY(cache.bytes() < 2 * glass.sizeInBytes());
+    const QImage found = cache.findImageWithURL(url)->mImage();
+    QCOMPARE(found.format(), QImage::Format_ARGB32_Premultiplied);
+    QCOMPARE(found.pixelColor(10, 10).alpha(), 51);
 }
 
 QTEST_GUILESS_MAIN(CachesTest)

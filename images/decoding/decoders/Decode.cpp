@@ -42,6 +42,20 @@ bool needsExtra(const QByteArray& contents, ContentType type)
     return type != ContentType::Svg && (!isQtType(type) || isMisreadByQt(contents, type));
 }
 
+// libvips reduces pictures of these types while it reads them, and Qt only those that it has made whole.
+bool isReducedWhileRead(ContentType type)
+{
+    return type == ContentType::Png || type == ContentType::Tiff;
+}
+
+// Whatever profile the file has, its colours have been converted.
+DecodedPicture convertedWithExtra(const QByteArray& contents, ContentType type, int longestSide)
+{
+    DecodedPicture picture = decodeWithExtra(contents, type, longestSide);
+    picture.pixels.setColorSpace(QColorSpace::SRgb);
+    return picture;
+}
+
 DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, const DecodeRequest& request)
 {
     const int longestSide = request.longestSide;
@@ -56,10 +70,22 @@ DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, co
             return *std::move(jpeg);
         }
     }
+    if (isReducedWhileRead(type)) {
+        const QSize size = sizeWithQt(contents, type);
+        if (!size.isEmpty() && heldSize(size, 0) != size) {
+            DecodedPicture picture = convertedWithExtra(contents, type, longestSide);
+            // Some are kept in an order in which they cannot be.
+            constexpr int bytesPerPixel = 4;
+            const bool isUnread = picture.error == DecodeError::TooLarge || picture.error == DecodeError::Damaged;
+            if (!isUnread || !canDecode(size, bytesPerPixel)) {
+                return picture;
+            }
+        }
+    }
     DecodedPicture picture = decodeWithQt(contents, type, longestSide);
     // TIFF is a box for many codecs and layouts, of which each library reads some.
     if (picture.error == DecodeError::Damaged && type == ContentType::Tiff) {
-        return decodeWithExtra(contents, type, longestSide);
+        return convertedWithExtra(contents, type, longestSide);
     }
     return picture;
 }

@@ -73,6 +73,15 @@ bool isQtType(ContentType type)
     return formatOf(type) != nullptr;
 }
 
+QSize sizeWithQt(const QByteArray& contents, ContentType type)
+{
+    limitQtAllocations();
+    QBuffer buffer;
+    buffer.setData(contents);
+    buffer.open(QIODevice::ReadOnly);
+    return QImageReader(&buffer, formatOf(type)).size();
+}
+
 DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int longestSide)
 {
     limitQtAllocations();

@@ -43,6 +43,7 @@ constexpr std::array loaders{
     Loader{ContentType::JpegXl, "jxlload_source", Input::Source, SampleRange::OfFormat},
     Loader{ContentType::OpenExr, "openexrload", Input::Name, SampleRange::OfFormat},
     Loader{ContentType::Pcx, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
+    Loader{ContentType::Png, "pngload_source", Input::Source, SampleRange::OfFormat},
     Loader{ContentType::Psd, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
     Loader{ContentType::Radiance, "radload_source", Input::Source, SampleRange::OfFormat},
     Loader{ContentType::Sgi, "magickload_buffer", Input::Bytes, SampleRange::OfFormat},
@@ -143,6 +144,25 @@ int shrinkFor(QSize size, QSize held)
     return shrink;
 }
 
+// Whether the codec hands the picture over line by line or tile by tile, and keeps no more of it.
+bool comesInStrips(const Loader& loader, const VipsImagePtr& image)
+{
+    return loader.type == ContentType::Tiff
+        || (loader.type == ContentType::Png && vips_image_get_typeof(image.get(), "interlaced") == 0);
+}
+
+// Less to convert: by whole numbers, no further than to the size wanted, in the colours of the file. With what shines
+// through, the colour of what does not show would be mixed in.
+VipsImagePtr reducedAsItComes(VipsImagePtr image, QSize held)
+{
+    const QSize size = sizeOf(image);
+    const int share = std::min(size.width() / held.width(), size.height() / held.height());
+    if (share < 2 || vips_image_hasalpha(image.get()) != FALSE) {
+        return image;
+    }
+    return applied(image, vips_shrink, double(share), double(share));
+}
+
 VipsImagePtr reduced(VipsImagePtr image, QSize held)
 {
     if (!image || sizeOf(image) == held) {
@@ -199,11 +219,16 @@ DecodedPicture decode(const Loader& loader, const QByteArray& contents, int long
     const qint64 bytes = VIPS_IMAGE_SIZEOF_PEL(image.get());
     DecodedPicture picture;
     picture.size = sizeOf(image);
-    if (!canDecode(picture.size, static_cast<int>(std::max<qint64>(bytes, 4)))) {
+    const bool isStreamed = comesInStrips(loader, image);
+    const bool isPossible = isStreamed ? canDecodeInStrips(picture.size)
+                                       : canDecode(picture.size, static_cast<int>(std::max<qint64>(bytes, 4)));
+    if (!isPossible || (loader.type == ContentType::Png && !isStreamed)) {
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
     const QSize held = heldSize(picture.size, longestSide);
-    if (loader.type == ContentType::Jpeg) {
+    if (isStreamed) {
+        image = reducedAsItComes(std::move(image), held);
+    } else if (loader.type == ContentType::Jpeg) {
         image = load.open({.shrink = shrinkFor(picture.size, held)});
     } else if (loader.type == ContentType::Heif && longestSide > 0) {
         VipsImagePtr stored = load.open({.storedThumbnail = true});

@@ -84,6 +84,14 @@ QByteArray tiff(std::initializer_list<TiffField> fields, const QByteArray& data,
     return file + little32(nextDirectory);
 }
 
+QByteArray jpegOfZeros(quint16 side, qsizetype zeros)
+{
+    const QByteArray oneCode = QByteArray("\1", 1) + QByteArray(15, '\0') + QByteArray(1, '\0');
+    return QByteArray("\xff\xd8\xff\xdb\0\x43\0", 7) + QByteArray(64, '\1') + QByteArray("\xff\xc0\0\x0b\x08", 5)
+        + big16(side) + big16(side) + QByteArray("\1\1\x11\0", 4) + QByteArray("\xff\xc4\0\x26\0", 5) + oneCode + '\x10'
+        + oneCode + QByteArray("\xff\xda\0\x08\1\1\0\0\x3f\0", 10) + QByteArray(zeros, '\0') + "\xff\xd9";
+}
+
 QByteArray withSegment(const QByteArray& jpeg, char marker, const QByteArray& payload)
 {
     constexpr qsizetype longest = 65533;

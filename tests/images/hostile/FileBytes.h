@@ -72,6 +72,8 @@ struct TiffField
 constexpr quint32 tiffDataPlace = 8;
 QByteArray tiff(std::initializer_list<TiffField> fields, const QByteArray& data, quint32 nextDirectory = 0);
 
+// A square, grey JPEG whose blocks take one bit for the brightness and one for the end: so many bytes of zeros.
+QByteArray jpegOfZeros(quint16 side, qsizetype zeros);
 // A JPEG with a segment behind its first marker.
 QByteArray withSegment(const QByteArray& jpeg, char marker, const QByteArray& payload);
 

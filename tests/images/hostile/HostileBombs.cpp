@@ -39,15 +39,6 @@ QByteArray packedBits(int count)
     return packed;
 }
 
-// Grey, of blocks of one bit for the brightness and one for the end: a file of zeros.
-QByteArray jpegOfZeros(quint16 side, qsizetype zeros)
-{
-    const QByteArray oneCode = QByteArray("\1", 1) + QByteArray(15, '\0') + QByteArray(1, '\0');
-    return QByteArray("\xff\xd8\xff\xdb\0\x43\0", 7) + QByteArray(64, '\1') + QByteArray("\xff\xc0\0\x0b\x08", 5)
-        + big16(side) + big16(side) + QByteArray("\1\1\x11\0", 4) + QByteArray("\xff\xc4\0\x26\0", 5) + oneCode + '\x10'
-        + oneCode + QByteArray("\xff\xda\0\x08\1\1\0\0\x3f\0", 10) + QByteArray(zeros, '\0') + "\xff\xd9";
-}
-
 // Each scan goes over the whole picture again.
 QByteArray jpegOfScans(quint16 side, int scans)
 {
