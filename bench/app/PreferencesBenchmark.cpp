@@ -4,6 +4,7 @@
 // budget. Prints lines "name|figure|reference|ratio|limit" and fails when the limit is exceeded.
 
 #include "BenchReport.h"
+#include "Keyboard.h"
 #include "OwnDisplay.h"
 #include "Program.h"
 #include "SettingsKeys.h"
@@ -18,9 +19,6 @@
 #include <cstdio>
 #include <thread>
 
-#include <xcb/xcb.h>
-#include <xcb/xtest.h>
-
 using namespace frameflow;
 using namespace frameflow::bench;
 using namespace frameflow::e2e;
@@ -31,15 +29,13 @@ namespace {
 constexpr double budget = 150; // ms
 constexpr QRgb slide = 0xFF14B43CU;
 // Of the usual keyboard of an X server on Linux.
-constexpr xcb_keycode_t control = 37;
 constexpr xcb_keycode_t comma = 59;
 constexpr xcb_keycode_t escape = 9;
 
 class Bench
 {
 public:
-    explicit Bench(const QString& program)
-        : mProgram(program), mServer(XServer::open()), mConnection(xcb_connect(nullptr, nullptr))
+    explicit Bench(const QString& program) : mProgram(program), mServer(XServer::open())
     {
         QImage picture(1920, 1080, QImage::Format_RGB32);
         picture.fill(slide);
@@ -49,9 +45,6 @@ public:
         writeSettings({{keys::hintsShown, true}, {keys::autoStart, false}, {keys::autoCheckNewVersion, false},
             {keys::imageFitMode, keys::fitModeStretch}});
     }
-    ~Bench() { xcb_disconnect(mConnection); }
-    Bench(const Bench&) = delete;
-    Bench& operator=(const Bench&) = delete;
 
     bool run(int times)
     {
@@ -72,23 +65,6 @@ public:
     }
 
 private:
-    void press(xcb_keycode_t key, bool withControl) const
-    {
-        if (withControl) {
-            send(XCB_KEY_PRESS, control);
-        }
-        send(XCB_KEY_PRESS, key);
-        send(XCB_KEY_RELEASE, key);
-        if (withControl) {
-            send(XCB_KEY_RELEASE, control);
-        }
-        xcb_flush(mConnection);
-    }
-    void send(quint8 type, xcb_keycode_t key) const
-    {
-        xcb_test_fake_input(mConnection, type, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-    }
-
     template <typename Condition>
     static bool await(Condition condition)
     {
@@ -122,7 +98,7 @@ private:
     {
         QElapsedTimer timer;
         timer.start();
-        press(comma, true);
+        mKeyboard.pressWith(key::control, comma);
         const auto window = mServer->waitForWindow(mProgram.processId(), QStringLiteral("Preferences — Frameflow"));
         if (!window) {
             return never;
@@ -134,14 +110,14 @@ private:
     void close() const
     {
         std::this_thread::sleep_for(300ms);
-        press(escape, false);
+        mKeyboard.press(escape);
         await([this] { return isSlideAlone(); });
         std::this_thread::sleep_for(300ms);
     }
 
     Program mProgram;
     std::unique_ptr<XServer> mServer;
-    xcb_connection_t* mConnection;
+    Keyboard mKeyboard;
     QTemporaryDir mFolder;
     QRect mPlace;
     BenchReport mReport;

@@ -4,6 +4,7 @@
 // steps is two djpeg side by side. Prints lines "name|figure|reference|ratio|limit" and fails when a limit is exceeded.
 
 #include "BenchReport.h"
+#include "Keyboard.h"
 #include "OwnDisplay.h"
 #include "Program.h"
 #include "SettingsKeys.h"
@@ -30,8 +31,6 @@
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <xcb/xcb.h>
-#include <xcb/xtest.h>
 
 using namespace frameflow;
 using namespace frameflow::bench;
@@ -42,9 +41,6 @@ namespace {
 
 constexpr QSize photograph(6000, 4000);
 constexpr std::array colours{0xFFE614C8U, 0xFF14B43CU, 0xFF1E28DCU, 0xFFE6D214U};
-constexpr xcb_keycode_t rightArrow = 114; // of the usual keyboard of an X server on Linux, as the others
-constexpr xcb_keycode_t control = 37;
-constexpr xcb_keycode_t zero = 19;
 
 // As hard to decode as a photograph, with fine lines beside a plain square in the middle, by which it is known.
 QImage picture(QRgb colour)
@@ -64,38 +60,6 @@ QImage picture(QRgb colour)
         QRect(image.rect().center() - QPoint(square.width(), square.height()) / 2, square), QColor(colour));
     return image;
 }
-
-// A key as the keyboard itself sends it.
-class Keyboard
-{
-public:
-    Keyboard() : mConnection(xcb_connect(nullptr, nullptr)) { }
-    ~Keyboard() { xcb_disconnect(mConnection); }
-    Keyboard(const Keyboard&) = delete;
-    Keyboard& operator=(const Keyboard&) = delete;
-
-    void press(xcb_keycode_t key) const
-    {
-        send(XCB_KEY_PRESS, key);
-        send(XCB_KEY_RELEASE, key);
-        xcb_flush(mConnection);
-    }
-    void pressWith(xcb_keycode_t modifier, xcb_keycode_t key) const
-    {
-        send(XCB_KEY_PRESS, modifier);
-        press(key);
-        send(XCB_KEY_RELEASE, modifier);
-        xcb_flush(mConnection);
-    }
-
-private:
-    void send(quint8 type, xcb_keycode_t key) const
-    {
-        xcb_test_fake_input(mConnection, type, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-    }
-
-    xcb_connection_t* mConnection;
-};
 
 class Bench
 {
@@ -164,7 +128,7 @@ private:
     // Whether the middle of the picture comes to be on the screen as it is in the file.
     bool isTrueAtActualSize()
     {
-        mKeyboard.pressWith(control, zero);
+        mKeyboard.pressWith(key::control, key::zero);
         const QImage file(name(static_cast<int>(mShown)));
         QRect middle(QPoint(), mServer->bounds().size());
         middle.moveCenter(file.rect().center());
@@ -210,7 +174,7 @@ private:
         mShown = (mShown + 1) % colours.size();
         QElapsedTimer timer;
         timer.start();
-        mKeyboard.press(rightArrow);
+        mKeyboard.press(key::rightArrow);
         return awaitSlide() ? static_cast<double>(timer.nsecsElapsed()) / 1e6 : never;
     }
 
