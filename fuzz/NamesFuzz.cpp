@@ -36,7 +36,7 @@ void checkFile(const FileUrl& file)
     static_cast<void>(readFromTheLeft(printable(file.displayPath())));
     require(FileUrl::fromArgument(file.path()) == file);
     if (file.path().size() < PATH_MAX && !file.path().contains('\0')) {
-        require(filesFromUrls({encodedUrl(file)}) == QList<FileUrl>{file});
+        require(filesFromUrls({file.toUrl().toEncoded()}) == QList<FileUrl>{file});
     }
 }
 

@@ -48,7 +48,19 @@ bool canDecodeInStrips(QSize size)
     return !size.isEmpty() && qint64(size.width()) * size.height() <= mostPixels;
 }
 
-QSize heldSize(QSize size, int longestSide)
+qint64 mostPixelsOf(QSize size, qint64 fileBytes)
+{
+    // Photographs of the poorest quality have half a bit for a pixel. Screens have 33 million pixels at most, and what
+    // is shown there is to be seen as it is, however little there is to see.
+    constexpr qint64 largestScreen = 40'000'000;
+    constexpr qint64 mostPixelsOfAByte = 26;
+    constexpr qint64 mostPixelsOfLittle = 24'000'000;
+    const qint64 pixels = qint64(size.width()) * size.height();
+    const bool isLittle = pixels > largestScreen && fileBytes < pixels / mostPixelsOfAByte;
+    return isLittle ? mostPixelsOfLittle : mostPixelsHeld;
+}
+
+QSize heldSize(QSize size, int longestSide, qint64 mostPixels)
 {
     const double width = size.width();
     const double height = size.height();
@@ -56,7 +68,7 @@ QSize heldSize(QSize size, int longestSide)
     if (longestSide > 0) {
         scale = std::min(scale, longestSide / std::max(width, height));
     }
-    scale = std::min(scale, std::sqrt(mostPixelsHeld / (width * height)));
+    scale = std::min(scale, std::sqrt(static_cast<double>(mostPixels) / (width * height)));
     if (scale >= 1) {
         return size;
     }
@@ -68,7 +80,7 @@ QSize heldSize(QSize size, int longestSide)
     QSize held(side(width), side(height));
     // Rounding up, or a side that cannot get any smaller, could exceed the pixels allowed.
     int& longer = width > height ? held.rwidth() : held.rheight();
-    longer = static_cast<int>(std::min<qint64>(longer, mostPixelsHeld / std::min(held.width(), held.height())));
+    longer = static_cast<int>(std::min<qint64>(longer, mostPixels / std::min(held.width(), held.height())));
     return held;
 }
 

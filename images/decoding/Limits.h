@@ -24,8 +24,12 @@ bool canDecode(QSize size, int bytesPerPixel);
 // what it takes is time. False for an empty size.
 bool canDecodeInStrips(QSize size);
 
+// With how many pixels a picture of that size is held whose file has so many bytes: fewer where the file says next to
+// nothing of each, so that a small file never takes much memory.
+qint64 mostPixelsOf(QSize size, qint64 fileBytes);
+
 // The largest size of the same shape whose longer side is at most that many pixels (0: any) and that has at most
-// mostPixelsHeld pixels. Never larger than the given size, no side below 1.
-QSize heldSize(QSize size, int longestSide);
+// mostPixels pixels. Never larger than the given size, no side below 1.
+QSize heldSize(QSize size, int longestSide, qint64 mostPixels = mostPixelsHeld);
 
 } // namespace frameflow

@@ -425,15 +425,19 @@ void BadFilesTest::hugePictureIsHeldReduced()
     QImage image(12000, 8000, QImage::Format_Grayscale8);
     image.fill(200);
     for (const char* const format : {"jpeg", "png"}) {
-        const QByteArray name = QByteArray("huge.") + format;
-        mFolder.addFile(name, encoded(image, format));
-        const KLImagePtr huge = KLImage::imageWithURL(mFolder.urlOf(name));
-        QVERIFY(huge);
-        QCOMPARE(QSize(huge->width(), huge->height()), QSize(12000, 8000));
-        const QSize held = huge->getCGImage().size();
-        QVERIFY(qint64(held.width()) * held.height() <= mostPixelsHeld);
-        QCOMPARE(held, QSize(9797, 6531));
-        QCOMPARE(huge->rectToFitScreen(QSizeF(1200, 1200), false), QRectF(0, 200, 1200, 800));
+        const QByteArray little = encoded(image, format, 50); // compressed, if it is a PNG
+        const QByteArray much = little + QByteArray(4'000'000, '\0'); // which nobody reads
+        for (const QByteArray& contents : {little, much}) {
+            const QByteArray name = QByteArray::number(contents.size()) + '.' + format;
+            mFolder.addFile(name, contents);
+            const KLImagePtr huge = KLImage::imageWithURL(mFolder.urlOf(name));
+            QVERIFY(huge);
+            QCOMPARE(QSize(huge->width(), huge->height()), QSize(12000, 8000));
+            const QSize held = huge->getCGImage().size();
+            QVERIFY(qint64(held.width()) * held.height() <= mostPixelsHeld);
+            QCOMPARE(held, contents == much ? QSize(9797, 6531) : QSize(6000, 4000));
+            QCOMPARE(huge->rectToFitScreen(QSizeF(1200, 1200), false), QRectF(0, 200, 1200, 800));
+        }
     }
 }
 

@@ -25,6 +25,8 @@ private Q_SLOTS:
     void filesThatCannotBeOpenedHaveNone();
     void heldSizes_data();
     void heldSizes();
+    void smallFilesAreHeldWithFewerPixels_data();
+    void smallFilesAreHeldWithFewerPixels();
 };
 
 namespace {
@@ -192,6 +194,30 @@ void ThumbnailTest::heldSizes()
     QFETCH(int, longestSide);
     QFETCH(QSize, expected);
     QCOMPARE(heldSize(size, longestSide), expected);
+}
+
+void ThumbnailTest::smallFilesAreHeldWithFewerPixels_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<qint64>("bytes");
+    QTest::addColumn<qint64>("mostPixels");
+    QTest::newRow("photograph") << QSize(9504, 6336) << qint64(20'000'000) << mostPixelsHeld;
+    QTest::newRow("photograph of poor quality") << QSize(9504, 6336) << qint64(3'700'000) << mostPixelsHeld;
+    QTest::newRow("plain picture as large as a screen") << QSize(7680, 4320) << qint64(1000) << mostPixelsHeld;
+    QTest::newRow("large plain picture") << QSize(9504, 6336) << qint64(1000) << qint64(24'000'000);
+    QTest::newRow("bomb") << QSize(60000, 60000) << qint64(100'000'000) << qint64(24'000'000);
+    QTest::newRow("honest gigapixel") << QSize(40000, 25000) << qint64(300'000'000) << mostPixelsHeld;
+}
+
+void ThumbnailTest::smallFilesAreHeldWithFewerPixels()
+{
+    QFETCH(QSize, size);
+    QFETCH(qint64, bytes);
+    QFETCH(qint64, mostPixels);
+    QCOMPARE(mostPixelsOf(size, bytes), mostPixels);
+    const QSize held = heldSize(size, 0, mostPixels);
+    QVERIFY(qint64(held.width()) * held.height() <= mostPixels);
+    QVERIFY(std::abs(double(held.width()) / held.height() - double(size.width()) / size.height()) < 0.001);
 }
 
 QTEST_GUILESS_MAIN(ThumbnailTest)

@@ -72,7 +72,7 @@ DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, co
     }
     if (isReducedWhileRead(type)) {
         const QSize size = sizeWithQt(contents, type);
-        if (!size.isEmpty() && heldSize(size, 0) != size) {
+        if (!size.isEmpty() && heldSize(size, 0, mostPixelsOf(size, contents.size())) != size) {
             DecodedPicture picture = convertedWithExtra(contents, type, longestSide);
             // Some are kept in an order in which they cannot be.
             constexpr int bytesPerPixel = 4;
@@ -144,9 +144,11 @@ void addCopy(DecodedPicture& picture, const FrameRule& frame)
 }
 
 // Reduces, converts the colours and turns, each only where it is needed, and makes the copy that is not there yet.
-void finish(DecodedPicture& picture, const DecodeRequest& request, const QByteArray& profile)
+void finish(
+    DecodedPicture& picture, const DecodeRequest& request, const QByteArray& contents, const QByteArray& profile)
 {
-    const QSize held = heldSize(picture.pixels.size(), request.longestSide);
+    const QSize size = picture.pixels.size();
+    const QSize held = heldSize(size, request.longestSide, mostPixelsOf(size, contents.size()));
     if (held != picture.pixels.size()) {
         if (picture.pixels.hasAlphaChannel()) {
             picture.pixels.convertTo(QImage::Format_ARGB32_Premultiplied);
@@ -228,7 +230,7 @@ DecodedPicture decodeContents(const QByteArray& contents, const DecodeRequest& r
         picture = decodeOther(contents, type, request, profile);
     }
     if (picture->error == DecodeError::None) {
-        finish(*picture, request, profile);
+        finish(*picture, request, contents, profile);
     }
     return *picture;
 }

@@ -102,7 +102,7 @@ DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int lo
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
     if (!picture.size.isEmpty()) {
-        const QSize held = heldSize(picture.size, longestSide);
+        const QSize held = heldSize(picture.size, longestSide, mostPixelsOf(picture.size, contents.size()));
         if (reducible && held != picture.size) {
             reader.setScaledSize(held);
         } else if (reader.imageFormat() != QImage::Format_Invalid) {

@@ -225,7 +225,7 @@ DecodedPicture decode(const Loader& loader, const QByteArray& contents, int long
     if (!isPossible || (loader.type == ContentType::Png && !isStreamed)) {
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
-    const QSize held = heldSize(picture.size, longestSide);
+    const QSize held = heldSize(picture.size, longestSide, mostPixelsOf(picture.size, contents.size()));
     if (isStreamed) {
         image = reducedAsItComes(std::move(image), held);
     } else if (loader.type == ContentType::Jpeg) {
