@@ -31,10 +31,9 @@ class Rest:
         """A show that is stopped and seen as a whole, and no other window."""
         for folder in self.folders:
             folder.look()
-        if not self.person.is_watched:
+        # Opened a second time, even before its first slide is there, the folder would not be watched any more.
+        if not self.person.is_watched or self.program.show_window() is None:
             self.open_anew()
-        if self.program.show_window() is None:
-            self.program.open(self.folders[0].path)
         self.reach_show()
         self.person.close_others()
         self._await(lambda: len(self.program.windows()) == 1, "other windows stay")
