@@ -35,8 +35,7 @@ class Rest:
         if not self.person.is_watched or self.program.show_window() is None:
             self.open_anew()
         self.reach_show()
-        self.person.close_others()
-        self._await(lambda: len(self.program.windows()) == 1, "other windows stay")
+        self._await(self._is_show_alone, "other windows stay", pause=0.5)
         for key, command in (("showFilePath", "ShowFilePath"), ("showFileName", "ShowFileName")):
             if self.program.setting(key) == "true":
                 self.program.perform(command)
@@ -47,6 +46,11 @@ class Rest:
         self._activate()
         self._rest_mouse()
         self._await_stop()
+
+    def _is_show_alone(self):
+        # Again and again: a panel that has to be answered first keeps the windows behind it from being closed.
+        self.person.close_others()
+        return len(self.program.windows()) == 1
 
     def _await_stop(self):
         # A show that a movie interrupts goes on after it: it can only be stopped then.
