@@ -38,26 +38,28 @@ qint64 mostBytesForDecoding()
 
 bool canDecode(QSize size, int bytesPerPixel)
 {
-    return !size.isEmpty() && qint64(size.width()) * size.height() <= mostBytesForDecoding() / bytesPerPixel;
+    constexpr int longest = 1'000'000; // as libpng has it
+    return !size.isEmpty() && size.width() <= longest && size.height() <= longest
+        && qint64(size.width()) * size.height() <= mostBytesForDecoding() / bytesPerPixel;
 }
 
-bool canDecodeInStrips(QSize size)
+bool canDecodeInStrips(QSize size, int bytesPerPixel)
 {
-    // Twice the largest pictures that telescopes and scanners give out in one file; half a minute for a slow codec.
-    constexpr qint64 mostPixels = qint64(1) << 31;
-    return !size.isEmpty() && qint64(size.width()) * size.height() <= mostPixels;
+    // Some hundreds of lines are in memory at a time.
+    constexpr int longest = 100'000;
+    // As PNG, a gigapixel of three bytes each takes 9 to 15 of the 20 seconds that a decoder has.
+    constexpr qint64 mostBytes = 3'300'000'000;
+    return !size.isEmpty() && size.width() <= longest && size.height() <= longest
+        && qint64(size.width()) * size.height() * bytesPerPixel <= mostBytes;
 }
 
-qint64 mostPixelsOf(QSize size, qint64 fileBytes)
+qint64 mostPixelsOf(QSize size, qint64 fileBytes, qint64 pixelsOfAByte)
 {
-    // Photographs of the poorest quality have half a bit for a pixel. Screens have 33 million pixels at most, and what
-    // is shown there is to be seen as it is, however little there is to see.
+    // Screens have 33 million pixels at most, and what is shown there is to be seen as it is, however little there is.
     constexpr qint64 largestScreen = 40'000'000;
-    constexpr qint64 mostPixelsOfAByte = 26;
     constexpr qint64 mostPixelsOfLittle = 24'000'000;
     const qint64 pixels = qint64(size.width()) * size.height();
-    const bool isLittle = pixels > largestScreen && fileBytes < pixels / mostPixelsOfAByte;
-    return isLittle ? mostPixelsOfLittle : mostPixelsHeld;
+    return pixels > largestScreen && fileBytes < pixels / pixelsOfAByte ? mostPixelsOfLittle : mostPixelsHeld;
 }
 
 QSize heldSize(QSize size, int longestSide, qint64 mostPixels)

@@ -17,16 +17,19 @@ qint64 mostBytesOfMachine();
 // The most bytes that decoding one picture may take, from the memory of this machine; never more than 1.25 GiB.
 qint64 mostBytesForDecoding();
 
-// Whether a bitmap of that size is one that may be made while decoding. False for an empty size.
+// Whether a bitmap of that size is one that may be made while decoding. False for an empty size, and for one with a
+// side of more than a million pixels, which is nobody's picture.
 bool canDecode(QSize size, int bytesPerPixel);
 
-// Whether a picture of that size may be decoded where no bitmap of it is made, since it is reduced while it is read:
-// what it takes is time. False for an empty size.
-bool canDecodeInStrips(QSize size);
+// Whether a picture of that size may be reduced while it is read, line by line, where no bitmap of it may be made: its
+// lines must not be too long, nor all of it take longer than a decoder may work. The bytes are those of a pixel in the
+// file's own depth. False for an empty size.
+bool canDecodeInStrips(QSize size, int bytesPerPixel);
 
 // With how many pixels a picture of that size is held whose file has so many bytes: fewer where the file says next to
-// nothing of each, so that a small file never takes much memory.
-qint64 mostPixelsOf(QSize size, qint64 fileBytes);
+// nothing of each, so that a small file never takes much memory. Honest files of its type have a byte for at most so
+// many pixels.
+qint64 mostPixelsOf(QSize size, qint64 fileBytes, qint64 pixelsOfAByte);
 
 // The largest size of the same shape whose longer side is at most that many pixels (0: any) and that has at most
 // mostPixels pixels. Never larger than the given size, no side below 1.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 namespace frameflow {
@@ -155,6 +156,25 @@ ContentType contentType(const QByteArray& contents, QByteArrayView fileName)
         return ContentType::Pcx;
     }
     return typeByName(contents, fileName);
+}
+
+qint64 pixelsOfAByte(ContentType type)
+{
+    switch (type) {
+    // The same pixel many times is all that they can say in few bytes.
+    case ContentType::Bmp:
+    case ContentType::Dds:
+    case ContentType::Pcx:
+    case ContentType::Psd:
+    case ContentType::Radiance:
+    case ContentType::Sgi:
+    case ContentType::Targa:
+        return 26;
+    case ContentType::Svg:
+        return std::numeric_limits<qint64>::max(); // a line of text may draw anything
+    default:
+        return 512; // scanned plans of one bit a pixel have one for 50 to 400
+    }
 }
 
 } // namespace frameflow

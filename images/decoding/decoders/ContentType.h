@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QtGlobal>
 
 namespace frameflow {
 
@@ -34,6 +35,9 @@ enum class ContentType
 
 // By the first bytes; the file name is asked only for the types that have none of their own.
 ContentType contentType(const QByteArray& contents, QByteArrayView fileName);
+
+// For how many pixels an honest file of the type has a byte at least.
+qint64 pixelsOfAByte(ContentType type);
 
 // Whether it is of a kind that Qt opens but shows wrongly: colours given as inks, or grey whose alpha it drops.
 bool isMisreadByQt(const QByteArray& contents, ContentType type);

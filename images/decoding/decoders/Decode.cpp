@@ -42,12 +42,6 @@ bool needsExtra(const QByteArray& contents, ContentType type)
     return type != ContentType::Svg && (!isQtType(type) || isMisreadByQt(contents, type));
 }
 
-// libvips reduces pictures of these types while it reads them, and Qt only those that it has made whole.
-bool isReducedWhileRead(ContentType type)
-{
-    return type == ContentType::Png || type == ContentType::Tiff;
-}
-
 // Whatever profile the file has, its colours have been converted.
 DecodedPicture convertedWithExtra(const QByteArray& contents, ContentType type, int longestSide)
 {
@@ -70,24 +64,13 @@ DecodedPicture decodeByContents(const QByteArray& contents, ContentType type, co
             return *std::move(jpeg);
         }
     }
-    if (isReducedWhileRead(type)) {
-        const QSize size = sizeWithQt(contents, type);
-        if (!size.isEmpty() && heldSize(size, 0, mostPixelsOf(size, contents.size())) != size) {
-            DecodedPicture picture = convertedWithExtra(contents, type, longestSide);
-            // Some are kept in an order in which they cannot be.
-            constexpr int bytesPerPixel = 4;
-            const bool isUnread = picture.error == DecodeError::TooLarge || picture.error == DecodeError::Damaged;
-            if (!isUnread || !canDecode(size, bytesPerPixel)) {
-                return picture;
-            }
-        }
-    }
     DecodedPicture picture = decodeWithQt(contents, type, longestSide);
-    // TIFF is a box for many codecs and layouts, of which each library reads some.
-    if (picture.error == DecodeError::Damaged && type == ContentType::Tiff) {
-        return convertedWithExtra(contents, type, longestSide);
-    }
-    return picture;
+    // TIFF is a box for many codecs and layouts, of which each library reads some. What is too large for a bitmap
+    // libvips may reduce while it reads it.
+    const bool isUnread = picture.error == DecodeError::Damaged && type == ContentType::Tiff;
+    const bool isTooLarge
+        = picture.error == DecodeError::TooLarge && (type == ContentType::Tiff || type == ContentType::Png);
+    return isUnread || isTooLarge ? convertedWithExtra(contents, type, longestSide) : picture;
 }
 
 bool isLargeEnough(QSize preview, QSize raw, int longestSide)
@@ -144,11 +127,9 @@ void addCopy(DecodedPicture& picture, const FrameRule& frame)
 }
 
 // Reduces, converts the colours and turns, each only where it is needed, and makes the copy that is not there yet.
-void finish(
-    DecodedPicture& picture, const DecodeRequest& request, const QByteArray& contents, const QByteArray& profile)
+void finish(DecodedPicture& picture, const DecodeRequest& request, qint64 mostPixels, const QByteArray& profile)
 {
-    const QSize size = picture.pixels.size();
-    const QSize held = heldSize(size, request.longestSide, mostPixelsOf(size, contents.size()));
+    const QSize held = heldSize(picture.pixels.size(), request.longestSide, mostPixels);
     if (held != picture.pixels.size()) {
         if (picture.pixels.hasAlphaChannel()) {
             picture.pixels.convertTo(QImage::Format_ARGB32_Premultiplied);
@@ -230,7 +211,8 @@ DecodedPicture decodeContents(const QByteArray& contents, const DecodeRequest& r
         picture = decodeOther(contents, type, request, profile);
     }
     if (picture->error == DecodeError::None) {
-        finish(*picture, request, contents, profile);
+        const qint64 mostPixels = mostPixelsOf(picture->size, contents.size(), pixelsOfAByte(type));
+        finish(*picture, request, mostPixels, profile);
     }
     return *picture;
 }

@@ -138,8 +138,7 @@ std::optional<DecodedPicture> decodeJpeg(const QByteArray& contents, const Decod
     }
     const QSize size = decompressor.size();
     const QByteArray profile = decompressor.profile();
-    const bool isHeldWhole = !size.isEmpty() && canDecode(size, bytesPerPixel)
-        && heldSize(size, 0, mostPixelsOf(size, contents.size())) == size;
+    const bool isHeldWhole = !size.isEmpty() && heldSize(size, 0) == size && canDecode(size, bytesPerPixel);
     if (!isHeldWhole || (decompressor.isGrey() && !profile.isEmpty())) {
         return std::nullopt;
     }

@@ -73,15 +73,6 @@ bool isQtType(ContentType type)
     return formatOf(type) != nullptr;
 }
 
-QSize sizeWithQt(const QByteArray& contents, ContentType type)
-{
-    limitQtAllocations();
-    QBuffer buffer;
-    buffer.setData(contents);
-    buffer.open(QIODevice::ReadOnly);
-    return QImageReader(&buffer, formatOf(type)).size();
-}
-
 DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int longestSide)
 {
     limitQtAllocations();
@@ -102,7 +93,7 @@ DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int lo
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
     if (!picture.size.isEmpty()) {
-        const QSize held = heldSize(picture.size, longestSide, mostPixelsOf(picture.size, contents.size()));
+        const QSize held = heldSize(picture.size, longestSide);
         if (reducible && held != picture.size) {
             reader.setScaledSize(held);
         } else if (reader.imageFormat() != QImage::Format_Invalid) {

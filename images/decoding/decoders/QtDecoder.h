@@ -11,9 +11,6 @@ void limitQtAllocations();
 // Whether Qt has a reader for the type.
 bool isQtType(ContentType type);
 
-// The size of the first picture of a file, not turned; empty where Qt does not find one.
-QSize sizeWithQt(const QByteArray& contents, ContentType type);
-
 // The first picture of a file (of an icon the largest), not turned and in the file's own colours, reduced while it is
 // decoded where the type allows that.
 DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int longestSide);

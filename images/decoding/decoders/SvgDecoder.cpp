@@ -121,7 +121,7 @@ DecodedPicture decodeSvg(const QByteArray& contents, int longestSide)
     if (picture.size.isEmpty()) {
         return DecodedPicture::failed(DecodeError::Damaged);
     }
-    const QSize held = heldSize(picture.size, longestSide, mostPixelsOf(picture.size, contents.size()));
+    const QSize held = heldSize(picture.size, longestSide);
     reader.setScaledSize(held);
     // The reader clears and draws into a bitmap that fits.
     picture.pixels = largeBitmap(held, QImage::Format_ARGB32_Premultiplied);

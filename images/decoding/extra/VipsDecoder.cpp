@@ -144,23 +144,25 @@ int shrinkFor(QSize size, QSize held)
     return shrink;
 }
 
-// Whether the codec hands the picture over line by line or tile by tile, and keeps no more of it.
+// Whether the codec hands the picture over line by line or tile by tile, and it can be reduced like that. With what
+// shines through, all of it would have to be multiplied first, which takes too long.
 bool comesInStrips(const Loader& loader, const VipsImagePtr& image)
 {
-    return loader.type == ContentType::Tiff
-        || (loader.type == ContentType::Png && vips_image_get_typeof(image.get(), "interlaced") == 0);
+    const bool isWholeInMemory
+        = loader.type == ContentType::Png && vips_image_get_typeof(image.get(), "interlaced") != 0;
+    return (loader.type == ContentType::Tiff || loader.type == ContentType::Png) && !isWholeInMemory
+        && vips_image_hasalpha(image.get()) == FALSE;
 }
 
-// Less to convert: by whole numbers, no further than to the size wanted, in the colours of the file. With what shines
-// through, the colour of what does not show would be mixed in.
+// By whole numbers, no further than to the size wanted, in the colours of the file: less to convert.
 VipsImagePtr reducedAsItComes(VipsImagePtr image, QSize held)
 {
     const QSize size = sizeOf(image);
     const int share = std::min(size.width() / held.width(), size.height() / held.height());
-    if (share < 2 || vips_image_hasalpha(image.get()) != FALSE) {
-        return image;
+    if (share > 1) {
+        image = applied(image, vips_shrink, double(share), double(share));
     }
-    return applied(image, vips_shrink, double(share), double(share));
+    return image;
 }
 
 VipsImagePtr reduced(VipsImagePtr image, QSize held)
@@ -219,14 +221,13 @@ DecodedPicture decode(const Loader& loader, const QByteArray& contents, int long
     const qint64 bytes = VIPS_IMAGE_SIZEOF_PEL(image.get());
     DecodedPicture picture;
     picture.size = sizeOf(image);
-    const bool isStreamed = comesInStrips(loader, image);
-    const bool isPossible = isStreamed ? canDecodeInStrips(picture.size)
-                                       : canDecode(picture.size, static_cast<int>(std::max<qint64>(bytes, 4)));
-    if (!isPossible || (loader.type == ContentType::Png && !isStreamed)) {
+    const bool isLarge = !canDecode(picture.size, static_cast<int>(std::max<qint64>(bytes, 4)));
+    if (isLarge && !(comesInStrips(loader, image) && canDecodeInStrips(picture.size, static_cast<int>(bytes)))) {
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
-    const QSize held = heldSize(picture.size, longestSide, mostPixelsOf(picture.size, contents.size()));
-    if (isStreamed) {
+    const qint64 mostPixels = mostPixelsOf(picture.size, contents.size(), pixelsOfAByte(loader.type));
+    const QSize held = heldSize(picture.size, longestSide, mostPixels);
+    if (isLarge) {
         image = reducedAsItComes(std::move(image), held);
     } else if (loader.type == ContentType::Jpeg) {
         image = load.open({.shrink = shrinkFor(picture.size, held)});

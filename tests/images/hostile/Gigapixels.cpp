@@ -15,12 +15,12 @@ QByteArray halves(char left, char right, int bytes)
 }
 
 // One bit a pixel, each line behind the byte that says that it stands as it is.
-QByteArray quartersOfBits()
+QByteArray quartersOfBits(QSize size)
 {
-    constexpr int bytes = side / 8;
+    const int bytes = size.width() / 8;
     const QByteArray upper = '\0' + halves('\xff', '\0', bytes);
     const QByteArray lower = '\0' + halves('\0', '\xff', bytes);
-    return png(side, side, 1, 0, deflated(upper.repeated(side / 2) + lower.repeated(side / 2)));
+    return deflated(upper.repeated(size.height() / 2) + lower.repeated(size.height() / 2));
 }
 
 // One byte a pixel, one line a strip, and only two lines in the file.
@@ -50,9 +50,18 @@ HostileFiles gigapixelPictures()
     constexpr qsizetype blocks = qsizetype(side / 8) * (side / 8);
     return {
         {"gigapixel 1.jpg", jpegOfZeros(side, blocks / 4)},
-        {"gigapixel 2.png", quartersOfBits()},
+        {"gigapixel 2.png", png(side, side, 1, 0, quartersOfBits(gigapixelSize))},
         {"gigapixel 3.tif", quartersOfStrips()},
     };
+}
+
+HostileFile largeTablePicture()
+{
+    constexpr int colourTable = 3;
+    const QByteArray table = pngChunk("PLTE", QByteArray("\x10\x40\xe0\xf0\x80\x10", 6)); // blue, orange
+    return {"table.png",
+        png(tablePictureSize.width(), tablePictureSize.height(), 1, colourTable, quartersOfBits(tablePictureSize),
+            table)};
 }
 
 } // namespace frameflow

@@ -11,4 +11,9 @@ namespace frameflow {
 constexpr QSize gigapixelSize(32000, 32000);
 HostileFiles gigapixelPictures();
 
+// One whose upper left and lower right quarters are orange and the others blue, of a colour table; too large for a
+// bitmap of its own, but soon read.
+constexpr QSize tablePictureSize(20000, 18000);
+HostileFile largeTablePicture();
+
 } // namespace frameflow
