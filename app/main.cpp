@@ -4,6 +4,7 @@
 #include "SlideController.h"
 #include "StartArguments.h"
 #include "UserDefaults.h"
+#include "XServerProbe.h"
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -11,7 +12,6 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -59,11 +59,18 @@ bool isStartedByBus(int argc, char** argv)
     return argc == 1 && QByteArrayView(argv[0]).endsWith("/frameflow-service");
 }
 
-bool hasDisplay()
+// What is missing, for people; null where the toolkit will find a display. Some other way to one than X is left to it.
+const char* missingDisplay()
 {
-    const char* const variables[] = {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};
-    return std::any_of(
-        std::begin(variables), std::end(variables), [](const char* name) { return qEnvironmentVariableIsSet(name); });
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    const bool isWayland = platform.isEmpty() && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (isWayland || !(platform.isEmpty() || platform.startsWith("xcb"))) {
+        return nullptr;
+    }
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+        return "neither DISPLAY nor WAYLAND_DISPLAY is set";
+    }
+    return frameflow::canReachXServer() ? nullptr : "the one that DISPLAY names cannot be reached";
 }
 
 // While it exists there is no bus for the program. The toolkit connects to it by itself, for screen readers and menus,
@@ -173,11 +180,11 @@ int main(int argc, char** argv)
     DecoderPool::instance().warmUp();
 
     // Qt would abort with advice about its own installation.
-    if (!hasDisplay()) {
+    if (const char* const missing = missingDisplay()) {
         if (program.wait(1s) == OneProgram::Place::Second) {
             return 0;
         }
-        std::fputs("frameflow: there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.\n", stderr);
+        std::fprintf(stderr, "frameflow: there is no display: %s.\n", missing);
         return 1;
     }
 

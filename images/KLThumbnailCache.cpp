@@ -18,7 +18,7 @@ void require(bool condition, int line, const char* message)
     }
 }
 
-// JPEG for photographs; what shines through somewhere is kept exactly, in PNG. Empty when it cannot be done.
+// JPEG for photographs, PNG for what shines through somewhere. Empty when it cannot be done.
 QByteArray packed(const QImage& image)
 {
     constexpr int quality = 92; // no difference to be seen in a thumbnail
@@ -117,6 +117,10 @@ KLThumbnailPtr KLThumbnailCache::findImageWithURL(const FileUrl& url)
         } else if (const QImage image = unpacked(entry->packed); !image.isNull()) {
             found = std::make_shared<const KLThumbnail>(url, image);
             keep(*entry, found);
+        } else {
+            // There was no memory: it is made again when it is wanted.
+            mBytesPacked -= entry->packed.size();
+            mCache.erase(entry);
         }
         isTooMuch = mBytesOfBitmaps > mMostBytesOfBitmaps;
     });

@@ -31,6 +31,8 @@ private Q_SLOTS:
     void termEndsTheProgramCleanly_data();
     void termEndsTheProgramCleanly();
     void aStoppedShowDoesNothing();
+    void aDisplayThatCannotBeReachedIsSaidPlainly_data();
+    void aDisplayThatCannotBeReachedIsSaidPlainly();
 
 private:
     std::unique_ptr<ShowDriver> mShow;
@@ -172,6 +174,31 @@ void LaunchTest::aStoppedShowDoesNothing()
     mShow->press(QStringLiteral("Right"));
     QVERIFY(mShow->waitForColour(mGreen));
     QVERIFY(mShow->waitUntilAtRest(std::chrono::seconds(1)));
+}
+
+void LaunchTest::aDisplayThatCannotBeReachedIsSaidPlainly_data()
+{
+    QTest::addColumn<QString>("display");
+    QTest::addColumn<QString>("platform");
+    QTest::newRow("none") << QString() << QString();
+    QTest::newRow("none, of X") << QString() << QStringLiteral("xcb");
+    QTest::newRow("of no server") << QStringLiteral(":987") << QString();
+    QTest::newRow("no name of a display") << QStringLiteral("garbage") << QStringLiteral("xcb");
+}
+
+void LaunchTest::aDisplayThatCannotBeReachedIsSaidPlainly()
+{
+    QFETCH(QString, display);
+    QFETCH(QString, platform);
+    Program program(ShowDriver::builtProgram());
+    QVERIFY(program.start({QString::fromUtf8(mShow->folder.path())},
+        {{QStringLiteral("DISPLAY"), display}, {QStringLiteral("QT_QPA_PLATFORM"), platform},
+            {QStringLiteral("WAYLAND_DISPLAY"), QString()}}));
+    QVERIFY(program.waitForExit());
+    QCOMPARE(program.exitCode(), std::optional(1));
+    const QByteArray said = program.output();
+    QVERIFY2(said.startsWith("frameflow: there is no display: "), said.constData());
+    QCOMPARE(said.count('\n'), 1);
 }
 
 QTEST_GUILESS_MAIN(LaunchTest)

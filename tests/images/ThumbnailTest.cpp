@@ -184,8 +184,8 @@ void ThumbnailTest::heldSizes_data()
     QTest::newRow("thumbnail of a huge one") << QSize(60000, 30000) << 300 << QSize(300, 150);
     QTest::newRow("never enlarged") << QSize(10, 10) << 300 << QSize(10, 10);
     QTest::newRow("no side vanishes") << QSize(100000, 1) << 300 << QSize(300, 1);
-    QTest::newRow("a line of a milliard pixels") << QSize(1'000'000'000, 1) << 0 << QSize(64'000'000, 1);
-    QTest::newRow("a column of a milliard pixels") << QSize(2, 1'000'000'000) << 0 << QSize(1, 64'000'000);
+    QTest::newRow("a line of a billion pixels") << QSize(1'000'000'000, 1) << 0 << QSize(64'000'000, 1);
+    QTest::newRow("a column of a billion pixels") << QSize(2, 1'000'000'000) << 0 << QSize(1, 64'000'000);
     QTest::newRow("a huge thumbnail") << QSize(60000, 59999) << 8001 << QSize(8000, 8000);
 }
 

@@ -145,7 +145,7 @@ HostileFiles brokenMovies()
     const QByteArray mp4 = made.contentsOf("a.mp4");
     files.append({"movie of no time.mp4", patched(mp4, "mvhd", 16, 0)});
     files.append({"movie of years.mp4", patched(mp4, "mvhd", 20, 0x7fffffff)});
-    files.append({"movie of 4 milliard frames.mp4", patched(mp4, "stts", 8, 0xffffffff)});
+    files.append({"movie of 4 billion frames.mp4", patched(mp4, "stts", 8, 0xffffffff)});
     files.append({"movie with a huge sample.mp4", patched(mp4, "stsz", 16, 0x7fffffff)});
     return files;
 }

@@ -115,8 +115,8 @@ HostileFiles extremeSizes()
 {
     HostileFiles files = claims("claims 60000 by 60000", 60000, 60000);
     files += claims("claims nothing", 0, 0);
-    files += claims("claims 2 milliard squared", 0x7fffffff, 0x7fffffff);
-    files += claims("claims a line of 2 milliard", 0x7fffffff, 1);
+    files += claims("claims 2 billion squared", 0x7fffffff, 0x7fffffff);
+    files += claims("claims a line of 2 billion", 0x7fffffff, 1);
     for (const char* const type : {"png", "jpg", "bmp", "tiff", "ppm"}) {
         files.append({QByteArray("one pixel.") + type, encoded(thin({1, 1}), type)});
         files.append({QByteArray("one by 60000.") + type, encoded(thin({1, 60000}), type)});

@@ -33,7 +33,7 @@ HostileFiles orientations()
         files.append({"orientation " + QByteArray::number(number) + ".jpg", withExif(jpeg(), exifBlock(number))});
     }
     const std::pair<const char*, TiffField> fields[]
-        = {{"of no numbers", {0x0112, 3, 0, 6}}, {"of 4 milliard numbers", {0x0112, 3, 0xffffffff, 6}},
+        = {{"of no numbers", {0x0112, 3, 0, 6}}, {"of 4 billion numbers", {0x0112, 3, 0xffffffff, 6}},
             {"as text", {0x0112, 2, 4, 0x00303036}}, {"as a fraction beyond the end", {0x0112, 5, 1, 0xfffffff0}},
             {"as a floating-point number", {0x0112, 11, 1, 0x7fc00000}}, {"of an unknown kind", {0x0112, 99, 1, 6}},
             {"as 32 bits", {0x0112, 4, 1, 0x00060006}}};
@@ -111,7 +111,7 @@ HostileFiles profiles()
         {"profile for grey.jpg", withProfile(patched(16, "GRAY"))},
         {"profile to another profile.jpg", withProfile(patched(12, "link"))},
         {"profile without white.jpg", withProfile(patched(68, QByteArray(12, '\0')))},
-        {"profile of 4 milliard parts.jpg", withProfile(patched(128, big32(0xffffffff)))},
+        {"profile of 4 billion parts.jpg", withProfile(patched(128, big32(0xffffffff)))},
         {"profile of parts behind its end.jpg", withProfile(patched(136, big32(0xfffffff0) + big32(0xfffffff0)))},
         {"profile of a version to come.jpg", withProfile(patched(8, big32(0x63000000)))},
         {"profile in part 5 of 3.jpg", withProfile(good, '\5', '\3')},
@@ -121,7 +121,7 @@ HostileFiles profiles()
         {"profile for inks.png",
             png(1, 1, 8, 0, lines, pngChunk("iCCP", QByteArray("a\0\0", 3) + deflated(patched(16, "CMYK"))))},
         {"gamma of nothing.png", png(1, 1, 8, 0, lines, pngChunk("gAMA", big32(0)))},
-        {"gamma of 4 milliard.png", png(1, 1, 8, 0, lines, pngChunk("gAMA", big32(0xffffffff)))},
+        {"gamma of 4 billion.png", png(1, 1, 8, 0, lines, pngChunk("gAMA", big32(0xffffffff)))},
         {"colours of no light.png", png(1, 1, 8, 0, lines, pngChunk("cHRM", QByteArray(32, '\0')))},
     };
     for (const int share : {1, 2, 3}) {
