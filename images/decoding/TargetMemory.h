@@ -11,7 +11,7 @@ namespace frameflow {
 
 // How many times the size of its picture memory may have. In one folder there are sizes of all kinds, and fresh pages
 // take as long as decoding: one that is half as large as the one before still goes to the same place.
-inline constexpr qint64 mostTimesLarger = 3;
+inline constexpr qint64 mostTimesLarger = 2;
 
 // Where a large picture is to end up.
 struct MemoryRange

@@ -56,8 +56,7 @@ void GigapixelTest::shownReduced()
     QVERIFY(image);
     QCOMPARE(QSize(image->width(), image->height()), size);
     const QImage held = image->getCGImage();
-    const bool isLittle = !name.endsWith(".jpg"); // a byte for more than 512 pixels
-    QCOMPARE(held.size(), heldSize(size, 0, isLittle ? 24'000'000 : mostPixelsHeld));
+    QCOMPARE(held.size(), heldSize(size, 0, 24'000'000)); // there is next to nothing in the files
     const QPoint end(held.width() - 1, held.height() - 1);
     const QPoint before = end / 2 - QPoint(8, 8);
     const QPoint behind = end / 2 + QPoint(8, 8);

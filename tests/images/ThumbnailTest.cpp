@@ -206,6 +206,7 @@ void ThumbnailTest::smallFilesAreHeldWithFewerPixels_data()
     constexpr qint64 fewer = 24'000'000;
     QTest::newRow("photograph") << QSize(9504, 6336) << qint64(20'000'000) << ContentType::Jpeg << mostPixelsHeld;
     QTest::newRow("empty page") << QSize(9504, 6336) << qint64(700'000) << ContentType::Jpeg << mostPixelsHeld;
+    QTest::newRow("nothing at all") << QSize(9504, 6336) << qint64(240'000) << ContentType::Jpeg << fewer;
     QTest::newRow("scanned plan") << QSize(7016, 9928) << qint64(175'000) << ContentType::Tiff << mostPixelsHeld;
     QTest::newRow("drawing") << QSize(6000, 7500) << qint64(100) << ContentType::Svg << mostPixelsHeld;
     QTest::newRow("plain screen") << QSize(7680, 4320) << qint64(1000) << ContentType::Png << mostPixelsHeld;

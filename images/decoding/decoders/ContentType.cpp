@@ -170,6 +170,8 @@ qint64 pixelsOfAByte(ContentType type)
     case ContentType::Sgi:
     case ContentType::Targa:
         return 26;
+    case ContentType::Jpeg:
+        return 128; // an empty page has one for 57 to 85
     case ContentType::Svg:
         return std::numeric_limits<qint64>::max(); // a line of text may draw anything
     default:

@@ -93,11 +93,13 @@ DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int lo
         return DecodedPicture::failed(DecodeError::TooLarge);
     }
     if (!picture.size.isEmpty()) {
-        const QSize held = heldSize(picture.size, longestSide);
+        const qint64 mostPixels = mostPixelsOf(picture.size, contents.size(), pixelsOfAByte(type));
+        const QSize held = heldSize(picture.size, longestSide, mostPixels);
         if (reducible && held != picture.size) {
             reader.setScaledSize(held);
-        } else if (reader.imageFormat() != QImage::Format_Invalid) {
-            // The reader writes into a bitmap that fits, and makes its own otherwise.
+        } else if (held == picture.size && reader.imageFormat() != QImage::Format_Invalid) {
+            // The reader writes into a bitmap that fits, and makes its own otherwise. What is still to be reduced is not
+            // to take the memory that goes round.
             picture.pixels = targetBitmap(picture.size, reader.imageFormat());
         }
     }
