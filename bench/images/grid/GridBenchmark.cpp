@@ -196,8 +196,10 @@ private:
 
     void cacheAll()
     {
+        constexpr int different = 16;
         std::vector<QImage> pictures;
-        for (int i = 0; i < 16; ++i) {
+        pictures.reserve(different);
+        for (int i = 0; i < different; ++i) {
             pictures.push_back(thumbnail(i));
         }
         KLThumbnailCache& cache = KLThumbnailCache::instance();
