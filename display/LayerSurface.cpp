@@ -2,12 +2,45 @@
 
 #include "OpenGLRenderer.h"
 
+#include <QAbstractNativeEventFilter>
+#include <QCoreApplication>
 #include <QOpenGLContext>
+
+#include <xcb/xcb.h>
 
 namespace frameflow {
 
+// The X server keeps the old size until the window manager agrees, and Qt has drawn for the new one by then. OpenGL
+// counts from the lower edge, so a picture that was drawn too early stands in the wrong place, for as long as it stays.
+class LayerSurface::SizeWatch final : public QAbstractNativeEventFilter
+{
+public:
+    explicit SizeWatch(LayerSurface& surface) : mSurface(surface) { qApp->installNativeEventFilter(this); }
+
+    bool nativeEventFilter(const QByteArray& type, void* message, qintptr* /*result*/) override
+    {
+        if (type != "xcb_generic_event_t") {
+            return false;
+        }
+        const auto* event = static_cast<const xcb_generic_event_t*>(message);
+        if ((event->response_type & 0x7f) == XCB_CONFIGURE_NOTIFY) {
+            const auto* change = static_cast<const xcb_configure_notify_event_t*>(message);
+            const QSize size(change->width, change->height);
+            if (change->window == mSurface.window()->internalWinId() && size != mSize) {
+                mSize = size;
+                mSurface.update();
+            }
+        }
+        return false;
+    }
+
+private:
+    LayerSurface& mSurface;
+    QSize mSize; // pixels of the server
+};
+
 LayerSurface::LayerSurface(const ReducedCopies& copies, std::function<Frame()> frame, QWidget* parent)
-    : QOpenGLWidget(parent), mCopies(copies), mFrame(std::move(frame))
+    : QOpenGLWidget(parent), mCopies(copies), mFrame(std::move(frame)), mSizeWatch(std::make_unique<SizeWatch>(*this))
 {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::NoFocus);

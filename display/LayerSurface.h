@@ -41,6 +41,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    class SizeWatch;
+
     void checkFramebuffer();
     void releaseRenderer();
     void fail();
@@ -48,6 +50,7 @@ private:
     const ReducedCopies& mCopies;
     std::function<Frame()> mFrame;
     std::unique_ptr<OpenGLRenderer> mRenderer;
+    const std::unique_ptr<SizeWatch> mSizeWatch;
     bool mFailed = false;
 };
 

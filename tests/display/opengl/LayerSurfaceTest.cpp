@@ -7,8 +7,12 @@
 #include "ViewFixture.h"
 #include "XServer.h"
 
+#include <QDir>
+#include <QFile>
 #include <QOpenGLContext>
 #include <QtTest>
+
+#include <csignal>
 
 using namespace frameflow;
 
@@ -38,6 +42,25 @@ class LayerSurfaceTest : public QObject
     QImage onScreen(const KLLayerView& view) const
     {
         return mServer->grab(QRect(view.mapToGlobal(QPoint()), view.size()));
+    }
+
+    // The process that manages this display's windows; 0 if there is none.
+    static pid_t windowManager()
+    {
+        const QByteArray mark = "FRAMEFLOW_TEST_HOME=" + qgetenv("FRAMEFLOW_TEST_HOME");
+        const auto contents = [](const QString& path) {
+            QFile file(path);
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        const QStringList processes = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+        for (const QString& process : processes) {
+            const QString folder = QStringLiteral("/proc/%1/").arg(process);
+            if (contents(folder + QStringLiteral("comm")).trimmed() == "openbox"
+                && contents(folder + QStringLiteral("environ")).split('\0').contains(mark)) {
+                return process.toInt();
+            }
+        }
+        return 0;
     }
 
     static QImage expected(const ViewFixture& fixture)
@@ -98,6 +121,27 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
         window.view->resize(200, 150);
         window.view->refresh();
+        QTRY_COMPARE(onScreen(*window.view), solid({200, 150}, Qt::red));
+    }
+
+    // What was drawn for the new size while the server still had the old one stands 50 lines too low afterwards.
+    void aSizeThatIsGrantedLateIsDrawnAgain()
+    {
+        Window window;
+        window.show(solid({10, 10}, Qt::red));
+        window.setFitMode(keys::fitModeStretch);
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        window.view->refresh();
+        QTRY_COMPARE(onScreen(*window.view), solid(viewSize, Qt::red));
+        const pid_t manager = windowManager();
+        QVERIFY(manager > 0);
+        const QSignalSpy drawn(window.view->layerSurface(), &QOpenGLWidget::frameSwapped);
+        ::kill(manager, SIGSTOP);
+        window.view->resize(200, 150);
+        window.view->refresh();
+        const bool isDrawn = QTest::qWaitFor([&] { return !drawn.isEmpty(); });
+        ::kill(manager, SIGCONT);
+        QVERIFY(isDrawn);
         QTRY_COMPARE(onScreen(*window.view), solid({200, 150}, Qt::red));
     }
 
