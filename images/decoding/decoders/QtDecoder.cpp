@@ -98,8 +98,8 @@ DecodedPicture decodeWithQt(const QByteArray& contents, ContentType type, int lo
         if (reducible && held != picture.size) {
             reader.setScaledSize(held);
         } else if (held == picture.size && reader.imageFormat() != QImage::Format_Invalid) {
-            // The reader writes into a bitmap that fits, and makes its own otherwise. What is still to be reduced is not
-            // to take the memory that goes round.
+            // The reader writes into a bitmap that fits, and makes its own otherwise. What is still to be reduced is
+            // not to take the memory that goes round.
             picture.pixels = targetBitmap(picture.size, reader.imageFormat());
         }
     }
