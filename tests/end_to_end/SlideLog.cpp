@@ -1,5 +1,6 @@
 #include "SlideLog.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace frameflow::e2e {
@@ -25,6 +26,8 @@ SlideLog::SlideLog(const XServer& server, const QMap<QByteArray, QColor>& names)
 void SlideLog::look()
 {
     const QColor now(mServer.pixel(mServer.bounds().center()));
+    mLongestGap = std::max(mLongestGap, mSinceLook.isValid() ? mSinceLook.elapsed() : 0);
+    mSinceLook.start();
     for (auto it = mColours.cbegin(); it != mColours.cend(); ++it) {
         if (isNear(now, it.value()) && (mNames.isEmpty() || mNames.last() != it.key())) {
             mNames.append(it.key());

@@ -4,6 +4,7 @@
 
 #include <QByteArrayList>
 #include <QColor>
+#include <QElapsedTimer>
 #include <QMap>
 #include <QTimer>
 
@@ -23,6 +24,9 @@ public:
     QByteArray tail(int count) const { return mNames.mid(std::max<qsizetype>(mNames.size() - count, 0)).join(' '); }
     QByteArray text() const { return mNames.join(' '); }
     void clear() { mNames.clear(); }
+    // Milliseconds at most between two looks: what was there for a shorter time may be missing, on a machine that held
+    // the test up.
+    qint64 longestGap() const { return mLongestGap; }
 
 private:
     void look();
@@ -31,6 +35,8 @@ private:
     const QMap<QByteArray, QColor> mColours;
     QByteArrayList mNames;
     QTimer mTimer;
+    QElapsedTimer mSinceLook;
+    qint64 mLongestGap = 0;
 };
 
 } // namespace frameflow::e2e

@@ -1,3 +1,4 @@
+#include "PictureFiles.h"
 #include "SettingsKeys.h"
 #include "ShowDriver.h"
 
@@ -147,13 +148,13 @@ void StepsTest::digitsRunTheShowAndOtherKeysStopIt()
     addThree();
     QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(red));
-    mShow->press(QStringLiteral("1"));
+    mShow->press(QStringLiteral("2"));
     QVERIFY(mShow->waitForColour(green));
     QVERIFY(mShow->waitForColour(blue));
     QVERIFY(mShow->waitForColour(red));
     mShow->press(QStringLiteral("space")); // stops, and steps
     QVERIFY(mShow->waitForColour(green));
-    QVERIFY(waitFor([] { return storedSetting(keys::slideInterval).toDouble() == 1.0; }));
+    QVERIFY(waitFor([] { return storedSetting(keys::slideInterval).toDouble() == 2.0; }));
     // Stopped: what comes next is what the key brings, not what the timer would have brought.
     mShow->press(QStringLiteral("Left"));
     QVERIFY(mShow->waitForColour(red));
@@ -165,13 +166,23 @@ void StepsTest::crossFadePassesThroughMixedColours()
     mShow->set(keys::transition, QStringLiteral("Cross Fade"));
     QVERIFY(mShow->startAndRest());
     QVERIFY(mShow->waitForColour(red));
-    mShow->press(QStringLiteral("Right"));
     const QPoint middle = mShow->server().bounds().center();
-    QVERIFY(waitFor([&] {
-        const QColor colour = mShow->server().pixel(middle);
-        return colour.red() > 60 && colour.red() < 180 && colour.green() > 35 && colour.green() < 140;
-    }));
-    QVERIFY(mShow->waitForColour(green));
+    bool mixed = false;
+    // A machine that holds this test up for half a second takes the mixture away from it, not from the show.
+    for (int attempt = 0; attempt < 5 && !mixed; ++attempt) {
+        mShow->press(QStringLiteral("Right"));
+        QVERIFY(waitFor([&] {
+            const QColor colour = mShow->server().pixel(middle);
+            mixed |= colour.red() > 60 && colour.red() < 180 && colour.green() > 35 && colour.green() < 140;
+            return isNear(colour.rgb(), green.rgb(), 6);
+        }));
+        if (!mixed) {
+            QVERIFY(mShow->waitUntilAtRest());
+            mShow->press(QStringLiteral("Home"));
+            QVERIFY(mShow->waitForColour(red) && mShow->waitUntilAtRest());
+        }
+    }
+    QVERIFY(mixed);
 }
 
 void StepsTest::brokenFilesAreSteppedOver()
