@@ -1,8 +1,12 @@
-"""Runs clang-tidy over the sources of build/dev that have changed since they were last found clean."""
+"""Runs clang-tidy over the sources of build/dev that have changed since they were last found clean.
+
+What was found clean is kept in the user's cache folder, so that every clone of the tree knows it.
+"""
 
 import concurrent.futures
 import hashlib
 import json
+import os
 import shlex
 import subprocess
 import sys
@@ -58,7 +62,9 @@ def main():
     everything = "--all" in sys.argv[3:]
     only = {Path(name).resolve() for name in sys.argv[3:] if name != "--all"}
     store = top / "build/tidy"
-    store.mkdir(parents=True, exist_ok=True)
+    marks = Path(os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache") / "frameflow-checks/tidy"
+    for folder in (store, marks):
+        folder.mkdir(parents=True, exist_ok=True)
     rules = (top / ".clang-tidy").read_text() + subprocess.run([TIDY, "--version"], capture_output=True, text=True).stdout
     includes, hashes = included_files(top), Hashes()
     work = []
@@ -77,9 +83,9 @@ def main():
         checked += 1
         if object_of(entry) not in includes:
             sys.exit(f"check-tidy: build/dev is not up to date with {source}")
-        parts = [rules, entry["command"], hashes.of(source)]
-        parts += [f"{path} {hashes.of(path)}" for path in sorted(includes[object_of(entry)])]
-        mark = store / hashlib.sha256("\n".join(parts).encode()).hexdigest()
+        parts = [rules, entry["command"].replace(str(top), "."), hashes.of(source)]
+        parts += [f"{path.relative_to(top)} {hashes.of(path)}" for path in sorted(includes[object_of(entry)])]
+        mark = marks / hashlib.sha256("\n".join(parts).encode()).hexdigest()
         if not mark.exists():
             work.append((source, mark))
 
