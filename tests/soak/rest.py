@@ -24,6 +24,7 @@ class Rest:
         self.pictures_folder = pictures_folder
         self.fit = "FitModeFit"
         self.slides_checked = 0
+        self.passed = set()  # titles that were seen in a walk, whatever led to them
 
     # ---- To a state that is known
 
@@ -144,15 +145,15 @@ class Rest:
         self._fail(f"steps do not lead to {sorted(missing)}, but to {sorted(strange)}")
 
     def _walk(self, files):
-        """The titles that steps have led to, and those before them: a movie that ends leads to the next slide by itself."""
+        """The titles that steps have led to, and all that were seen: a movie that ends leads to the next slide by itself."""
         self.screen.press_key("Home")
         self._await_stillness()
         seen, passed, without_news = set(), set(), 0
+        self.passed = passed
         for _ in range(3 * files + 20):
             if without_news > 4 + files // 4:
                 break
             self._await_quiet(2)
-            passed.add(self._title())
             title = self._step()
             self.log(f"rest: step to {title}")
             without_news = 0 if title not in seen else without_news + 1
@@ -165,6 +166,7 @@ class Rest:
     def _step(self):
         """The title that it leads to; the same where it was none, as in a transition."""
         before = self._title()
+        self.passed.add(before)
         self.screen.press_key("Right")
         until = clock.now() + 0.5
         while self._title() == before and clock.now() < until:
@@ -177,7 +179,10 @@ class Rest:
         """Until the program does nothing, or for so many seconds: a movie plays on."""
         until, last, unchanged = clock.now() + most, None, 0
         while unchanged < 3 and clock.now() < until:
-            time.sleep(0.1)
+            # The shortest movies last a fifth of a second, and several may follow each other.
+            for _ in range(5):
+                self.passed.add(self._title())
+                time.sleep(0.02)
             now = self.program.wakes()
             unchanged = unchanged + 1 if now is not None and now == last else 0
             last = now
