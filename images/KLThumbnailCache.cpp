@@ -104,6 +104,18 @@ void KLThumbnailCache::addImage(const KLThumbnailPtr& thumbnail)
 KLThumbnailPtr KLThumbnailCache::findImageWithURL(const FileUrl& url)
 {
     KLThumbnailPtr found;
+    {
+        // A grid that is scrolled asks for dozens in each frame, and another thread is some way off.
+        const std::lock_guard lock(mMutex);
+        const auto entry = mCache.find(url);
+        if (entry == mCache.end()) {
+            return {};
+        }
+        if (entry->thumbnail) {
+            mRecent.splice(mRecent.begin(), mRecent, entry->place);
+            return entry->thumbnail;
+        }
+    }
     bool isTooMuch = false;
     mDispatchQueue.sync([&] {
         const std::lock_guard lock(mMutex);
@@ -128,6 +140,42 @@ KLThumbnailPtr KLThumbnailCache::findImageWithURL(const FileUrl& url)
         packLater();
     }
     return found;
+}
+
+// Each in a job of its own, like compressing.
+void KLThumbnailCache::prepare(const std::vector<FileUrl>& urls)
+{
+    for (const FileUrl& url : urls) {
+        mDispatchQueue.async([this, url] { unpack(url); });
+    }
+}
+
+void KLThumbnailCache::unpack(const FileUrl& url)
+{
+    QByteArray bytes;
+    {
+        const std::lock_guard lock(mMutex);
+        const auto entry = mCache.find(url);
+        if (entry == mCache.end() || entry->thumbnail) {
+            return;
+        }
+        bytes = entry->packed;
+    }
+    // Without the lock, which others want for a moment.
+    const QImage image = unpacked(bytes);
+    bool isTooMuch = false;
+    if (!image.isNull()) {
+        const std::lock_guard lock(mMutex);
+        const auto entry = mCache.find(url);
+        if (entry == mCache.end() || entry->thumbnail) {
+            return; // purged meanwhile
+        }
+        keep(*entry, std::make_shared<const KLThumbnail>(url, image));
+        isTooMuch = mBytesOfBitmaps > mMostBytesOfBitmaps;
+    }
+    if (isTooMuch) {
+        packLater();
+    }
 }
 
 void KLThumbnailCache::removeAll()

@@ -8,6 +8,7 @@
 
 #include <list>
 #include <mutex>
+#include <vector>
 
 namespace frameflow {
 
@@ -35,6 +36,8 @@ public:
     void addImage(const KLThumbnailPtr& thumbnail);
     // Null when absent. One that was compressed is not exactly the one that was added.
     KLThumbnailPtr findImageWithURL(const FileUrl& url);
+    // These are about to be asked for: what is compressed among them is made a bitmap in the background.
+    void prepare(const std::vector<FileUrl>& urls);
     void removeAll();
 
     // What all pictures take, in bytes, once those that are too many have been compressed: waits for that.
@@ -47,6 +50,7 @@ private:
         QByteArray packed; // empty where it has never been compressed
         std::list<FileUrl>::iterator place; // in mRecent, where there is a thumbnail
     };
+    void unpack(const FileUrl& url);
     void keep(Entry& entry, const KLThumbnailPtr& thumbnail);
     void forgetBitmap(Entry& entry);
     void packLater();

@@ -21,6 +21,7 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace frameflow {
@@ -303,6 +304,7 @@ void KLGridWindowController::visibleCellsChanged()
     if (!mWindow->isVisible()) {
         return;
     }
+    prepareWhatComes();
     std::vector<FileUrl> missing;
     for (const KLThumbnailView* cell : cells()) {
         if (!cell->hasImage() && !cell->url().isEmpty()) {
@@ -310,6 +312,25 @@ void KLGridWindowController::visibleCellsChanged()
         }
     }
     mThumbnails.setVisible(std::move(missing), [this] { return filesAround(); });
+}
+
+// As many rows as have just come into view, and one, in the direction of scrolling.
+void KLGridWindowController::prepareWhatComes()
+{
+    const GridRows rows = myTableView->visibleRows();
+    const qint64 moved = rows.first - std::exchange(mFirstRow, rows.first);
+    if (moved == 0 || rows.isEmpty()) {
+        return;
+    }
+    const qint64 count = std::min(std::abs(moved), rows.last - rows.first) + 1;
+    const qint64 from = moved > 0 ? rows.last + 1 : std::max<qint64>(rows.first - count, 0);
+    const qint64 to = moved > 0 ? std::min(from + count, numberOfRowsInTableView()) : rows.first;
+    std::vector<FileUrl> files;
+    const auto end = std::min(indexFromRow(std::max(from, to), 0), fileCount());
+    for (size_t index = indexFromRow(from, 0); index < end; ++index) {
+        files.push_back(urlAtIndex(index));
+    }
+    KLThumbnailCache::instance().prepare(files);
 }
 
 // A view's height after what is in view, and then before it.

@@ -93,6 +93,7 @@ private:
     void keepSelection();
     void thumbnailArrived(const FileUrl& url, const QImage& picture);
     void visibleCellsChanged();
+    void prepareWhatComes();
     std::vector<FileUrl> filesAround() const;
     std::vector<KLThumbnailView*> cells() const;
 
@@ -110,6 +111,7 @@ private:
     FileUrl mSelectedURL;
     FileUrl mCurrentSlideURL; // as it was told last
     quint64 mShownRevision = 0; // of the sequence
+    qint64 mFirstRow = 0; // in view, when the cells changed last
     TimePoint mLastReload{};
     OneShotTimer mLiveResize;
     OneShotTimer mScreenRest;

@@ -35,6 +35,7 @@ private Q_SLOTS:
     void thumbnailsHaveNoLimit();
     void manyThumbnailsAreKeptCompressed();
     void thumbnailThatIsReplacedIsNotTheCompressedOne();
+    void thumbnailsThatComeNextAreUncompressedAhead();
     void transparentThumbnailsStayTransparent();
 
 private:
@@ -331,6 +332,29 @@ void CachesTest::thumbnailThatIsReplacedIsNotTheCompressedOne()
     cache.addImage(std::make_shared<const KLThumbnail>(url, blue));
     QVERIFY(cache.bytes() > 0);
     QCOMPARE(cache.findImageWithURL(url)->mImage(), blue);
+}
+
+void CachesTest::thumbnailsThatComeNextAreUncompressedAhead()
+{
+    QImage noise(30, 20, QImage::Format_RGB32);
+    for (int i = 0; i < 600; ++i) {
+        noise.setPixel(i % 30, i / 30, qRgb(i * 77 % 256, i * 131 % 256, i * 29 % 256)); // no JPEG is like that
+    }
+    KLThumbnailCache cache(2 * noise.sizeInBytes());
+    const auto a = FileUrl::fromPath(QByteArray("/a"));
+    const auto b = FileUrl::fromPath(QByteArray("/b"));
+    const auto c = FileUrl::fromPath(QByteArray("/c"));
+    for (const FileUrl& url : {a, b, c}) {
+        cache.addImage(std::make_shared<const KLThumbnail>(url, noise));
+    }
+    QVERIFY(cache.bytes() > 0); // "a" has been compressed
+    cache.prepare({c, a, FileUrl::fromPath(QByteArray("/unknown"))});
+    QVERIFY(cache.bytes() > 0); // "a" is a bitmap, so "b" has been compressed
+    QVERIFY(cache.findImageWithURL(b)->mImage() != noise);
+    QCOMPARE(cache.findImageWithURL(c)->mImage(), noise);
+    cache.removeAll();
+    cache.prepare({a, b});
+    QCOMPARE(cache.bytes(), 0);
 }
 
 void CachesTest::transparentThumbnailsStayTransparent()
