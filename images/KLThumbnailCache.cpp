@@ -4,6 +4,8 @@
 
 #include <QBuffer>
 
+#include <utility>
+
 namespace frameflow {
 
 namespace {
@@ -59,6 +61,12 @@ QImage KLThumbnailCache::imageWithURL(const FileUrl& url)
     return found ? found->mImage() : QImage();
 }
 
+QImage KLThumbnailCache::bitmapWithURL(const FileUrl& url)
+{
+    const auto found = instance().findBitmap(url);
+    return found ? found->mImage() : QImage();
+}
+
 bool KLThumbnailCache::hasImageWithURL(const FileUrl& url)
 {
     KLThumbnailCache& cache = instance();
@@ -103,78 +111,82 @@ void KLThumbnailCache::addImage(const KLThumbnailPtr& thumbnail)
 
 KLThumbnailPtr KLThumbnailCache::findImageWithURL(const FileUrl& url)
 {
-    KLThumbnailPtr found;
-    {
-        // A grid that is scrolled asks for dozens in each frame, and another thread is some way off.
-        const std::lock_guard lock(mMutex);
-        const auto entry = mCache.find(url);
-        if (entry == mCache.end()) {
-            return {};
-        }
-        if (entry->thumbnail) {
-            mRecent.splice(mRecent.begin(), mRecent, entry->place);
-            return entry->thumbnail;
-        }
-    }
-    bool isTooMuch = false;
-    mDispatchQueue.sync([&] {
-        const std::lock_guard lock(mMutex);
-        const auto entry = mCache.find(url);
-        if (entry == mCache.end()) {
-            return;
-        }
-        found = entry->thumbnail;
-        if (found) {
-            mRecent.splice(mRecent.begin(), mRecent, entry->place);
-        } else if (const QImage image = unpacked(entry->packed); !image.isNull()) {
-            found = std::make_shared<const KLThumbnail>(url, image);
-            keep(*entry, found);
-        } else {
-            // There was no memory: it is made again when it is wanted.
-            mBytesPacked -= entry->packed.size();
-            mCache.erase(entry);
-        }
-        isTooMuch = mBytesOfBitmaps > mMostBytesOfBitmaps;
-    });
-    if (isTooMuch) {
-        packLater();
-    }
-    return found;
+    const auto found = findBitmap(url);
+    return found ? found : unpack(url);
 }
 
-// Each in a job of its own, like compressing.
-void KLThumbnailCache::prepare(const std::vector<FileUrl>& urls)
+// A grid that is scrolled asks for dozens in each frame, and another thread is some way off.
+KLThumbnailPtr KLThumbnailCache::findBitmap(const FileUrl& url)
 {
-    for (const FileUrl& url : urls) {
-        mDispatchQueue.async([this, url] { unpack(url); });
+    const std::lock_guard lock(mMutex);
+    const auto entry = mCache.find(url);
+    if (entry == mCache.end() || !entry->thumbnail) {
+        return {};
     }
+    mRecent.splice(mRecent.begin(), mRecent, entry->place);
+    return entry->thumbnail;
 }
 
-void KLThumbnailCache::unpack(const FileUrl& url)
+KLThumbnailPtr KLThumbnailCache::unpack(const FileUrl& url)
 {
     QByteArray bytes;
     {
         const std::lock_guard lock(mMutex);
         const auto entry = mCache.find(url);
         if (entry == mCache.end() || entry->thumbnail) {
-            return;
+            return entry == mCache.end() ? KLThumbnailPtr() : entry->thumbnail;
         }
         bytes = entry->packed;
     }
     // Without the lock, which others want for a moment.
     const QImage image = unpacked(bytes);
-    bool isTooMuch = false;
-    if (!image.isNull()) {
-        const std::lock_guard lock(mMutex);
-        const auto entry = mCache.find(url);
-        if (entry == mCache.end() || entry->thumbnail) {
-            return; // purged meanwhile
-        }
-        keep(*entry, std::make_shared<const KLThumbnail>(url, image));
-        isTooMuch = mBytesOfBitmaps > mMostBytesOfBitmaps;
+    const std::lock_guard lock(mMutex);
+    const auto entry = mCache.find(url);
+    if (entry == mCache.end() || entry->thumbnail) {
+        return entry == mCache.end() ? KLThumbnailPtr() : entry->thumbnail; // purged or found by another meanwhile
     }
-    if (isTooMuch) {
+    if (image.isNull()) {
+        // There was no memory: it is made again when it is wanted.
+        mBytesPacked -= entry->packed.size();
+        mCache.erase(entry);
+        return {};
+    }
+    const auto thumbnail = std::make_shared<const KLThumbnail>(url, image);
+    keep(*entry, thumbnail);
+    if (mBytesOfBitmaps > mMostBytesOfBitmaps) {
         packLater();
+    }
+    return thumbnail;
+}
+
+void KLThumbnailCache::prepare(const std::vector<FileUrl>& urls, Ready ready)
+{
+    const auto shared = std::make_shared<const Ready>(std::move(ready));
+    const std::lock_guard lock(mMutex);
+    mWanted.clear();
+    for (const FileUrl& url : urls) {
+        if (mCache.contains(url)) {
+            mWanted.push_back({url, shared});
+            // Each in a job of its own, like compressing.
+            mDispatchQueue.async([this] { prepareNext(); });
+        }
+    }
+}
+
+void KLThumbnailCache::prepareNext()
+{
+    Wanted next;
+    {
+        const std::lock_guard lock(mMutex);
+        if (mWanted.empty()) {
+            return; // given up
+        }
+        next = std::move(mWanted.front());
+        mWanted.pop_front();
+    }
+    const auto found = unpack(next.url);
+    if (*next.ready) {
+        (*next.ready)(next.url, found ? found->mImage() : QImage());
     }
 }
 
@@ -183,6 +195,7 @@ void KLThumbnailCache::removeAll()
     const std::lock_guard lock(mMutex);
     mCache.clear();
     mRecent.clear();
+    mWanted.clear();
     mBytesOfBitmaps = 0;
     mBytesPacked = 0;
 }

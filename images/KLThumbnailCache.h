@@ -6,6 +6,8 @@
 #include <QByteArray>
 #include <QHash>
 
+#include <deque>
+#include <functional>
 #include <list>
 #include <mutex>
 #include <vector>
@@ -24,8 +26,10 @@ public:
     explicit KLThumbnailCache(qsizetype bytesOfBitmaps = mostBytesOfBitmaps);
 
     static KLThumbnailCache& instance();
-    // The cached picture, else null; never loads.
+    // The cached picture, else null; never loads. Uncompresses, which takes about a millisecond, where it has to.
     static QImage imageWithURL(const FileUrl& url);
+    // The cached picture if it is there as a bitmap, else null; never waits.
+    static QImage bitmapWithURL(const FileUrl& url);
     // Whether there is one, which costs nothing.
     static bool hasImageWithURL(const FileUrl& url);
     // Makes the thumbnail, on the calling thread, and keeps it; null when there is none. Blocks.
@@ -36,8 +40,12 @@ public:
     void addImage(const KLThumbnailPtr& thumbnail);
     // Null when absent. One that was compressed is not exactly the one that was added.
     KLThumbnailPtr findImageWithURL(const FileUrl& url);
-    // These are about to be asked for: what is compressed among them is made a bitmap in the background.
-    void prepare(const std::vector<FileUrl>& urls);
+    // Called on another thread for each file that is there, with null where there is no memory for its picture, which
+    // is then not there any more.
+    using Ready = std::function<void(const FileUrl& url, const QImage& picture)>;
+    // These are about to be asked for: what is compressed among them is made a bitmap in the background, in this order.
+    // What was asked for earlier and has not been begun is given up.
+    void prepare(const std::vector<FileUrl>& urls, Ready ready = {});
     void removeAll();
 
     // What all pictures take, in bytes, once those that are too many have been compressed: waits for that.
@@ -50,7 +58,15 @@ private:
         QByteArray packed; // empty where it has never been compressed
         std::list<FileUrl>::iterator place; // in mRecent, where there is a thumbnail
     };
-    void unpack(const FileUrl& url);
+    struct Wanted
+    {
+        FileUrl url;
+        std::shared_ptr<const Ready> ready;
+    };
+    // Null when absent and when there is no memory for it.
+    KLThumbnailPtr findBitmap(const FileUrl& url);
+    KLThumbnailPtr unpack(const FileUrl& url);
+    void prepareNext();
     void keep(Entry& entry, const KLThumbnailPtr& thumbnail);
     void forgetBitmap(Entry& entry);
     void packLater();
@@ -64,6 +80,7 @@ private:
     std::list<FileUrl> mRecent; // what is there as a bitmap, the latest asked for first
     qsizetype mBytesOfBitmaps = 0;
     qsizetype mBytesPacked = 0;
+    std::deque<Wanted> mWanted;
     SerialQueue mDispatchQueue;
 };
 

@@ -4,6 +4,7 @@
 #include "ThumbnailLoader.h"
 
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace frameflow {
@@ -20,16 +21,21 @@ public:
     GridThumbnails(
         DecoderPool& pool, Clock& clock, std::function<void(const FileUrl& url, const QImage& picture)> arrived);
 
-    // The files in view that have no picture yet, in their order, and what answers those around them when it is time to
-    // ask. What is not among them any more is given up.
-    void setVisible(std::vector<FileUrl> missing, std::function<std::vector<FileUrl>()> around);
+    // The files in view that have no picture yet, in their order, those that are about to come into view, whose
+    // pictures are uncompressed if there are any, and what answers those around them when it is time to ask. What is
+    // not among them any more is given up.
+    void setVisible(const std::vector<FileUrl>& missing, const std::vector<FileUrl>& coming,
+        std::function<std::vector<FileUrl>()> around);
     void giveUp();
     // What could not be made is tried again.
     void forgetFailures() { mLoader.forgetFailures(); }
     bool isIdle() const { return mLoader.isIdle() && !mRest.isActive(); }
 
 private:
+    using Arrived = std::function<void(const FileUrl& url, const QImage& picture)>;
+
     Clock& mClock;
+    const std::shared_ptr<const Arrived> mArrived;
     ThumbnailLoader mLoader;
     OneShotTimer mRest;
 };

@@ -36,6 +36,8 @@ constexpr double screenRest = 0.4000000059604645;
 constexpr Duration screenRestCheck = std::chrono::milliseconds(400);
 // The shortest time between two reloads that a changing sequence causes.
 constexpr Duration followingTime = std::chrono::milliseconds(100);
+// How many thumbnails a frame uncompresses itself, some milliseconds; the others come from another thread.
+constexpr int mostUncompressedAtOnce = 4;
 
 } // namespace
 
@@ -273,9 +275,19 @@ KLThumbnailView* KLGridWindowController::viewForTableColumn(int column, qint64 r
         return cell;
     }
     cell->setIsMovie(KLImage::isMovieURL(url));
-    cell->setImage(KLThumbnailCache::imageWithURL(url));
+    cell->setImage(thumbnailForURL(url));
     cell->setText(printable(QString::fromUtf8(url.fileName())));
     return cell;
+}
+
+QImage KLGridWindowController::thumbnailForURL(const FileUrl& url)
+{
+    const QImage bitmap = KLThumbnailCache::bitmapWithURL(url);
+    if (!bitmap.isNull() || !KLThumbnailCache::hasImageWithURL(url) || mUncompressed == mostUncompressedAtOnce) {
+        return bitmap;
+    }
+    ++mUncompressed;
+    return KLThumbnailCache::imageWithURL(url);
 }
 
 size_t KLGridWindowController::fileCount() const
@@ -301,36 +313,36 @@ std::vector<KLThumbnailView*> KLGridWindowController::cells() const
 
 void KLGridWindowController::visibleCellsChanged()
 {
+    mUncompressed = 0;
     if (!mWindow->isVisible()) {
         return;
     }
-    prepareWhatComes();
     std::vector<FileUrl> missing;
     for (const KLThumbnailView* cell : cells()) {
         if (!cell->hasImage() && !cell->url().isEmpty()) {
             missing.push_back(cell->url());
         }
     }
-    mThumbnails.setVisible(std::move(missing), [this] { return filesAround(); });
+    mThumbnails.setVisible(missing, filesThatCome(), [this] { return filesAround(); });
 }
 
 // As many rows as have just come into view, and one, in the direction of scrolling.
-void KLGridWindowController::prepareWhatComes()
+std::vector<FileUrl> KLGridWindowController::filesThatCome()
 {
+    std::vector<FileUrl> files;
     const GridRows rows = myTableView->visibleRows();
     const qint64 moved = rows.first - std::exchange(mFirstRow, rows.first);
     if (moved == 0 || rows.isEmpty()) {
-        return;
+        return files;
     }
     const qint64 count = std::min(std::abs(moved), rows.last - rows.first) + 1;
     const qint64 from = moved > 0 ? rows.last + 1 : std::max<qint64>(rows.first - count, 0);
     const qint64 to = moved > 0 ? std::min(from + count, numberOfRowsInTableView()) : rows.first;
-    std::vector<FileUrl> files;
     const auto end = std::min(indexFromRow(std::max(from, to), 0), fileCount());
     for (size_t index = indexFromRow(from, 0); index < end; ++index) {
         files.push_back(urlAtIndex(index));
     }
-    KLThumbnailCache::instance().prepare(files);
+    return files;
 }
 
 // A view's height after what is in view, and then before it.

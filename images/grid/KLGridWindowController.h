@@ -89,11 +89,12 @@ private:
     double windowWidth() const;
     size_t fileCount() const;
     FileUrl urlAtIndex(size_t index) const;
+    QImage thumbnailForURL(const FileUrl& url);
     void select(std::optional<size_t> index);
     void keepSelection();
     void thumbnailArrived(const FileUrl& url, const QImage& picture);
     void visibleCellsChanged();
-    void prepareWhatComes();
+    std::vector<FileUrl> filesThatCome();
     std::vector<FileUrl> filesAround() const;
     std::vector<KLThumbnailView*> cells() const;
 
@@ -112,6 +113,7 @@ private:
     FileUrl mCurrentSlideURL; // as it was told last
     quint64 mShownRevision = 0; // of the sequence
     qint64 mFirstRow = 0; // in view, when the cells changed last
+    int mUncompressed = 0; // since then
     TimePoint mLastReload{};
     OneShotTimer mLiveResize;
     OneShotTimer mScreenRest;

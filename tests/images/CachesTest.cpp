@@ -3,6 +3,7 @@
 #include "KLThumbnailCache.h"
 #include "PictureFiles.h"
 
+#include <QSemaphore>
 #include <QTest>
 
 #include <cstdio>
@@ -36,6 +37,9 @@ private Q_SLOTS:
     void manyThumbnailsAreKeptCompressed();
     void thumbnailThatIsReplacedIsNotTheCompressedOne();
     void thumbnailsThatComeNextAreUncompressedAhead();
+    void whatIsPreparedIsHandedOver();
+    void whatWasToBePreparedBeforeIsGivenUp();
+    void onlyBitmapsAreThereAtOnce();
     void transparentThumbnailsStayTransparent();
 
 private:
@@ -355,6 +359,75 @@ void CachesTest::thumbnailsThatComeNextAreUncompressedAhead()
     cache.removeAll();
     cache.prepare({a, b});
     QCOMPARE(cache.bytes(), 0);
+}
+
+void CachesTest::whatIsPreparedIsHandedOver()
+{
+    QImage red(30, 20, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    KLThumbnailCache cache(1);
+    const auto a = FileUrl::fromPath(QByteArray("/a"));
+    const auto b = FileUrl::fromPath(QByteArray("/b"));
+    cache.addImage(std::make_shared<const KLThumbnail>(a, red));
+    cache.addImage(std::make_shared<const KLThumbnail>(b, red));
+    QVERIFY(cache.bytes() > 0); // "a" has been compressed
+    QList<FileUrl> ready;
+    bool allAreRed = true;
+    cache.prepare({b, FileUrl::fromPath(QByteArray("/unknown")), a}, [&](const FileUrl& url, const QImage& picture) {
+        ready.append(url);
+        allAreRed = allAreRed && isNear(picture, red);
+    });
+    QVERIFY(cache.bytes() > 0); // that is done
+    QCOMPARE(ready, (QList<FileUrl>{b, a}));
+    QVERIFY(allAreRed);
+}
+
+void CachesTest::whatWasToBePreparedBeforeIsGivenUp()
+{
+    QImage red(30, 20, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    KLThumbnailCache cache;
+    const auto a = FileUrl::fromPath(QByteArray("/a"));
+    const auto b = FileUrl::fromPath(QByteArray("/b"));
+    const auto c = FileUrl::fromPath(QByteArray("/c"));
+    for (const FileUrl& url : {a, b, c}) {
+        cache.addImage(std::make_shared<const KLThumbnail>(url, red));
+    }
+    QSemaphore begun;
+    QSemaphore proceed;
+    QList<FileUrl> ready;
+    cache.prepare({a, b}, [&](const FileUrl& url, const QImage&) {
+        ready.append(url);
+        begun.release();
+        proceed.acquire();
+    });
+    begun.acquire();
+    QSemaphore done;
+    cache.prepare({c}, [&](const FileUrl& url, const QImage&) {
+        ready.append(url);
+        done.release();
+    });
+    proceed.release(2);
+    done.acquire();
+    QVERIFY(cache.bytes() > 0); // whatever else the queue had to do is done
+    QCOMPARE(ready, (QList<FileUrl>{a, c}));
+}
+
+void CachesTest::onlyBitmapsAreThereAtOnce()
+{
+    KLThumbnailCache& cache = KLThumbnailCache::instance();
+    // More than all bitmaps may take.
+    QImage large(5000, 5200, QImage::Format_RGB32);
+    large.fill(Qt::red);
+    const auto a = FileUrl::fromPath(QByteArray("/a"));
+    cache.addImage(std::make_shared<const KLThumbnail>(a, large.scaled(30, 20)));
+    QVERIFY(!KLThumbnailCache::bitmapWithURL(a).isNull());
+    cache.addImage(std::make_shared<const KLThumbnail>(FileUrl::fromPath(QByteArray("/b")), large));
+    QVERIFY(cache.bytes() > 0); // "a" has been compressed
+    QVERIFY(KLThumbnailCache::hasImageWithURL(a));
+    QVERIFY(KLThumbnailCache::bitmapWithURL(a).isNull());
+    QVERIFY(!KLThumbnailCache::imageWithURL(a).isNull());
+    QVERIFY(!KLThumbnailCache::bitmapWithURL(a).isNull());
 }
 
 void CachesTest::transparentThumbnailsStayTransparent()

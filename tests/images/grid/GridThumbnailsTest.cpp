@@ -26,6 +26,7 @@ private Q_SLOTS:
     void theLastRowHasEmptyPlaces();
     void aPlaceBehindTheLastFileKeepsTheTextOfItsCell();
     void aCachedThumbnailIsThereAtOnce();
+    void compressedThumbnailsAreNotWaitedFor();
     void onlyWhatIsInViewIsMadeUntilTheGridRests();
     void atRestTheThumbnailsAroundAreMadeReady();
     void whatIsScrolledAwayIsGivenUp();
@@ -122,6 +123,39 @@ void GridThumbnailsTest::aCachedThumbnailIsThereAtOnce()
     mGrid->grid().adjustColumns();
     QVERIFY(!mGrid->cells().empty());
     QVERIFY(allInViewHavePictures());
+}
+
+void GridThumbnailsTest::compressedThumbnailsAreNotWaitedFor()
+{
+    mGrid->addPictures(30);
+    QList<FileUrl> files;
+    for (int number = 0; number < 30; ++number) {
+        files.append(mGrid->folder.urlOf(QByteArray::number(number).rightJustified(3, '0') + ".png"));
+        KLThumbnailCache::cacheImageWithURL(files.last());
+    }
+    QImage large(5000, 5200, QImage::Format_RGB32); // more than all bitmaps may take
+    large.fill(Qt::red);
+    KLThumbnailCache::instance().addImage(
+        std::make_shared<const KLThumbnail>(FileUrl::fromPath(QByteArray("/large")), large));
+    QVERIFY(KLThumbnailCache::instance().bytes() > 0); // all others have been compressed
+    QVERIFY(KLThumbnailCache::bitmapWithURL(files.first()).isNull());
+    mGrid->collect();
+    mGrid->grid().adjustColumns();
+    const auto pictures = [this] {
+        const auto cells = mGrid->cells();
+        return std::count_if(cells.begin(), cells.end(), [](const KLThumbnailView* cell) { return cell->hasImage(); });
+    };
+    QVERIFY(mGrid->cells().size() > 4);
+    QCOMPARE(pictures(), 4);
+    QVERIFY(mGrid->cells().front()->hasImage());
+    mGrid->show();
+    QVERIFY(mGrid->cells().size() > 8);
+    QVERIFY(std::all_of(files.begin(), files.end(), KLThumbnailCache::hasImageWithURL));
+    // No file is read again for that.
+    for (const FileUrl& url : std::as_const(files)) {
+        QVERIFY(QFile::remove(QString::fromUtf8(url.path())));
+    }
+    QTRY_VERIFY(allInViewHavePictures());
 }
 
 void GridThumbnailsTest::onlyWhatIsInViewIsMadeUntilTheGridRests()
