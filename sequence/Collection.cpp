@@ -1,6 +1,7 @@
 #include "Collection.h"
 
 #include "Duplicates.h"
+#include "FirstOfFolder.h"
 #include "FolderWalk.h"
 #include "Sources.h"
 
@@ -49,12 +50,28 @@ private:
     steady_clock::time_point mDue = steady_clock::now() + longestWait;
 };
 
+// What is found first is shown first: of a single folder, what is likely to be the first of the order too.
+SlideItemPtr likelyFirst(const Collection& collection, const FileUrl& folder)
+{
+    const bool isAll = collection.request.entries.size() == 1 && collection.collected->items.empty();
+    return isAll && collection.order ? firstOfFolder(folder, *collection.order, collection.cancel) : SlideItemPtr();
+}
+
 void searchFolder(const Collection& collection, const FileUrl& folder, Batches& batches)
 {
     batches.flush();
     collection.reports.folderBegun(folder);
-    walkFolder(
-        folder, collection.levelLimit, collection.cancel, [&](SlideItemPtr item) { batches.add(std::move(item)); });
+    auto first = likelyFirst(collection, folder);
+    if (first) {
+        batches.add(first);
+    }
+    walkFolder(folder, collection.levelLimit, collection.cancel, [&](SlideItemPtr item) {
+        if (first && item->isEqual(*first)) {
+            first.reset(); // it is there already
+        } else {
+            batches.add(std::move(item));
+        }
+    });
     batches.flush();
     collection.reports.folderEnded();
 }

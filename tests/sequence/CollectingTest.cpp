@@ -1,5 +1,8 @@
 #include "CollectingFixture.h"
 #include "Collection.h"
+#include "FirstOfFolder.h"
+#include "FolderWalk.h"
+#include "SettingsKeys.h"
 
 #include <QElapsedTimer>
 
@@ -65,6 +68,11 @@ private Q_SLOTS:
     void clearFirstDropsWhatIsThere();
     void clearOnEmptiesAfterQueuedCollections();
     void collectionAfterQueuedClearStartsEmpty();
+
+    void theFirstOfTheOrderIsFoundFirst_data();
+    void theFirstOfTheOrderIsFoundFirst();
+    void otherOrdersAreFoundAsTheFileSystemListsThem();
+    void theFirstOfTheOrderIsLookedForAmongSoMany();
 
     void batchesStartWithOneItemAndAreBounded();
     void cancelledCollectionReportsNothingMore();
@@ -264,6 +272,88 @@ void CollectingTest::collectionAfterQueuedClearStartsEmpty()
     QCOMPARE(f.sequence.count(), size_t(3));
     QTRY_COMPARE(f.finished, 1);
     QCOMPARE(f.names(), "2.jpg");
+}
+
+void CollectingTest::theFirstOfTheOrderIsFoundFirst_data()
+{
+    QTest::addColumn<QString>("order");
+    QTest::addColumn<QByteArrayList>("names");
+    QTest::addColumn<QByteArray>("first");
+    QByteArrayList many;
+    for (int number = 400; number > 1; --number) {
+        many.append(QByteArray::number(number) + ".jpg");
+    }
+    QTest::newRow("by name, numbers count") << "name" << many << QByteArray("2.jpg");
+    QTest::newRow("by path") << "url" << many << QByteArray("10.jpg");
+    const QByteArrayList letters{"c.png", "B.png", "a.png", "A.png"};
+    QTest::newRow("by name, case decides only between equals") << "name" << letters << QByteArray("A.png");
+    QTest::newRow("by path, case counts") << "url" << letters << QByteArray("A.png");
+    QTest::newRow("what cannot be shown is none")
+        << "name" << QByteArrayList{"a.txt", ".a.jpg", "z.jpg"} << QByteArray("z.jpg");
+    QTest::newRow("of a JPEG and its companion the JPEG")
+        << "name" << QByteArrayList{"a.CR2", "a.JPG", "b.JPG"} << QByteArray("a.JPG");
+    QTest::newRow("a raw picture alone") << "name" << QByteArrayList{"a.CR2", "b.JPG"} << QByteArray("a.CR2");
+    QTest::newRow("one") << "name" << QByteArrayList{"a.jpg"} << QByteArray("a.jpg");
+    QTest::newRow("in a subfolder alone") << "name" << QByteArrayList{"x/a.jpg"} << QByteArray("x/a.jpg");
+}
+
+void CollectingTest::theFirstOfTheOrderIsFoundFirst()
+{
+    QFETCH(QString, order);
+    QFETCH(QByteArrayList, names);
+    QFETCH(QByteArray, first);
+    QueuedFixture f;
+    f.folder.addFolder("x");
+    for (const QByteArray& name : names) {
+        f.folder.addFile(name);
+    }
+    f.set(keys::sort, order);
+    QList<FileUrl> found;
+    f.delegate.onFirstFile = [&] { found.append(f.sequence.current()); };
+    f.collect(f.folderRequest());
+    QTRY_COMPARE(f.finished, 1);
+    QCOMPARE(found, QList<FileUrl>{f.folder.urlOf(first)});
+    QCOMPARE(f.sequence.first(), found.first());
+    QList<FileUrl> all;
+    for (size_t index = 0; index < f.sequence.count(); ++index) {
+        QVERIFY(!all.contains(f.sequence.URLAtIndex(index))); // nothing is there twice
+        all.append(f.sequence.URLAtIndex(index));
+    }
+}
+
+void CollectingTest::otherOrdersAreFoundAsTheFileSystemListsThem()
+{
+    QueuedFixture f(50);
+    FileUrl listedFirst;
+    walkFolder(f.folder.url(), 0, CancelToken(),
+        [&](const SlideItemPtr& item) { listedFirst = listedFirst.isEmpty() ? item->mURL() : listedFirst; });
+    QList<FileUrl> found;
+    f.delegate.onFirstFile = [&] { found.append(f.sequence.current()); };
+    for (const char* order : {"date", "random"}) {
+        f.set(keys::sort, QString::fromUtf8(order));
+        f.collect({Adder::Directory, {f.folder.url()}, true, true, true});
+    }
+    f.set(keys::sort, keys::sortByName);
+    f.collect({Adder::Directory, {f.folder.url()}, true, false, false}); // which sorts nothing
+    QTRY_COMPARE(f.finished, 3);
+    QCOMPARE(found, (QList<FileUrl>{listedFirst, listedFirst, listedFirst}));
+}
+
+void CollectingTest::theFirstOfTheOrderIsLookedForAmongSoMany()
+{
+    QueuedFixture f(50);
+    FileUrl listedFirst;
+    walkFolder(f.folder.url(), 0, CancelToken(),
+        [&](const SlideItemPtr& item) { listedFirst = listedFirst.isEmpty() ? item->mURL() : listedFirst; });
+    QCOMPARE(firstOfFolder(f.folder.url(), SortOrder::Name, CancelToken(), 1)->mURL(), listedFirst);
+    QCOMPARE(firstOfFolder(f.folder.url(), SortOrder::Name, CancelToken(), 50)->mURL(), f.folder.urlOf("0.jpg"));
+    const CancelToken cancelled;
+    cancelled.cancel();
+    QCOMPARE(firstOfFolder(f.folder.url(), SortOrder::Name, cancelled)->mURL(), listedFirst);
+    QVERIFY(!firstOfFolder(f.folder.urlOf("missing"), SortOrder::Name, CancelToken()));
+    // A link that leads nowhere is no file.
+    f.folder.addLink("-.jpg", "nowhere");
+    QVERIFY(!firstOfFolder(f.folder.url(), SortOrder::Name, CancelToken()));
 }
 
 void CollectingTest::batchesStartWithOneItemAndAreBounded()

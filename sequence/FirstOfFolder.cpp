@@ -1,0 +1,87 @@
+#include "FirstOfFolder.h"
+
+#include "FolderWalk.h"
+#include "NameKey.h"
+
+#include <compare>
+#include <string>
+#include <utility>
+
+namespace frameflow {
+
+namespace {
+
+// The first one of those that it was offered.
+class First
+{
+public:
+    explicit First(SortOrder order) : mOrder(order) { }
+
+    void offer(QByteArrayView name)
+    {
+        mKey.clear();
+        if (mOrder == SortOrder::Name) {
+            appendNameKey(name, mKey);
+        }
+        const int place = mName.isNull() ? -1 : mKey.compare(mFirstKey);
+        if (place < 0 || (place == 0 && name < QByteArrayView(mName))) {
+            mName = name.toByteArray();
+            std::swap(mKey, mFirstKey);
+        }
+    }
+
+    SlideItemPtr item(const QByteArray& prefix) const
+    {
+        const QByteArray path = prefix + mName;
+        const bool isFile = !mName.isNull() && kindOfPath(path) == PathKind::File;
+        return isFile ? SlideItem::itemWithURL(FileUrl::fromPath(path)) : SlideItemPtr();
+    }
+
+private:
+    const SortOrder mOrder;
+    QByteArray mName;
+    std::string mFirstKey;
+    std::string mKey; // of the one that is offered; here for its memory
+};
+
+bool isJpeg(QByteArrayView name)
+{
+    constexpr QByteArrayView suffix(".jpg");
+    return name.size() > suffix.size() && name.last(suffix.size()).compare(suffix, Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, const CancelToken& cancel, size_t mostNames)
+{
+    if (order != SortOrder::Name && order != SortOrder::Url) {
+        return {};
+    }
+    First first(order);
+    First firstJpeg(order);
+    QByteArray prefix;
+    size_t left = mostNames;
+    const CancelToken enough;
+    WalkSinks sinks;
+    sinks.file = [&](const ListedFile& file) {
+        if (prefix.isNull()) {
+            prefix = file.prefix();
+        }
+        first.offer(file.name());
+        if (isJpeg(file.name())) {
+            firstJpeg.offer(file.name());
+        }
+        if (--left == 0 || cancel.isCancelled()) {
+            enough.cancel();
+        }
+    };
+    walkTree(folder, 1, enough, sinks);
+    const auto item = first.item(prefix);
+    if (item && !item->isJPG()) {
+        const auto jpeg = firstJpeg.item(prefix);
+        return jpeg && std::is_eq(jpeg->baseCompare(*item)) ? jpeg : item;
+    }
+    return item;
+}
+
+} // namespace frameflow
