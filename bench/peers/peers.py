@@ -34,6 +34,7 @@ ROWS = (
     ("worst", "hurried step, the worst", "ms", 0),
     ("thumbnails", "thumbnails a second", "", 1),
     ("memory", "memory after 20 slides", "MiB", 0),
+    ("beyond", "of it beyond the pictures that are held, where those can be told", "MiB", 0),
     ("idle", "processor while nothing happens", "%", 1),
 )
 
@@ -70,6 +71,8 @@ def measure_steps(figures, running, folders, steps):
     ):
         figures.add(running.viewer, row, [value * 1000 for value in values])
     figures.add(running.viewer, "memory", [result["memory"]])
+    if result["beyond"] is not None:
+        figures.add(running.viewer, "beyond", [result["beyond"]])
     figures.add(running.viewer, "idle", [result["idle"]])
 
 

@@ -46,6 +46,11 @@ def proportional_bytes(processes):
     return total
 
 
+def mapped(process, name):
+    """How many areas of its memory are of a file of that name."""
+    return sum(line.endswith(name) for line in _text(f"/proc/{process}/maps").splitlines())
+
+
 def processor_seconds(processes):
     """What their threads have used so far."""
     ticks = 0
