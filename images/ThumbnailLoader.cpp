@@ -23,7 +23,7 @@ public:
     {
     }
 
-    void setWanted(const std::vector<FileUrl>& files);
+    void setWanted(const std::vector<FileUrl>& files, Begun begun);
     void forgetFailures() { mFailed.clear(); }
     void giveUp();
     bool isIdle() const { return mWaiting.empty() && mRunning.isEmpty(); }
@@ -42,14 +42,15 @@ private:
     const qsizetype mMostRunning = 2 * std::max<qsizetype>(1, std::thread::hardware_concurrency());
 };
 
-void ThumbnailLoader::State::setWanted(const std::vector<FileUrl>& files)
+void ThumbnailLoader::State::setWanted(const std::vector<FileUrl>& files, Begun begun)
 {
     const QSet<FileUrl> wanted(files.begin(), files.end());
     for (auto running = mRunning.begin(); running != mRunning.end();) {
-        if (wanted.contains(running.key())) {
+        const DecoderPool::Ticket ticket = running.value();
+        if (wanted.contains(running.key()) || (begun == Begun::Finished && !ticket.cancelUnlessBegun())) {
             ++running;
         } else {
-            running.value().cancel();
+            ticket.cancel();
             running = mRunning.erase(running);
         }
     }
@@ -125,9 +126,9 @@ ThumbnailLoader::~ThumbnailLoader()
     mState->giveUp();
 }
 
-void ThumbnailLoader::setWanted(const std::vector<FileUrl>& files)
+void ThumbnailLoader::setWanted(const std::vector<FileUrl>& files, Begun begun)
 {
-    mState->setWanted(files);
+    mState->setWanted(files, begun);
 }
 
 void ThumbnailLoader::forgetFailures()

@@ -24,9 +24,15 @@ public:
     ThumbnailLoader(const ThumbnailLoader&) = delete;
     ThumbnailLoader& operator=(const ThumbnailLoader&) = delete;
 
+    // What becomes of what is being made and is not wanted any more.
+    enum class Begun
+    {
+        GivenUp,
+        Finished, // which costs less, unless it takes long
+    };
     // What is wanted from now on, the most urgent first. What is cached, or was found to have no thumbnail since it
     // was wanted first, is passed over; what is not among them is given up.
-    void setWanted(const std::vector<FileUrl>& files);
+    void setWanted(const std::vector<FileUrl>& files, Begun begun = Begun::GivenUp);
     // Lets those that were found to have no thumbnail be tried again when they are wanted next.
     void forgetFailures();
     // Whether all that is wanted has arrived.

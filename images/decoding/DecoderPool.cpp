@@ -38,6 +38,12 @@ void DecoderPool::Ticket::cancel() const
     }
 }
 
+bool DecoderPool::Ticket::cancelUnlessBegun() const
+{
+    const auto pool = mJob ? mJob->pool.lock() : nullptr;
+    return pool && pool->cancelUnlessBegun(mJob);
+}
+
 void DecoderPool::Ticket::raise(Urgency urgency) const
 {
     if (const auto pool = mJob ? mJob->pool.lock() : nullptr) {

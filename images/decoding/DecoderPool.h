@@ -58,6 +58,8 @@ public:
         Ticket() = default;
         // Its callback hears Cancelled, unless it is being told something else just now.
         void cancel() const;
+        // The same where it has not begun, else false: ending a decoder costs more than most thumbnails do.
+        bool cancelUnlessBegun() const;
         void raise(Urgency urgency) const;
 
     private:

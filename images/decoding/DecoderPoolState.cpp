@@ -114,6 +114,17 @@ void DecoderPoolState::cancel(const PoolJobPtr& job)
     schedule();
 }
 
+bool DecoderPoolState::cancelUnlessBegun(const PoolJobPtr& job)
+{
+    const Lock lock(mMutex);
+    if (job->stage != PoolJob::Stage::Waiting) {
+        return false;
+    }
+    abandon(job);
+    schedule();
+    return true;
+}
+
 void DecoderPoolState::raise(const PoolJobPtr& job, Urgency urgency)
 {
     const Lock lock(mMutex);

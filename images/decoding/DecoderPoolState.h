@@ -31,6 +31,7 @@ public:
 
     PoolJobPtr submit(const DecodeJob& order, std::function<void(DecodedFile&&)> done);
     void cancel(const PoolJobPtr& job);
+    bool cancelUnlessBegun(const PoolJobPtr& job);
     void raise(const PoolJobPtr& job, Urgency urgency);
     QList<pid_t> processes() const;
 

@@ -27,7 +27,8 @@ void GridThumbnails::setVisible(const std::vector<FileUrl>& missing, const std::
                 }
             });
         });
-    mLoader.setWanted(missing);
+    // A decoder is given up for one that takes long, and the grid rests.
+    mLoader.setWanted(missing, ThumbnailLoader::Begun::Finished);
     mRest.start(mClock.now() + restingTime, [this, wanted = missing, around = std::move(around)]() mutable {
         const std::vector<FileUrl> others = around();
         wanted.insert(wanted.end(), others.begin(), others.end());

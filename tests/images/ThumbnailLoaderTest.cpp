@@ -7,6 +7,8 @@
 
 #include <QTest>
 
+#include <algorithm>
+
 using namespace frameflow;
 using namespace std::chrono_literals;
 
@@ -26,6 +28,7 @@ private Q_SLOTS:
     void aBadFileIsTriedAgainWhenItIsWantedAgain();
     void aForgottenFailureIsTriedAgain();
     void whatIsNoLongerWantedIsGivenUp();
+    void whatHasBegunMayBeFinished();
     void nothingArrivesAfterTheLoaderIsGone();
     void theCallbackMayDestroyTheLoader();
     void namesWantedTwiceArriveOnce();
@@ -155,6 +158,38 @@ void ThumbnailLoaderTest::whatIsNoLongerWantedIsGivenUp()
     QTRY_VERIFY(mLoader->isIdle());
     QCOMPARE(mArrived, std::vector{last});
     QVERIFY(staysTrueFor(200ms, [this] { return mArrived.size() == 1; }));
+}
+
+void ThumbnailLoaderTest::whatHasBegunMayBeFinished()
+{
+    DecoderPool::Options options = DecoderPool::installed();
+    options.atOnce = 2;
+    DecoderPool pool(options);
+    std::vector<FileUrl> arrived;
+    ThumbnailLoader loader(pool, [&](const FileUrl& url, const QImage&) { arrived.push_back(url); });
+    const auto processes = [&] {
+        auto ids = pool.processes();
+        std::sort(ids.begin(), ids.end());
+        return ids;
+    };
+    loader.setWanted(add(0, 2));
+    QTRY_COMPARE(arrived.size(), size_t(2));
+    const auto before = processes();
+    QVERIFY(!before.isEmpty());
+    arrived.clear();
+
+    constexpr QSize large(3000, 2000);
+    const std::vector<FileUrl> scrolledAway{add(10, large), add(11, large), add(12), add(13)};
+    const FileUrl inView = add(20);
+    loader.setWanted(scrolledAway);
+    loader.setWanted({inView}, ThumbnailLoader::Begun::Finished);
+    QTRY_COMPARE(arrived.size(), size_t(3));
+    QVERIFY(loader.isIdle());
+    for (const FileUrl& url : {scrolledAway[0], scrolledAway[1], inView}) {
+        QVERIFY(std::find(arrived.begin(), arrived.end(), url) != arrived.end());
+        QVERIFY(KLThumbnailCache::hasImageWithURL(url));
+    }
+    QCOMPARE(processes(), before);
 }
 
 void ThumbnailLoaderTest::nothingArrivesAfterTheLoaderIsGone()
