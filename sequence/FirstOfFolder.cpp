@@ -52,7 +52,7 @@ bool isJpeg(QByteArrayView name)
 
 } // namespace
 
-SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, const CancelToken& cancel, size_t mostNames)
+SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, const CancelToken& cancel, qint64 mostNames)
 {
     if (order != SortOrder::Name && order != SortOrder::Url) {
         return {};
@@ -60,9 +60,9 @@ SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, const CancelT
     First first(order);
     First firstJpeg(order);
     QByteArray prefix;
-    size_t left = mostNames;
-    const CancelToken enough;
+    qint64 left = mostNames;
     WalkSinks sinks;
+    sinks.goesOn = [&] { return left-- > 0; };
     sinks.file = [&](const ListedFile& file) {
         if (prefix.isNull()) {
             prefix = file.prefix();
@@ -71,11 +71,8 @@ SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, const CancelT
         if (isJpeg(file.name())) {
             firstJpeg.offer(file.name());
         }
-        if (--left == 0 || cancel.isCancelled()) {
-            enough.cancel();
-        }
     };
-    walkTree(folder, 1, enough, sinks);
+    walkTree(folder, 1, cancel, sinks);
     const auto item = first.item(prefix);
     if (item && !item->isJPG()) {
         const auto jpeg = firstJpeg.item(prefix);

@@ -174,7 +174,10 @@ public:
     {
         go(openDirectory(AT_FDCWD, folder.path().constData(), 0), folder.path());
         FolderEntry entry;
-        while (!mFolders.empty() && !mCancel.isCancelled()) {
+        while (!mFolders.empty()) {
+            if (mCancel.isCancelled() || (mSinks.goesOn && !mSinks.goesOn())) {
+                return WalkEnd::Cancelled;
+            }
             if (!mFolders.back().next(entry)) {
                 mFolders.pop_back();
             } else if (mFolders.size() > 1 || !entry.name.startsWith('.')) {

@@ -37,9 +37,11 @@ public:
     virtual int folder() const = 0;
 };
 
-// What a walk tells. Either may be absent.
+// What a walk tells. Each may be absent.
 struct WalkSinks
 {
+    // Asked before each entry, also of what is not told: false ends the walk as if it had been cancelled.
+    std::function<bool()> goesOn;
     // Each folder before it is listed, with an open descriptor; with -1 one that cannot be listed, or is not there.
     std::function<void(int folder, const QByteArray& path)> folder;
     // Valid during the call alone.
