@@ -94,18 +94,19 @@ void KLThumbnailCache::addImage(const KLThumbnailPtr& thumbnail)
     require(thumbnail != nullptr, 58, "the image may not be nil");
     require(!thumbnail->mURL().isEmpty(), 59, "the url may not be nil");
     require(!thumbnail->mImage().isNull(), 60, "the url may not be nil");
-    bool isTooMuch = false;
-    mDispatchQueue.sync([&] {
+    bool isMuchTooMuch = false;
+    {
         const std::lock_guard lock(mMutex);
         Entry& entry = mCache[thumbnail->mURL()];
         forgetBitmap(entry);
         mBytesPacked -= entry.packed.size();
         entry.packed.clear();
         keep(entry, thumbnail);
-        isTooMuch = mBytesOfBitmaps > mMostBytesOfBitmaps;
-    });
-    if (isTooMuch) {
-        packLater();
+        isMuchTooMuch = mBytesOfBitmaps > 2 * mMostBytesOfBitmaps;
+    }
+    // Who adds waits for nobody, unless it adds faster than others compress.
+    if (isMuchTooMuch) {
+        mDispatchQueue.sync([this] { packTheOldest(); });
     }
 }
 
@@ -120,11 +121,7 @@ KLThumbnailPtr KLThumbnailCache::findBitmap(const FileUrl& url)
 {
     const std::lock_guard lock(mMutex);
     const auto entry = mCache.find(url);
-    if (entry == mCache.end() || !entry->thumbnail) {
-        return {};
-    }
-    mRecent.splice(mRecent.begin(), mRecent, entry->place);
-    return entry->thumbnail;
+    return entry != mCache.end() ? used(*entry) : KLThumbnailPtr();
 }
 
 KLThumbnailPtr KLThumbnailCache::unpack(const FileUrl& url)
@@ -134,7 +131,7 @@ KLThumbnailPtr KLThumbnailCache::unpack(const FileUrl& url)
         const std::lock_guard lock(mMutex);
         const auto entry = mCache.find(url);
         if (entry == mCache.end() || entry->thumbnail) {
-            return entry == mCache.end() ? KLThumbnailPtr() : entry->thumbnail;
+            return entry != mCache.end() ? used(*entry) : KLThumbnailPtr();
         }
         bytes = entry->packed;
     }
@@ -142,8 +139,9 @@ KLThumbnailPtr KLThumbnailCache::unpack(const FileUrl& url)
     const QImage image = unpacked(bytes);
     const std::lock_guard lock(mMutex);
     const auto entry = mCache.find(url);
-    if (entry == mCache.end() || entry->thumbnail) {
-        return entry == mCache.end() ? KLThumbnailPtr() : entry->thumbnail; // purged or found by another meanwhile
+    // Purged, replaced, or found by another meanwhile?
+    if (entry == mCache.end() || entry->thumbnail || entry->packed.constData() != bytes.constData()) {
+        return entry != mCache.end() ? used(*entry) : KLThumbnailPtr();
     }
     if (image.isNull()) {
         // There was no memory: it is made again when it is wanted.
@@ -153,9 +151,6 @@ KLThumbnailPtr KLThumbnailCache::unpack(const FileUrl& url)
     }
     const auto thumbnail = std::make_shared<const KLThumbnail>(url, image);
     keep(*entry, thumbnail);
-    if (mBytesOfBitmaps > mMostBytesOfBitmaps) {
-        packLater();
-    }
     return thumbnail;
 }
 
@@ -216,6 +211,18 @@ void KLThumbnailCache::keep(Entry& entry, const KLThumbnailPtr& thumbnail)
     entry.thumbnail = thumbnail;
     entry.place = mRecent.insert(mRecent.begin(), thumbnail->mURL());
     mBytesOfBitmaps += thumbnail->mImage().sizeInBytes();
+    if (mBytesOfBitmaps > mMostBytesOfBitmaps) {
+        packLater();
+    }
+}
+
+// The last to be compressed from now on; null where it is only there compressed.
+KLThumbnailPtr KLThumbnailCache::used(Entry& entry)
+{
+    if (entry.thumbnail) {
+        mRecent.splice(mRecent.begin(), mRecent, entry.place);
+    }
+    return entry.thumbnail;
 }
 
 void KLThumbnailCache::forgetBitmap(Entry& entry)

@@ -68,6 +68,7 @@ private:
     KLThumbnailPtr unpack(const FileUrl& url);
     void prepareNext();
     void keep(Entry& entry, const KLThumbnailPtr& thumbnail);
+    KLThumbnailPtr used(Entry& entry);
     void forgetBitmap(Entry& entry);
     void packLater();
     // Compresses the bitmap that has not been asked for the longest, if there are too many. False when there are not.

@@ -37,6 +37,7 @@ private:
     std::function<void(const FileUrl&, const QImage&)> mArrived;
     std::deque<FileUrl> mWaiting;
     QHash<FileUrl, DecoderPool::Ticket> mRunning;
+    QSet<FileUrl> mWanted;
     QSet<FileUrl> mFailed; // among those wanted
     // Twice as many as work at a time: the next one is there when one is done, and few are begun in an old order.
     const qsizetype mMostRunning = 2 * std::max<qsizetype>(1, std::thread::hardware_concurrency());
@@ -44,17 +45,17 @@ private:
 
 void ThumbnailLoader::State::setWanted(const std::vector<FileUrl>& files, Begun begun)
 {
-    const QSet<FileUrl> wanted(files.begin(), files.end());
+    mWanted = QSet<FileUrl>(files.begin(), files.end());
     for (auto running = mRunning.begin(); running != mRunning.end();) {
         const DecoderPool::Ticket ticket = running.value();
-        if (wanted.contains(running.key()) || (begun == Begun::Finished && !ticket.cancelUnlessBegun())) {
+        if (mWanted.contains(running.key()) || (begun == Begun::Finished && !ticket.cancelUnlessBegun())) {
             ++running;
         } else {
             ticket.cancel();
             running = mRunning.erase(running);
         }
     }
-    mFailed.intersect(wanted);
+    mFailed.intersect(mWanted);
     mWaiting.clear();
     QSet<FileUrl> seen;
     for (const FileUrl& url : files) {
@@ -69,6 +70,7 @@ void ThumbnailLoader::State::setWanted(const std::vector<FileUrl>& files, Begun 
 
 void ThumbnailLoader::State::giveUp()
 {
+    mWanted.clear();
     mWaiting.clear();
     for (const auto& ticket : std::as_const(mRunning)) {
         ticket.cancel();
@@ -107,7 +109,9 @@ void ThumbnailLoader::State::done(const FileUrl& url, const QImage& picture)
         return; // nobody wants it any more
     }
     if (picture.isNull()) {
-        mFailed.insert(url);
+        if (mWanted.contains(url)) {
+            mFailed.insert(url);
+        }
     } else {
         KLThumbnailCache::instance().addImage(std::make_shared<const KLThumbnail>(url, picture));
     }

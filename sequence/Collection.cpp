@@ -53,8 +53,11 @@ private:
 // What is found first is shown first: of a single folder, what is likely to be the first of the order too.
 SlideItemPtr likelyFirst(const Collection& collection, const FileUrl& folder)
 {
-    const bool isAll = collection.request.entries.size() == 1 && collection.collected->items.empty();
-    return isAll && collection.order ? firstOfFolder(folder, *collection.order, collection.cancel) : SlideItemPtr();
+    const CollectionRequest& request = collection.request;
+    const bool isAll = request.entries.size() == 1 && collection.collected->items.empty();
+    return isAll && collection.order
+        ? firstOfFolder(folder, *collection.order, request.removeDuplicatesAfterwards, collection.cancel)
+        : SlideItemPtr();
 }
 
 void searchFolder(const Collection& collection, const FileUrl& folder, Batches& batches)

@@ -52,7 +52,8 @@ bool isJpeg(QByteArrayView name)
 
 } // namespace
 
-SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, const CancelToken& cancel, qint64 mostNames)
+SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, bool leavesOutCompanions, const CancelToken& cancel,
+    const FirstOfFolderLimits& limits)
 {
     if (order != SortOrder::Name && order != SortOrder::Url) {
         return {};
@@ -60,21 +61,22 @@ SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, const CancelT
     First first(order);
     First firstJpeg(order);
     QByteArray prefix;
-    qint64 left = mostNames;
+    qint64 left = limits.entries;
+    const auto end = std::chrono::steady_clock::now() + limits.time;
     WalkSinks sinks;
-    sinks.goesOn = [&] { return left-- > 0; };
+    sinks.goesOn = [&] { return left-- > 0 && std::chrono::steady_clock::now() < end; };
     sinks.file = [&](const ListedFile& file) {
         if (prefix.isNull()) {
             prefix = file.prefix();
         }
         first.offer(file.name());
-        if (isJpeg(file.name())) {
+        if (leavesOutCompanions && isJpeg(file.name())) {
             firstJpeg.offer(file.name());
         }
     };
     walkTree(folder, 1, cancel, sinks);
     const auto item = first.item(prefix);
-    if (item && !item->isJPG()) {
+    if (leavesOutCompanions && item && !item->isJPG()) {
         const auto jpeg = firstJpeg.item(prefix);
         return jpeg && std::is_eq(jpeg->baseCompare(*item)) ? jpeg : item;
     }

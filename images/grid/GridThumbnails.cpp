@@ -17,30 +17,54 @@ GridThumbnails::GridThumbnails(
 void GridThumbnails::setVisible(const std::vector<FileUrl>& missing, const std::vector<FileUrl>& coming,
     std::function<std::vector<FileUrl>()> around)
 {
-    std::vector<FileUrl> soon = missing;
-    soon.insert(soon.end(), coming.begin(), coming.end());
-    KLThumbnailCache::instance().prepare(
-        soon, [weak = std::weak_ptr(mArrived)](const FileUrl& url, const QImage& picture) {
-            postToMainThread([weak, url, picture] {
-                if (const auto arrived = weak.lock()) {
-                    (*arrived)(url, picture);
-                }
-            });
-        });
-    // A decoder is given up for one that takes long, and the grid rests.
-    mLoader.setWanted(missing, ThumbnailLoader::Begun::Finished);
-    mRest.start(mClock.now() + restingTime, [this, wanted = missing, around = std::move(around)]() mutable {
+    mMissing = missing;
+    prepare(coming);
+    // A decoder that is ended has to be replaced, which costs more than most thumbnails do.
+    const bool isLenient = mClock.now() < mGivenUp + longestLeniency;
+    setWanted(missing, isLenient ? ThumbnailLoader::Begun::Finished : ThumbnailLoader::Begun::GivenUp);
+    mRest.start(mClock.now() + restingTime, [this, around = std::move(around)] {
+        std::vector<FileUrl> wanted = mMissing;
         const std::vector<FileUrl> others = around();
         wanted.insert(wanted.end(), others.begin(), others.end());
-        mLoader.setWanted(wanted);
+        setWanted(wanted, ThumbnailLoader::Begun::GivenUp);
     });
 }
 
 void GridThumbnails::giveUp()
 {
     mRest.stop();
-    mLoader.setWanted({});
-    KLThumbnailCache::instance().prepare({});
+    mMissing.clear();
+    prepare({});
+    setWanted({}, ThumbnailLoader::Begun::GivenUp);
+}
+
+// What is in view comes before what comes next.
+void GridThumbnails::prepare(const std::vector<FileUrl>& coming)
+{
+    std::vector<FileUrl> soon = mMissing;
+    soon.insert(soon.end(), coming.begin(), coming.end());
+    const auto ready = [this, weak = std::weak_ptr(mArrived)](const FileUrl& url, const QImage& picture) {
+        postToMainThread([this, weak, url, picture] {
+            const auto arrived = weak.lock();
+            if (!arrived) {
+                return; // nor is there anything else of this object
+            }
+            if (!picture.isNull()) {
+                (*arrived)(url, picture);
+            } else {
+                setWanted(mMissing, ThumbnailLoader::Begun::Finished); // there was no memory, so it is made again
+            }
+        });
+    };
+    KLThumbnailCache::instance().prepare(soon, ready);
+}
+
+void GridThumbnails::setWanted(const std::vector<FileUrl>& files, ThumbnailLoader::Begun begun)
+{
+    if (begun == ThumbnailLoader::Begun::GivenUp) {
+        mGivenUp = mClock.now();
+    }
+    mLoader.setWanted(files, begun);
 }
 
 } // namespace frameflow

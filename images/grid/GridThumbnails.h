@@ -16,6 +16,8 @@ class GridThumbnails
 public:
     // For how long the same files must have been in view before others are made ready.
     static constexpr Duration restingTime = std::chrono::milliseconds(150);
+    // For how long, while the grid does not rest, what has begun keeps the place of what is in view.
+    static constexpr Duration longestLeniency = std::chrono::milliseconds(500);
 
     // All outlive this. "Arrived" as ThumbnailLoader has it.
     GridThumbnails(
@@ -34,8 +36,13 @@ public:
 private:
     using Arrived = std::function<void(const FileUrl& url, const QImage& picture)>;
 
+    void prepare(const std::vector<FileUrl>& coming);
+    void setWanted(const std::vector<FileUrl>& files, ThumbnailLoader::Begun begun);
+
     Clock& mClock;
     const std::shared_ptr<const Arrived> mArrived;
+    std::vector<FileUrl> mMissing;
+    TimePoint mGivenUp{}; // what had begun
     ThumbnailLoader mLoader;
     OneShotTimer mRest;
 };

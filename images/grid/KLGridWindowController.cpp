@@ -268,6 +268,7 @@ KLThumbnailView* KLGridWindowController::viewForTableColumn(int column, qint64 r
     }
     const size_t index = indexFromRow(row, column);
     const FileUrl url = urlAtIndex(index);
+    const bool showsIt = cell->hasImage() && cell->url() == url;
     cell->setIndex(index);
     cell->setURL(url);
     if (url.isEmpty()) {
@@ -275,7 +276,11 @@ KLThumbnailView* KLGridWindowController::viewForTableColumn(int column, qint64 r
         return cell;
     }
     cell->setIsMovie(KLImage::isMovieURL(url));
-    cell->setImage(thumbnailForURL(url));
+    // A picture that is there does not go while it is being uncompressed.
+    const QImage picture = thumbnailForURL(url);
+    if (!picture.isNull() || !showsIt || !KLThumbnailCache::hasImageWithURL(url)) {
+        cell->setImage(picture);
+    }
     cell->setText(printable(QString::fromUtf8(url.fileName())));
     return cell;
 }
