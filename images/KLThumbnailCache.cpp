@@ -6,6 +6,9 @@
 
 #include <utility>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace frameflow {
 
 namespace {
@@ -18,6 +21,14 @@ void require(bool condition, int line, const char* message)
     if (!condition) {
         throw AssertionFailure("KLThumbnailCache", line, message);
     }
+}
+
+// What the queue does is for later frames; the one that is being drawn has the cores first. Of the calling thread
+// alone, as Linux has it; without effect where it is refused.
+void runBehindOthers()
+{
+    constexpr int niceness = 10;
+    static_cast<void>(setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness));
 }
 
 // JPEG for photographs, PNG for what shines through somewhere. Empty when it cannot be done.
@@ -46,6 +57,7 @@ KLThumbnailCache::KLThumbnailCache(qsizetype bytesOfBitmaps)
     : mMostBytesOfBitmaps(bytesOfBitmaps), mDispatchQueue("com.quillory.thumbnailcache")
 {
     mCache.reserve(expectedThumbnails);
+    mDispatchQueue.async(runBehindOthers);
 }
 
 KLThumbnailCache& KLThumbnailCache::instance()

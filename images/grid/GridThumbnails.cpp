@@ -14,15 +14,16 @@ GridThumbnails::GridThumbnails(
 {
 }
 
-void GridThumbnails::setVisible(const std::vector<FileUrl>& missing, const std::vector<FileUrl>& coming,
-    std::function<std::vector<FileUrl>()> around)
+void GridThumbnails::setVisible(
+    const std::vector<FileUrl>& missing, const std::vector<FileUrl>& soon, std::function<std::vector<FileUrl>()> around)
 {
     mMissing = missing;
-    prepare(coming);
+    prepare(soon);
     // A decoder that is ended has to be replaced, which costs more than most thumbnails do.
     const bool isLenient = mClock.now() < mGivenUp + longestLeniency;
     setWanted(missing, isLenient ? ThumbnailLoader::Begun::Finished : ThumbnailLoader::Begun::GivenUp);
     mRest.start(mClock.now() + restingTime, [this, around = std::move(around)] {
+        prepare(mMissing); // while it was scrolled, not all of them were
         std::vector<FileUrl> wanted = mMissing;
         const std::vector<FileUrl> others = around();
         wanted.insert(wanted.end(), others.begin(), others.end());
@@ -38,11 +39,8 @@ void GridThumbnails::giveUp()
     setWanted({}, ThumbnailLoader::Begun::GivenUp);
 }
 
-// What is in view comes before what comes next.
-void GridThumbnails::prepare(const std::vector<FileUrl>& coming)
+void GridThumbnails::prepare(const std::vector<FileUrl>& files)
 {
-    std::vector<FileUrl> soon = mMissing;
-    soon.insert(soon.end(), coming.begin(), coming.end());
     const auto ready = [this, weak = std::weak_ptr(mArrived)](const FileUrl& url, const QImage& picture) {
         postToMainThread([this, weak, url, picture] {
             const auto arrived = weak.lock();
@@ -56,7 +54,7 @@ void GridThumbnails::prepare(const std::vector<FileUrl>& coming)
             }
         });
     };
-    KLThumbnailCache::instance().prepare(soon, ready);
+    KLThumbnailCache::instance().prepare(files, ready);
 }
 
 void GridThumbnails::setWanted(const std::vector<FileUrl>& files, ThumbnailLoader::Begun begun)

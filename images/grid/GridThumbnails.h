@@ -23,10 +23,10 @@ public:
     GridThumbnails(
         DecoderPool& pool, Clock& clock, std::function<void(const FileUrl& url, const QImage& picture)> arrived);
 
-    // The files in view that have no picture yet, in their order, those that are about to come into view, whose
-    // pictures are uncompressed if there are any, and what answers those around them when it is time to ask. What is
-    // not among them any more is given up.
-    void setVisible(const std::vector<FileUrl>& missing, const std::vector<FileUrl>& coming,
+    // The files in view that have no picture yet, in their order, those of them and of what comes next whose pictures
+    // are to be uncompressed if there are any, and what answers those around them when it is time to ask. What is not
+    // among them any more is given up.
+    void setVisible(const std::vector<FileUrl>& missing, const std::vector<FileUrl>& soon,
         std::function<std::vector<FileUrl>()> around);
     void giveUp();
     // What could not be made is tried again.
@@ -36,7 +36,7 @@ public:
 private:
     using Arrived = std::function<void(const FileUrl& url, const QImage& picture)>;
 
-    void prepare(const std::vector<FileUrl>& coming);
+    void prepare(const std::vector<FileUrl>& files);
     void setWanted(const std::vector<FileUrl>& files, ThumbnailLoader::Begun begun);
 
     Clock& mClock;

@@ -38,6 +38,10 @@ constexpr Duration screenRestCheck = std::chrono::milliseconds(400);
 constexpr Duration followingTime = std::chrono::milliseconds(100);
 // How many thumbnails a frame uncompresses itself, some milliseconds; the others come from another thread.
 constexpr int mostUncompressedAtOnce = 4;
+// Cells that move by more than a row again within this time are gone before anybody can look at them. A frame
+// uncompresses none of them itself then, and so many are uncompressed beside it, which leaves it the cores.
+constexpr Duration scrollingTime = std::chrono::milliseconds(50);
+constexpr size_t mostWhileFast = 8;
 
 } // namespace
 
@@ -288,7 +292,9 @@ KLThumbnailView* KLGridWindowController::viewForTableColumn(int column, qint64 r
 QImage KLGridWindowController::thumbnailForURL(const FileUrl& url)
 {
     const QImage bitmap = KLThumbnailCache::bitmapWithURL(url);
-    if (!bitmap.isNull() || !KLThumbnailCache::hasImageWithURL(url) || mUncompressed == mostUncompressedAtOnce) {
+    const bool isFast = mIsFast && mClock.now() < mCellsChanged + scrollingTime;
+    const int most = isFast ? 0 : mostUncompressedAtOnce;
+    if (!bitmap.isNull() || mUncompressed >= most || !KLThumbnailCache::hasImageWithURL(url)) {
         return bitmap;
     }
     ++mUncompressed;
@@ -328,15 +334,26 @@ void KLGridWindowController::visibleCellsChanged()
             missing.push_back(cell->url());
         }
     }
-    mThumbnails.setVisible(missing, filesThatCome(), [this] { return filesAround(); });
+    const qint64 firstRow = myTableView->visibleRows().first;
+    const qint64 moved = firstRow - std::exchange(mFirstRow, firstRow);
+    const TimePoint now = mClock.now();
+    const bool isSoon = now < std::exchange(mCellsChanged, now) + scrollingTime;
+    mIsFast = isSoon && std::abs(moved) > 1;
+    std::vector<FileUrl> soon = missing;
+    if (mIsFast) {
+        soon.resize(std::min(soon.size(), mostWhileFast));
+    } else {
+        const std::vector<FileUrl> coming = filesThatCome(moved);
+        soon.insert(soon.end(), coming.begin(), coming.end());
+    }
+    mThumbnails.setVisible(missing, soon, [this] { return filesAround(); });
 }
 
 // As many rows as have just come into view, and one, in the direction of scrolling.
-std::vector<FileUrl> KLGridWindowController::filesThatCome()
+std::vector<FileUrl> KLGridWindowController::filesThatCome(qint64 moved) const
 {
     std::vector<FileUrl> files;
     const GridRows rows = myTableView->visibleRows();
-    const qint64 moved = rows.first - std::exchange(mFirstRow, rows.first);
     if (moved == 0 || rows.isEmpty()) {
         return files;
     }

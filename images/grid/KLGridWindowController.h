@@ -94,7 +94,7 @@ private:
     void keepSelection();
     void thumbnailArrived(const FileUrl& url, const QImage& picture);
     void visibleCellsChanged();
-    std::vector<FileUrl> filesThatCome();
+    std::vector<FileUrl> filesThatCome(qint64 moved) const;
     std::vector<FileUrl> filesAround() const;
     std::vector<KLThumbnailView*> cells() const;
 
@@ -114,6 +114,8 @@ private:
     quint64 mShownRevision = 0; // of the sequence
     qint64 mFirstRow = 0; // in view, when the cells changed last
     int mUncompressed = 0; // since then
+    TimePoint mCellsChanged{}; // that time
+    bool mIsFast = false; // by more than a row, and again
     TimePoint mLastReload{};
     OneShotTimer mLiveResize;
     OneShotTimer mScreenRest;

@@ -12,6 +12,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <utility>
 
 namespace frameflow {
 
@@ -141,9 +142,13 @@ void KLThumbnailView::placeButton()
 void KLThumbnailView::placeLabel()
 {
     const int room = std::max(0, mButton->width() - 2 * labelMargin);
-    mLabel->setText(mLabel->fontMetrics().elidedText(mText, Qt::ElideMiddle, room));
-    mLabel->setVisible(!mLabel->text().isEmpty());
-    mLabel->adjustSize();
+    // Layout of text is most of what a cell that is scrolled into view costs, and it gets picture and text one by one.
+    const auto placed = std::tuple(mText, room, mLabel->font());
+    if (std::exchange(mPlaced, placed) != placed) {
+        mLabel->setText(mLabel->fontMetrics().elidedText(mText, Qt::ElideMiddle, room));
+        mLabel->setVisible(!mLabel->text().isEmpty());
+        mLabel->adjustSize();
+    }
     const int x = isRightToLeft() ? mButton->width() - mLabel->width() : 0;
     mLabel->move(x, mButton->height() - mLabel->height());
 }

@@ -2,10 +2,12 @@
 
 #include "FileUrl.h"
 
+#include <QFont>
 #include <QImage>
 #include <QWidget>
 
 #include <memory>
+#include <tuple>
 
 class QAbstractButton;
 class QLabel;
@@ -67,6 +69,7 @@ private:
     KLImageGridDelegate* myDelegate = nullptr;
     ThumbnailButton* mButton;
     QLabel* mLabel;
+    std::tuple<QString, int, QFont> mPlaced; // what it has been laid out for: text, width and font
     KLImageView* mMovieIcon = nullptr;
     // For pictures on their way from other threads: gone with the cell.
     std::shared_ptr<bool> mAlive = std::make_shared<bool>(true);

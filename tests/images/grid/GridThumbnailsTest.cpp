@@ -30,6 +30,7 @@ private Q_SLOTS:
     void aPlaceBehindTheLastFileKeepsTheTextOfItsCell();
     void aCachedThumbnailIsThereAtOnce();
     void compressedThumbnailsAreNotWaitedFor();
+    void fewAreUncompressedWhileItIsScrolledFast();
     void onlyWhatIsInViewIsMadeUntilTheGridRests();
     void atRestTheThumbnailsAroundAreMadeReady();
     void whatIsScrolledAwayIsGivenUp();
@@ -65,6 +66,20 @@ private:
         mGrid->addPictures(pictures);
         mGrid->collect();
         mGrid->show(size);
+    }
+    qsizetype picturesInView() const
+    {
+        const auto cells = mGrid->cells();
+        return std::count_if(cells.begin(), cells.end(), [](const KLThumbnailView* cell) { return cell->hasImage(); });
+    }
+    QList<FileUrl> cacheAll(int pictures) const
+    {
+        QList<FileUrl> files;
+        for (int number = 0; number < pictures; ++number) {
+            files.append(mGrid->folder.urlOf(QByteArray::number(number).rightJustified(3, '0') + ".png"));
+            KLThumbnailCache::cacheImageWithURL(files.last());
+        }
+        return files;
     }
     // As many as are at work at a time take until they are let go, and are in view; others follow.
     void openWithHeld(HeldPictures& held)
@@ -158,21 +173,13 @@ void GridThumbnailsTest::aCachedThumbnailIsThereAtOnce()
 void GridThumbnailsTest::compressedThumbnailsAreNotWaitedFor()
 {
     mGrid->addPictures(30);
-    QList<FileUrl> files;
-    for (int number = 0; number < 30; ++number) {
-        files.append(mGrid->folder.urlOf(QByteArray::number(number).rightJustified(3, '0') + ".png"));
-        KLThumbnailCache::cacheImageWithURL(files.last());
-    }
+    const QList<FileUrl> files = cacheAll(30);
     compressAll();
     QVERIFY(KLThumbnailCache::bitmapWithURL(files.first()).isNull());
     mGrid->collect();
     mGrid->grid().adjustColumns();
-    const auto pictures = [this] {
-        const auto cells = mGrid->cells();
-        return std::count_if(cells.begin(), cells.end(), [](const KLThumbnailView* cell) { return cell->hasImage(); });
-    };
     QVERIFY(mGrid->cells().size() > 4);
-    QCOMPARE(pictures(), 4);
+    QCOMPARE(picturesInView(), 4);
     QVERIFY(mGrid->cells().front()->hasImage());
     mGrid->show();
     QVERIFY(mGrid->cells().size() > 8);
@@ -181,6 +188,30 @@ void GridThumbnailsTest::compressedThumbnailsAreNotWaitedFor()
     for (const FileUrl& url : std::as_const(files)) {
         QVERIFY(QFile::remove(QString::fromUtf8(url.path())));
     }
+    QTRY_VERIFY(allInViewHavePictures());
+}
+
+void GridThumbnailsTest::fewAreUncompressedWhileItIsScrolledFast()
+{
+    mGrid->addPictures(100);
+    cacheAll(100);
+    compressAll();
+    mGrid->collect();
+    mGrid->show();
+    QTRY_VERIFY(allInViewHavePictures());
+    compressAll();
+    auto* const bar = mGrid->table().verticalScrollBar();
+    bar->setValue(10 * 224);
+    bar->setValue(20 * 224);
+    QVERIFY(mGrid->cells().size() > 8);
+    QTRY_COMPARE(picturesInView(), 8);
+    QVERIFY(staysTrueFor(200ms, [this] { return picturesInView() == 8; }));
+    mGrid->clock.advance(GridThumbnails::restingTime);
+    QTRY_VERIFY(allInViewHavePictures());
+    // Who goes on slowly has all of them.
+    compressAll();
+    mGrid->clock.advance(1s);
+    bar->setValue(10 * 224);
     QTRY_VERIFY(allInViewHavePictures());
 }
 
