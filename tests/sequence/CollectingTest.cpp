@@ -48,6 +48,15 @@ struct RecordedCollection
     std::function<void()> onFiles;
 };
 
+// What the file system lists first of what can be shown.
+FileUrl firstAsListed(const TestFolder& folder)
+{
+    FileUrl first;
+    walkFolder(folder.url(), 0, CancelToken(),
+        [&](const SlideItemPtr& item) { first = first.isEmpty() ? item->mURL() : first; });
+    return first;
+}
+
 } // namespace
 
 class CollectingTest : public QObject
@@ -334,9 +343,7 @@ void CollectingTest::theFirstOfTheOrderIsFoundFirst()
 void CollectingTest::otherOrdersAreFoundAsTheFileSystemListsThem()
 {
     QueuedFixture f(50);
-    FileUrl listedFirst;
-    walkFolder(f.folder.url(), 0, CancelToken(),
-        [&](const SlideItemPtr& item) { listedFirst = listedFirst.isEmpty() ? item->mURL() : listedFirst; });
+    const FileUrl listedFirst = firstAsListed(f.folder);
     QList<FileUrl> found;
     f.delegate.onFirstFile = [&] { found.append(f.sequence.current()); };
     for (const char* order : {"date", "random"}) {
@@ -356,9 +363,7 @@ void CollectingTest::severalFoldersAreFoundAsTheyAreNamed()
     f.folder.addFile("b.jpg");
     f.folder.addFile("c.jpg");
     other.addFile("a.jpg");
-    FileUrl listedFirst;
-    walkFolder(f.folder.url(), 0, CancelToken(),
-        [&](const SlideItemPtr& item) { listedFirst = listedFirst.isEmpty() ? item->mURL() : listedFirst; });
+    const FileUrl listedFirst = firstAsListed(f.folder);
     QList<FileUrl> found;
     f.delegate.onFirstFile = [&] { found.append(f.sequence.current()); };
     f.collect({Adder::Urls, {f.folder.url(), other.url()}, false, true, true});
@@ -373,9 +378,7 @@ void CollectingTest::severalFoldersAreFoundAsTheyAreNamed()
 void CollectingTest::theFirstOfTheOrderIsLookedForWithinLimits()
 {
     QueuedFixture f(50);
-    FileUrl listedFirst;
-    walkFolder(f.folder.url(), 0, CancelToken(),
-        [&](const SlideItemPtr& item) { listedFirst = listedFirst.isEmpty() ? item->mURL() : listedFirst; });
+    const FileUrl listedFirst = firstAsListed(f.folder);
     const auto first = [&](qint64 entries, std::chrono::milliseconds time, const CancelToken& cancel = {}) {
         const auto item = firstOfFolder(f.folder.url(), SortOrder::Name, true, cancel, {entries, time});
         return item ? item->mURL() : FileUrl();
