@@ -4,16 +4,16 @@
 #include "DecoderPool.h"
 #include "FileContents.h"
 #include "FileTypes.h"
+#include "Limits.h"
 #include "Orientation.h"
 #include "ReadAhead.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace frameflow {
 
 namespace {
-
-constexpr int thumbnailSide = 300;
 
 const QString& orientationKey()
 {
@@ -105,6 +105,16 @@ DecodeJob KLImage::thumbnailJob(const FileUrl& url)
     return job;
 }
 
+QImage KLImage::thumbnailSource() const
+{
+    if (mMayHaveThumbnail || !mTransform.isIdentity()) {
+        return {};
+    }
+    // A copy of a copy is as good where the first is large enough.
+    constexpr int leastTimes = 2;
+    return std::max(mReduced.width(), mReduced.height()) >= leastTimes * thumbnailSide ? mReduced : mCGImage;
+}
+
 int KLImage::orientation(const QVariantMap& properties)
 {
     return validOrientation(properties.value(orientationKey()).toLongLong());
@@ -148,6 +158,7 @@ void KLImage::take(const FileUrl& url, DecodedFile&& file)
     mCGImage = std::move(picture.pixels);
     mReduced = std::move(picture.reduced);
     mSize = picture.size;
+    mMayHaveThumbnail = picture.mayHaveThumbnail;
     mOrientation = picture.orientation;
     mTransform = orientationTransform(mCGImage.size(), mOrientation);
     loadImageWithTransform();

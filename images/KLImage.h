@@ -43,6 +43,9 @@ public:
     static QImage videoThumbFromURL(const FileUrl& url);
     // What a decoder is to be asked for a thumbnail of that file, as a movie or as a still picture.
     static DecodeJob thumbnailJob(const FileUrl& url);
+    // The smaller of its bitmaps that a thumbnail of the picture can be made of. Null where only the file can tell: it
+    // may have one stored, or the picture is not upright.
+    QImage thumbnailSource() const;
 
     // The EXIF orientation, 1 to 8, that stands under "Orientation" in a picture's properties.
     static int orientation(const QVariantMap& properties);
@@ -91,6 +94,7 @@ private:
     QVariantMap mMetaData;
     QSize mSize;
     std::optional<FileStamp> mStamp;
+    bool mMayHaveThumbnail = true;
 };
 
 } // namespace frameflow

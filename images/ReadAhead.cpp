@@ -78,6 +78,7 @@ public:
     bool isAsking() const { return mAsked.has_value(); }
     void lookAt(const KLImagePtr& image, std::function<void()> changed);
     KLImagePtr take(const FileUrl& url);
+    KLImagePtr held(const FileUrl& url) const;
     std::optional<ProbedMovie> takeMovie(const FileUrl& url);
     void purge();
     std::vector<FileUrl> files() const;
@@ -398,6 +399,16 @@ KLImagePtr ReadAhead::State::take(const FileUrl& url)
     return KLImage::imageWithDecoded(url, mPool.decodeAndWait(decodeJob(url)));
 }
 
+KLImagePtr ReadAhead::State::held(const FileUrl& url) const
+{
+    if (const KLImagePtr cached = cachedImage(url)) {
+        return cached;
+    }
+    const std::lock_guard lock(mMutex);
+    const EntryPtr entry = find(url);
+    return entry ? entry->image : nullptr;
+}
+
 std::optional<ProbedMovie> ReadAhead::State::takeMovie(const FileUrl& url)
 {
     const std::lock_guard lock(mMutex);
@@ -473,6 +484,11 @@ void ReadAhead::lookAt(const KLImagePtr& image, std::function<void()> changed)
 KLImagePtr ReadAhead::take(const FileUrl& url)
 {
     return mState->take(url);
+}
+
+KLImagePtr ReadAhead::held(const FileUrl& url) const
+{
+    return mState->held(url);
 }
 
 std::optional<ProbedMovie> ReadAhead::takeMovie(const FileUrl& url)

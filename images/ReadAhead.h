@@ -68,6 +68,10 @@ public:
     // decoded now. Any thread; blocks. What it gives away is no longer held here.
     KLImagePtr take(const FileUrl& url);
 
+    // The file's picture if it is held decoded, here or in KLImageCache, whether its file has changed since or not;
+    // else null.
+    KLImagePtr held(const FileUrl& url) const;
+
     // What isReady() has told of a movie; absent when it is none, or is not ready. What it gives away is no longer held
     // here.
     std::optional<ProbedMovie> takeMovie(const FileUrl& url);

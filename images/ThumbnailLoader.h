@@ -12,7 +12,8 @@ namespace frameflow {
 
 class DecoderPool;
 
-// Fills KLThumbnailCache with the thumbnails that are wanted, as many at once as there are cores. Main thread only.
+// Fills KLThumbnailCache with the thumbnails that are wanted, as many at once as there are cores. What is held decoded
+// for being shown needs no decoder. Main thread only.
 class ThumbnailLoader
 {
 public:

@@ -65,6 +65,7 @@ struct DecodedPicture
     QImage reduced; // a copy in a size that was asked for, in the same colours; null where none was made
     QSize size; // of the picture in the file, turned as pixels is; larger than pixels where that is a reduced one
     int orientation = 1; // EXIF orientation still to be applied
+    bool mayHaveThumbnail = true; // in the file, to be taken in place of a smaller picture of this one
     std::optional<MovieFacts> movie; // of a probe; its pixels may be null when there is only sound
     DecodeError error = DecodeError::None;
 

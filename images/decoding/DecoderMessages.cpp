@@ -43,6 +43,7 @@ struct AnswerPacket
     qint32 width;
     qint32 height;
     qint32 orientation;
+    qint32 mayHaveThumbnail;
     qint32 pixels; // their Place
     qint32 bitmapWidth;
     qint32 bitmapHeight;
@@ -186,7 +187,7 @@ bool movieMakesSense(const AnswerPacket& packet)
 bool makesSense(const AnswerPacket& packet, size_t length, size_t descriptors)
 {
     if (length != sizeof(AnswerPacket) || !isDecodersError(packet.error) || packet.pixels < Nowhere
-        || packet.pixels > InGivenMemory || !isFlag(packet.hasMovie)
+        || packet.pixels > InGivenMemory || !isFlag(packet.hasMovie) || !isFlag(packet.mayHaveThumbnail)
         || descriptors != (packet.pixels == InOwnMemory ? 1 : 0)) {
         return false;
     }
@@ -231,6 +232,7 @@ bool sendAnswer(int socket, const AnswerMessage& answer)
     packet.width = answer.picture.size.width();
     packet.height = answer.picture.size.height();
     packet.orientation = answer.picture.orientation;
+    packet.mayHaveThumbnail = answer.picture.mayHaveThumbnail ? 1 : 0;
     if (answer.pixels) {
         const BitmapLayout& layout = answer.pixels->layout;
         packet.pixels = answer.pixels->memory.isOpen() ? InOwnMemory : InGivenMemory;
@@ -296,6 +298,7 @@ MessageStatus receiveAnswer(int socket, AnswerMessage& message)
     message.picture.error = DecodeError(packet.error);
     message.picture.size = QSize(packet.width, packet.height);
     message.picture.orientation = packet.orientation;
+    message.picture.mayHaveThumbnail = packet.mayHaveThumbnail == 1;
     if (packet.pixels != Nowhere) {
         message.pixels = SharedBitmap{descriptors.empty() ? FileDescriptor() : std::move(descriptors.front()),
             {packet.bitmapWidth, packet.bitmapHeight, packet.bytesPerLine, packet.format}};

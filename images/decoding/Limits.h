@@ -7,6 +7,9 @@ namespace frameflow {
 // The most pixels that a bitmap is held with; a larger picture is reduced to this.
 constexpr qint64 mostPixelsHeld = 64'000'000;
 
+// The longer side of a thumbnail, at most, in pixels.
+constexpr int thumbnailSide = 300;
+
 // The most bytes of memory for pictures that a decoder keeps in its address space from request to request.
 constexpr qint64 mostBytesKeptMapped = qint64(2) << 30;
 

@@ -1,13 +1,18 @@
 #include "ThumbnailLoader.h"
 
 #include "DecoderPool.h"
+#include "KLImage.h"
+#include "KLImageCache.h"
 #include "KLThumbnailCache.h"
 #include "PictureFiles.h"
+#include "ReadAhead.h"
 #include "StaysTrue.h"
 
+#include <QFile>
 #include <QTest>
 
 #include <algorithm>
+#include <map>
 
 using namespace frameflow;
 using namespace std::chrono_literals;
@@ -33,6 +38,13 @@ private Q_SLOTS:
     void nothingArrivesAfterTheLoaderIsGone();
     void theCallbackMayDestroyTheLoader();
     void namesWantedTwiceArriveOnce();
+    void whatIsHeldDecodedNeedsNoDecoder();
+    void whatIsDecodedAheadNeedsNoDecoder();
+    void whatIsHeldDecodedLooksAsItsFileDoes_data();
+    void whatIsHeldDecodedLooksAsItsFileDoes();
+    void theFilesOwnThumbnailIsTakenThoughItsPictureIsHeld();
+    void aHeldPictureWhoseFileHasChangedIsDecodedAgain();
+    void aHeldPictureWhoseFileIsGoneHasNone();
 
 private:
     FileUrl add(int number, QSize size = {400, 300}) const
@@ -73,6 +85,8 @@ void ThumbnailLoaderTest::cleanup()
 {
     mLoader.reset();
     KLThumbnailCache::purge();
+    KLImageCache::purge();
+    ReadAhead::instance().purge();
 }
 
 void ThumbnailLoaderTest::allThatIsWantedArrivesAndIsCached()
@@ -232,6 +246,114 @@ void ThumbnailLoaderTest::namesWantedTwiceArriveOnce()
     mLoader->setWanted({url, url, {}});
     QTRY_VERIFY(mLoader->isIdle());
     QCOMPARE(mArrived.size(), size_t(1));
+}
+
+void ThumbnailLoaderTest::whatIsHeldDecodedNeedsNoDecoder()
+{
+    const FileUrl held = add(1);
+    const FileUrl other = add(2);
+    QVERIFY(KLImageCache::imageWithURL(held));
+    DecoderPool pool{DecoderPool::Options()}; // of a machine where no decoder can be started
+    std::map<FileUrl, QImage> arrived;
+    ThumbnailLoader loader(pool, [&](const FileUrl& url, const QImage& picture) { arrived[url] = picture; });
+    loader.setWanted({held, other});
+    QVERIFY(!loader.isIdle());
+    QTRY_COMPARE(arrived.size(), size_t(2));
+    QVERIFY(loader.isIdle());
+    QVERIFY(arrived[other].isNull());
+    QCOMPARE(arrived[held].size(), QSize(300, 225));
+    QCOMPARE(quarters(arrived[held], 8), QByteArray("RGBY"));
+    QVERIFY(KLThumbnailCache::hasImageWithURL(held));
+}
+
+void ThumbnailLoaderTest::whatIsDecodedAheadNeedsNoDecoder()
+{
+    const AheadFile next{add(1, {2400, 1600}), {{900, 600}, 1, FitMode::Stretch}};
+    ReadAhead::instance().setWanted({next});
+    QTRY_VERIFY(ReadAhead::instance().isReady(next));
+    DecoderPool pool{DecoderPool::Options()}; // of a machine where no decoder can be started
+    std::vector<QImage> arrived;
+    ThumbnailLoader loader(pool, [&](const FileUrl&, const QImage& picture) { arrived.push_back(picture); });
+    loader.setWanted({next.url});
+    QTRY_COMPARE(arrived.size(), size_t(1));
+    QCOMPARE(arrived.front().size(), QSize(300, 200));
+    QCOMPARE(quarters(arrived.front(), 8), QByteArray("RGBY"));
+    QVERIFY(ReadAhead::instance().isReady(next)); // it is still there for the show
+}
+
+void ThumbnailLoaderTest::whatIsHeldDecodedLooksAsItsFileDoes_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("contents");
+    const auto jpeg = [](QSize size) { return encoded(quartersPicture(size), "jpeg"); };
+    QTest::newRow("wide") << QByteArray("a.jpg") << jpeg({4001, 2003});
+    QTest::newRow("high") << QByteArray("a.jpg") << jpeg({401, 1999});
+    QTest::newRow("small") << QByteArray("a.jpg") << jpeg({80, 50});
+    QTest::newRow("turned") << QByteArray("a.jpg") << withExif(jpeg({1201, 803}), exifBlock(6));
+    QTest::newRow("thin") << QByteArray("a.png") << encoded(quartersPicture({2000, 2}), "png");
+    QImage glass(900, 600, QImage::Format_ARGB32);
+    glass.fill(QColor(0, 255, 0, 100));
+    QTest::newRow("transparent") << QByteArray("a.png") << encoded(glass, "png");
+    QTest::newRow("camera raw") << QByteArray("a.dng") << cameraRaw({640, 480}, 1);
+}
+
+void ThumbnailLoaderTest::whatIsHeldDecodedLooksAsItsFileDoes()
+{
+    QFETCH(const QByteArray, name);
+    QFETCH(const QByteArray, contents);
+    mFolder->addFile(name, contents);
+    const FileUrl url = mFolder->urlOf(name);
+    const QImage expected = KLImage::thumbNailFromURL(url);
+    QVERIFY(KLImageCache::imageWithURL(url));
+    mLoader->setWanted({url});
+    QTRY_COMPARE(mPictures.size(), size_t(1));
+    const QImage& picture = mPictures.front();
+    QCOMPARE(picture.size(), expected.size());
+    QCOMPARE(picture.format(), expected.format());
+    const auto unlike = [&](double across, double down) {
+        const QPoint place(int(across * expected.width()), int(down * expected.height()));
+        return !isNear(picture.pixel(place), expected.pixel(place), 8);
+    };
+    QVERIFY(!unlike(0.25, 0.25) && !unlike(0.75, 0.25) && !unlike(0.25, 0.75) && !unlike(0.75, 0.75));
+}
+
+void ThumbnailLoaderTest::theFilesOwnThumbnailIsTakenThoughItsPictureIsHeld()
+{
+    const auto plain = [](QSize size, Qt::GlobalColor colour) {
+        QImage image(size, QImage::Format_RGB32);
+        image.fill(colour);
+        return encoded(image, "jpeg");
+    };
+    mFolder->addFile("large.jpg", withExif(plain({1200, 800}, Qt::blue), exifBlock(1, plain({320, 240}, Qt::red))));
+    mFolder->addFile("small.jpg", withExif(plain({1200, 800}, Qt::blue), exifBlock(1, plain({160, 120}, Qt::red))));
+    const FileUrl large = mFolder->urlOf("large.jpg");
+    const FileUrl small = mFolder->urlOf("small.jpg");
+    QVERIFY(KLImageCache::imageWithURL(large) && KLImageCache::imageWithURL(small));
+    mLoader->setWanted({large, small});
+    QTRY_COMPARE(mArrived.size(), size_t(2));
+    QCOMPARE(quarters(KLThumbnailCache::imageWithURL(large), 20), QByteArray("RRRR"));
+    QCOMPARE(quarters(KLThumbnailCache::imageWithURL(small), 20), QByteArray("BBBB"));
+}
+
+void ThumbnailLoaderTest::aHeldPictureWhoseFileHasChangedIsDecodedAgain()
+{
+    const FileUrl url = add(1);
+    QVERIFY(KLImageCache::imageWithURL(url));
+    mFolder->addFile("1.png", encoded(quartersOf("YBGR", {600, 400}), "png"));
+    mLoader->setWanted({url});
+    QTRY_COMPARE(mPictures.size(), size_t(1));
+    QCOMPARE(quarters(mPictures.front(), 8), QByteArray("YBGR"));
+}
+
+void ThumbnailLoaderTest::aHeldPictureWhoseFileIsGoneHasNone()
+{
+    const FileUrl url = add(1);
+    QVERIFY(KLImageCache::imageWithURL(url));
+    QVERIFY(QFile::remove(QString::fromUtf8(mFolder->pathOf("1.png"))));
+    mLoader->setWanted({url});
+    QTRY_COMPARE(mPictures.size(), size_t(1));
+    QVERIFY(mPictures.front().isNull());
+    QVERIFY(!KLThumbnailCache::hasImageWithURL(url));
 }
 
 QTEST_GUILESS_MAIN(ThumbnailLoaderTest)

@@ -32,7 +32,7 @@ void prepareOnce()
     });
 }
 
-QByteArray storedThumbnail(const Exiv2::Image& image, int leastLongerSide)
+void findThumbnail(const Exiv2::Image& image, StoredThumbnail stored, int leastLongerSide, Metadata& metadata)
 {
     const Exiv2::PreviewManager manager(image);
     // From the smallest to the largest.
@@ -41,10 +41,14 @@ QByteArray storedThumbnail(const Exiv2::Image& image, int leastLongerSide)
         if (!isJpeg || std::max(properties.width_, properties.height_) < static_cast<uint32_t>(leastLongerSide)) {
             continue;
         }
-        const auto preview = manager.getPreviewImage(properties);
-        return {reinterpret_cast<const char*>(preview.pData()), static_cast<qsizetype>(preview.size())};
+        metadata.hasThumbnail = true;
+        if (stored == StoredThumbnail::Read) {
+            const auto preview = manager.getPreviewImage(properties);
+            metadata.thumbnail
+                = QByteArray(reinterpret_cast<const char*>(preview.pData()), static_cast<qsizetype>(preview.size()));
+        }
+        return;
     }
-    return {};
 }
 
 bool saysAdobeRgb(const Exiv2::ExifData& exif)
@@ -90,9 +94,7 @@ Metadata readMetadata(const QByteArray& contents, StoredThumbnail stored, int le
             const Exiv2::DataBuf& profile = *image->iccProfile();
             metadata.profile = QByteArray(reinterpret_cast<const char*>(profile.pData_), profile.size_);
         }
-        if (stored == StoredThumbnail::Read) {
-            metadata.thumbnail = storedThumbnail(*image, leastLongerSide);
-        }
+        findThumbnail(*image, stored, leastLongerSide, metadata);
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): a file without readable properties has none
     }
     return metadata;
