@@ -16,7 +16,7 @@ from x_screen import Rect
 
 NEVER = float("inf")
 PATIENCE = 60  # seconds until a picture has to be there
-POLL = 0.0005
+POLL = 0.002  # seconds; the harness must not take the time of what it measures
 SLIDES = 20  # after which memory is looked at
 REST = 1.5  # seconds, in which a viewer may read ahead
 SHARP = 0.9  # of the contrast that its picture has in the end
