@@ -41,6 +41,7 @@ DecodeRequest requestFrom(Input& input, const char* name)
     DecodeRequest request;
     request.fileName = name;
     request.longestSide = std::max(0, input.ConsumeIntegralInRange(-300, 300));
+    request.isHeld = request.longestSide > 0 && input.ConsumeBool();
     request.turn = input.ConsumeBool() ? Turn::Upright : Turn::AsStored;
     request.frame = {{input.ConsumeIntegralInRange(0, 60) * 1.0, input.ConsumeIntegralInRange(0, 60) * 1.0}, 1,
         FitMode(input.ConsumeIntegralInRange(0, 3))};

@@ -8,7 +8,6 @@
 #include "Orientation.h"
 #include "ReadAhead.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace frameflow {
@@ -105,14 +104,20 @@ DecodeJob KLImage::thumbnailJob(const FileUrl& url)
     return job;
 }
 
+QSize KLImage::thumbnailSize() const
+{
+    return heldSize(uprightSize().toSize(), thumbnailSide);
+}
+
 QImage KLImage::thumbnailSource() const
 {
-    if (mMayHaveThumbnail || !mTransform.isIdentity()) {
+    if (mCGImage.isNull() || !mTransform.isIdentity()) {
         return {};
     }
-    // A copy of a copy is as good where the first is large enough.
+    // A copy of a copy is as good where the first is large enough, which may have another shape.
     constexpr int leastTimes = 2;
-    return std::max(mReduced.width(), mReduced.height()) >= leastTimes * thumbnailSide ? mReduced : mCGImage;
+    const QSize least = leastTimes * thumbnailSize();
+    return mReduced.width() >= least.width() && mReduced.height() >= least.height() ? mReduced : mCGImage;
 }
 
 int KLImage::orientation(const QVariantMap& properties)
@@ -158,7 +163,6 @@ void KLImage::take(const FileUrl& url, DecodedFile&& file)
     mCGImage = std::move(picture.pixels);
     mReduced = std::move(picture.reduced);
     mSize = picture.size;
-    mMayHaveThumbnail = picture.mayHaveThumbnail;
     mOrientation = picture.orientation;
     mTransform = orientationTransform(mCGImage.size(), mOrientation);
     loadImageWithTransform();

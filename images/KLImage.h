@@ -43,8 +43,9 @@ public:
     static QImage videoThumbFromURL(const FileUrl& url);
     // What a decoder is to be asked for a thumbnail of that file, as a movie or as a still picture.
     static DecodeJob thumbnailJob(const FileUrl& url);
-    // The smaller of its bitmaps that a thumbnail of the picture can be made of. Null where only the file can tell: it
-    // may have one stored, or the picture is not upright.
+    // The size that a thumbnail of the upright picture has.
+    QSize thumbnailSize() const;
+    // The smaller of its bitmaps that such a thumbnail can be made of; null where it is not upright.
     QImage thumbnailSource() const;
 
     // The EXIF orientation, 1 to 8, that stands under "Orientation" in a picture's properties.
@@ -94,7 +95,6 @@ private:
     QVariantMap mMetaData;
     QSize mSize;
     std::optional<FileStamp> mStamp;
-    bool mMayHaveThumbnail = true;
 };
 
 } // namespace frameflow

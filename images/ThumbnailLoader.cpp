@@ -1,20 +1,18 @@
 #include "ThumbnailLoader.h"
 
 #include "DecoderPool.h"
-#include "FileContents.h"
 #include "KLImage.h"
 #include "KLThumbnailCache.h"
-#include "Limits.h"
 #include "MainThread.h"
 #include "ReadAhead.h"
 #include "Reduction.h"
-#include "SerialQueue.h"
 
 #include <QHash>
 #include <QSet>
 
 #include <algorithm>
 #include <deque>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -22,12 +20,32 @@ namespace frameflow {
 
 namespace {
 
-// As thumbNailFromURL() makes it of the file. Null without memory.
-QImage thumbnailOf(const QImage& picture, QSize size)
+// What a thumbnail can be made of without decoding the file again.
+struct HeldPicture
 {
-    const QSize held = heldSize(size, thumbnailSide);
+    QImage source;
+    QSize size; // of the thumbnail
+    std::optional<FileStamp> stamp;
+};
+
+std::optional<HeldPicture> heldPicture(const FileUrl& url)
+{
+    const KLImagePtr image = KLImage::isMovieURL(url) ? nullptr : ReadAhead::instance().held(url);
+    const QImage source = image ? image->thumbnailSource() : QImage();
+    return source.isNull() ? std::nullopt : std::optional(HeldPicture{source, image->thumbnailSize(), image->stamp()});
+}
+
+// Null where there is none, and where the file holds none and is no longer the one that was decoded.
+QImage thumbnailOf(const std::optional<HeldPicture>& held, const DecodedFile& file)
+{
+    if (!held || file.picture.error != DecodeError::NoThumbnail) {
+        return file.picture.pixels;
+    }
+    if (file.stamp != held->stamp) {
+        return {};
+    }
     // Not the memory itself, which is the whole picture's.
-    return held == picture.size() ? picture.copy() : reducedTo(picture, held);
+    return held->size == held->source.size() ? held->source.copy() : reducedTo(held->source, held->size);
 }
 
 } // namespace
@@ -43,14 +61,12 @@ public:
     void setWanted(const std::vector<FileUrl>& files, Begun begun);
     void forgetFailures() { mFailed.clear(); }
     void giveUp();
-    bool isIdle() const { return mWaiting.empty() && mRunning.isEmpty() && mReducing.isEmpty(); }
+    bool isIdle() const { return mWaiting.empty() && mRunning.isEmpty(); }
 
 private:
-    bool beginToReduce(const FileUrl& url);
-    void reduced(const FileUrl& url, const QImage& picture);
     void beginMore();
     void begin(const FileUrl& url);
-    void arrive(const FileUrl& url, const QImage& picture);
+    void decode(const FileUrl& url, const std::optional<HeldPicture>& held);
     void done(const FileUrl& url, const QImage& picture);
 
     DecoderPool& mPool;
@@ -59,17 +75,13 @@ private:
     QHash<FileUrl, DecoderPool::Ticket> mRunning;
     QSet<FileUrl> mWanted;
     QSet<FileUrl> mFailed; // among those wanted
-    QSet<FileUrl> mReducing; // from what is held decoded; there are few of them
     // Twice as many as work at a time: the next one is there when one is done, and few are begun in an old order.
     const qsizetype mMostRunning = 2 * std::max<qsizetype>(1, std::thread::hardware_concurrency());
-    SerialQueue mQueue{
-        "thumbnails"}; // of what is held decoded: a file system that does not answer holds up nothing else
 };
 
 void ThumbnailLoader::State::setWanted(const std::vector<FileUrl>& files, Begun begun)
 {
     mWanted = QSet<FileUrl>(files.begin(), files.end());
-    mReducing.intersect(mWanted);
     for (auto running = mRunning.begin(); running != mRunning.end();) {
         const DecoderPool::Ticket ticket = running.value();
         if (mWanted.contains(running.key()) || (begun == Begun::Finished && !ticket.cancelUnlessBegun())) {
@@ -83,9 +95,8 @@ void ThumbnailLoader::State::setWanted(const std::vector<FileUrl>& files, Begun 
     mWaiting.clear();
     QSet<FileUrl> seen;
     for (const FileUrl& url : files) {
-        const bool isUnderWay = mRunning.contains(url) || mReducing.contains(url) || seen.contains(url);
-        const bool isNew = !url.isEmpty() && !isUnderWay && !mFailed.contains(url);
-        if (isNew && !KLThumbnailCache::hasImageWithURL(url) && !beginToReduce(url)) {
+        const bool isNew = !url.isEmpty() && !seen.contains(url) && !mRunning.contains(url) && !mFailed.contains(url);
+        if (isNew && !KLThumbnailCache::hasImageWithURL(url)) {
             mWaiting.push_back(url);
             seen.insert(url);
         }
@@ -97,46 +108,10 @@ void ThumbnailLoader::State::giveUp()
 {
     mWanted.clear();
     mWaiting.clear();
-    mReducing.clear();
-    mQueue.abandonRunning();
     for (const auto& ticket : std::as_const(mRunning)) {
         ticket.cancel();
     }
     mRunning.clear();
-}
-
-// False where the picture is not held decoded, or only its file can tell.
-bool ThumbnailLoader::State::beginToReduce(const FileUrl& url)
-{
-    const KLImagePtr image = KLImage::isMovieURL(url) ? nullptr : ReadAhead::instance().held(url);
-    const QImage source = image ? image->thumbnailSource() : QImage();
-    if (source.isNull()) {
-        return false;
-    }
-    mReducing.insert(url);
-    mQueue.async([weak = weak_from_this(), url, source, size = image->uprightSize().toSize(), stamp = image->stamp()] {
-        const bool isFresh = stampOf(url) == stamp;
-        const QImage picture = isFresh ? thumbnailOf(source, size) : QImage();
-        postToMainThread([weak, url, picture] {
-            if (const auto self = weak.lock()) {
-                self->reduced(url, picture);
-            }
-        });
-    });
-    return true;
-}
-
-void ThumbnailLoader::State::reduced(const FileUrl& url, const QImage& picture)
-{
-    if (!mReducing.remove(url)) {
-        return; // nobody wants it any more
-    }
-    if (picture.isNull()) {
-        mWaiting.push_front(url);
-        beginMore();
-    } else {
-        arrive(url, picture);
-    }
 }
 
 void ThumbnailLoader::State::beginMore()
@@ -152,13 +127,26 @@ void ThumbnailLoader::State::begin(const FileUrl& url)
 {
     // Entered first: the answer finds it there however soon it comes.
     mRunning.insert(url, {});
-    mRunning[url] = mPool.decode(KLImage::thumbnailJob(url), [weak = weak_from_this(), url](DecodedFile&& file) {
+    decode(url, heldPicture(url));
+}
+
+void ThumbnailLoader::State::decode(const FileUrl& url, const std::optional<HeldPicture>& held)
+{
+    DecodeJob job = KLImage::thumbnailJob(url);
+    job.request.isHeld = held.has_value();
+    mRunning[url] = mPool.decode(job, [weak = weak_from_this(), url, held](DecodedFile&& file) {
         if (file.picture.error == DecodeError::Cancelled) {
             return;
         }
-        postToMainThread([weak, url, picture = file.picture.pixels] {
-            if (const auto self = weak.lock()) {
+        // Here, on a thread of the pool, a core is free for it.
+        const QImage picture = thumbnailOf(held, file);
+        const bool isStillToBeMade = held && picture.isNull() && file.picture.error == DecodeError::NoThumbnail;
+        postToMainThread([weak, url, picture, isStillToBeMade] {
+            const auto self = weak.lock();
+            if (self && !isStillToBeMade) {
                 self->done(url, picture);
+            } else if (self && self->mRunning.contains(url)) {
+                self->decode(url, {});
             }
         });
     });
@@ -173,16 +161,10 @@ void ThumbnailLoader::State::done(const FileUrl& url, const QImage& picture)
         if (mWanted.contains(url)) {
             mFailed.insert(url);
         }
-    }
-    beginMore();
-    arrive(url, picture);
-}
-
-void ThumbnailLoader::State::arrive(const FileUrl& url, const QImage& picture)
-{
-    if (!picture.isNull()) {
+    } else {
         KLThumbnailCache::instance().addImage(std::make_shared<const KLThumbnail>(url, picture));
     }
+    beginMore();
     mArrived(url, picture);
 }
 

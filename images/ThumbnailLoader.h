@@ -13,7 +13,7 @@ namespace frameflow {
 class DecoderPool;
 
 // Fills KLThumbnailCache with the thumbnails that are wanted, as many at once as there are cores. What is held decoded
-// for being shown needs no decoder. Main thread only.
+// for being shown is not decoded again. Main thread only.
 class ThumbnailLoader
 {
 public:

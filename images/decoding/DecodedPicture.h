@@ -18,6 +18,7 @@ enum class DecodeError
     Damaged,
     TooLarge, // for the memory of this machine
     NeedsExtraDecoders, // of a type that this decoder leaves to the other kind
+    NoThumbnail, // the file holds none, and no other was asked for
     DecoderLost, // it crashed, hung, or broke its limits or the rules of its answers, twice
     Cancelled,
 };
@@ -44,6 +45,9 @@ struct DecodeRequest
     Turn turn = Turn::Upright;
     // A copy as large as it is shown is wanted, too, of an upright picture that is larger.
     FrameRule frame = {};
+    // Of a thumbnail: whoever asks can make one without the file, unless there is one stored in that, which goes
+    // before. It is made all the same of types where looking for a stored one takes as long.
+    bool isHeld = false;
 };
 
 // What a movie is. Without a video stream the size is empty.
@@ -65,7 +69,6 @@ struct DecodedPicture
     QImage reduced; // a copy in a size that was asked for, in the same colours; null where none was made
     QSize size; // of the picture in the file, turned as pixels is; larger than pixels where that is a reduced one
     int orientation = 1; // EXIF orientation still to be applied
-    bool mayHaveThumbnail = true; // in the file, to be taken in place of a smaller picture of this one
     std::optional<MovieFacts> movie; // of a probe; its pixels may be null when there is only sound
     DecodeError error = DecodeError::None;
 

@@ -28,6 +28,7 @@ struct RequestPacket
     qint32 wanted;
     qint32 longestSide;
     qint32 turn;
+    qint32 isHeld;
     qint32 hasMemory;
     qint32 nameLength;
     std::array<char, longestName> name;
@@ -43,7 +44,6 @@ struct AnswerPacket
     qint32 width;
     qint32 height;
     qint32 orientation;
-    qint32 mayHaveThumbnail;
     qint32 pixels; // their Place
     qint32 bitmapWidth;
     qint32 bitmapHeight;
@@ -164,14 +164,14 @@ bool makesSense(const RequestPacket& packet, size_t length, size_t descriptors)
         && length == requestHead + packet.nameLength && packet.longestSide >= 0
         && packet.wanted >= qint32(Wanted::Picture) && packet.wanted <= qint32(Wanted::MovieProbe)
         && (packet.turn == qint32(Turn::AsStored) || packet.turn == qint32(Turn::Upright)) && isFlag(packet.hasMemory)
-        && frameMakesSense(packet) && descriptors == 1 + size_t(packet.hasMemory);
+        && isFlag(packet.isHeld) && frameMakesSense(packet) && descriptors == 1 + size_t(packet.hasMemory);
 }
 
 // What a decoder may say of a file; the other errors are found by its client.
 bool isDecodersError(qint32 error)
 {
     constexpr std::array errors{DecodeError::None, DecodeError::Unreadable, DecodeError::NotAPicture,
-        DecodeError::Damaged, DecodeError::TooLarge, DecodeError::NeedsExtraDecoders};
+        DecodeError::Damaged, DecodeError::TooLarge, DecodeError::NeedsExtraDecoders, DecodeError::NoThumbnail};
     return std::any_of(errors.begin(), errors.end(), [&](DecodeError known) { return qint32(known) == error; });
 }
 
@@ -187,7 +187,7 @@ bool movieMakesSense(const AnswerPacket& packet)
 bool makesSense(const AnswerPacket& packet, size_t length, size_t descriptors)
 {
     if (length != sizeof(AnswerPacket) || !isDecodersError(packet.error) || packet.pixels < Nowhere
-        || packet.pixels > InGivenMemory || !isFlag(packet.hasMovie) || !isFlag(packet.mayHaveThumbnail)
+        || packet.pixels > InGivenMemory || !isFlag(packet.hasMovie)
         || descriptors != (packet.pixels == InOwnMemory ? 1 : 0)) {
         return false;
     }
@@ -212,6 +212,7 @@ bool sendRequest(int socket, quint64 id, const DecodeRequest& request, int file,
     packet.wanted = qint32(request.wanted);
     packet.longestSide = request.longestSide;
     packet.turn = qint32(request.turn);
+    packet.isHeld = request.isHeld ? 1 : 0;
     packet.viewWidth = request.frame.view.width();
     packet.viewHeight = request.frame.view.height();
     packet.pixelsPerPoint = request.frame.pixelsPerPoint;
@@ -232,7 +233,6 @@ bool sendAnswer(int socket, const AnswerMessage& answer)
     packet.width = answer.picture.size.width();
     packet.height = answer.picture.size.height();
     packet.orientation = answer.picture.orientation;
-    packet.mayHaveThumbnail = answer.picture.mayHaveThumbnail ? 1 : 0;
     if (answer.pixels) {
         const BitmapLayout& layout = answer.pixels->layout;
         packet.pixels = answer.pixels->memory.isOpen() ? InOwnMemory : InGivenMemory;
@@ -275,6 +275,7 @@ MessageStatus receiveRequest(int socket, RequestMessage& message)
     message.request.fileName = QByteArray(packet.name.data(), packet.nameLength);
     message.request.longestSide = packet.longestSide;
     message.request.turn = Turn(packet.turn);
+    message.request.isHeld = packet.isHeld == 1;
     message.request.frame = {{packet.viewWidth, packet.viewHeight}, packet.pixelsPerPoint, FitMode(packet.fitMode)};
     message.file = std::move(descriptors.front());
     message.memory = packet.hasMemory == 1 ? std::move(descriptors.back()) : FileDescriptor();
@@ -298,7 +299,6 @@ MessageStatus receiveAnswer(int socket, AnswerMessage& message)
     message.picture.error = DecodeError(packet.error);
     message.picture.size = QSize(packet.width, packet.height);
     message.picture.orientation = packet.orientation;
-    message.picture.mayHaveThumbnail = packet.mayHaveThumbnail == 1;
     if (packet.pixels != Nowhere) {
         message.pixels = SharedBitmap{descriptors.empty() ? FileDescriptor() : std::move(descriptors.front()),
             {packet.bitmapWidth, packet.bitmapHeight, packet.bytesPerLine, packet.format}};

@@ -210,7 +210,8 @@ void DecoderMessagesTest::requestsArriveWhole()
     QFETCH(int, turn);
     const SocketPair pair;
     const auto file = someFile();
-    const DecodeRequest request{Wanted(wanted), name, longestSide, Turn(turn)};
+    DecodeRequest request{Wanted(wanted), name, longestSide, Turn(turn)};
+    request.isHeld = longestSide > 0;
     QVERIFY(sendRequest(pair.near.number(), std::numeric_limits<quint64>::max(), request, file.number()));
     RequestMessage message;
     QCOMPARE(receiveRequest(pair.far.number(), message), MessageStatus::Received);
@@ -219,6 +220,7 @@ void DecoderMessagesTest::requestsArriveWhole()
     QCOMPARE(message.request.fileName, name);
     QCOMPARE(message.request.longestSide, longestSide);
     QCOMPARE(message.request.turn, Turn(turn));
+    QCOMPARE(message.request.isHeld, longestSide > 0);
     QCOMPARE(stampOf(message.file)->inode, stampOf(file)->inode);
 }
 
@@ -380,6 +382,7 @@ void DecoderMessagesTest::errorsArriveAlone_data()
     QTest::newRow("not a picture") << int(DecodeError::NotAPicture) << true;
     QTest::newRow("damaged") << int(DecodeError::Damaged) << true;
     QTest::newRow("too large") << int(DecodeError::TooLarge) << true;
+    QTest::newRow("no thumbnail") << int(DecodeError::NoThumbnail) << true;
     QTest::newRow("needs extra decoders") << int(DecodeError::NeedsExtraDecoders) << true;
     QTest::newRow("only the client finds it lost") << int(DecodeError::DecoderLost) << false;
     QTest::newRow("only the client cancels") << int(DecodeError::Cancelled) << false;

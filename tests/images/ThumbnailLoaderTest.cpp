@@ -12,7 +12,10 @@
 #include <QTest>
 
 #include <algorithm>
-#include <map>
+#include <array>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 using namespace frameflow;
 using namespace std::chrono_literals;
@@ -38,8 +41,9 @@ private Q_SLOTS:
     void nothingArrivesAfterTheLoaderIsGone();
     void theCallbackMayDestroyTheLoader();
     void namesWantedTwiceArriveOnce();
-    void whatIsHeldDecodedNeedsNoDecoder();
-    void whatIsDecodedAheadNeedsNoDecoder();
+    void whatIsHeldIsNotDecodedAgain();
+    void whatIsDecodedAheadIsNotDecodedAgain();
+    void aCopyOfAnotherShapeIsNoSourceOfAThumbnail();
     void whatIsHeldDecodedLooksAsItsFileDoes_data();
     void whatIsHeldDecodedLooksAsItsFileDoes();
     void theFilesOwnThumbnailIsTakenThoughItsPictureIsHeld();
@@ -62,6 +66,8 @@ private:
         }
         return urls;
     }
+
+    void repaint(const QByteArray& name, const QByteArray& colours, QSize size) const;
 
     std::unique_ptr<TestFolder> mFolder;
     std::unique_ptr<ThumbnailLoader> mLoader;
@@ -248,37 +254,71 @@ void ThumbnailLoaderTest::namesWantedTwiceArriveOnce()
     QCOMPARE(mArrived.size(), size_t(1));
 }
 
-void ThumbnailLoaderTest::whatIsHeldDecodedNeedsNoDecoder()
+// Other pixels in the same file, which nobody can tell from before without reading them.
+void ThumbnailLoaderTest::repaint(const QByteArray& name, const QByteArray& colours, QSize size) const
 {
-    const FileUrl held = add(1);
-    const FileUrl other = add(2);
-    QVERIFY(KLImageCache::imageWithURL(held));
-    DecoderPool pool{DecoderPool::Options()}; // of a machine where no decoder can be started
-    std::map<FileUrl, QImage> arrived;
-    ThumbnailLoader loader(pool, [&](const FileUrl& url, const QImage& picture) { arrived[url] = picture; });
-    loader.setWanted({held, other});
-    QVERIFY(!loader.isIdle());
-    QTRY_COMPARE(arrived.size(), size_t(2));
-    QVERIFY(loader.isIdle());
-    QVERIFY(arrived[other].isNull());
-    QCOMPARE(arrived[held].size(), QSize(300, 225));
-    QCOMPARE(quarters(arrived[held], 8), QByteArray("RGBY"));
-    QVERIFY(KLThumbnailCache::hasImageWithURL(held));
+    const QByteArray path = mFolder->pathOf(name);
+    struct stat before = {};
+    QCOMPARE(stat(path.constData(), &before), 0);
+    const QByteArray contents = encoded(quartersOf(colours, size), "bmp");
+    QCOMPARE(contents.size(), qsizetype(before.st_size));
+    QFile file(QString::fromUtf8(path));
+    QVERIFY(file.open(QIODevice::ReadWrite) && file.write(contents) == contents.size());
+    file.close();
+    const std::array times{before.st_atim, before.st_mtim};
+    QCOMPARE(utimensat(AT_FDCWD, path.constData(), times.data(), 0), 0);
 }
 
-void ThumbnailLoaderTest::whatIsDecodedAheadNeedsNoDecoder()
+void ThumbnailLoaderTest::whatIsHeldIsNotDecodedAgain()
 {
-    const AheadFile next{add(1, {2400, 1600}), {{900, 600}, 1, FitMode::Stretch}};
+    constexpr QSize size(600, 400);
+    for (const char* const name : {"held.bmp", "other.bmp"}) {
+        mFolder->addFile(name, encoded(quartersPicture(size), "bmp"));
+    }
+    const FileUrl held = mFolder->urlOf("held.bmp");
+    const FileUrl other = mFolder->urlOf("other.bmp");
+    QVERIFY(KLImageCache::imageWithURL(held));
+    repaint("held.bmp", "YBGR", size);
+    repaint("other.bmp", "YBGR", size);
+    mLoader->setWanted({held, other});
+    QTRY_COMPARE(mArrived.size(), size_t(2));
+    QVERIFY(mLoader->isIdle());
+    QCOMPARE(KLThumbnailCache::imageWithURL(held).size(), QSize(300, 200));
+    QCOMPARE(quarters(KLThumbnailCache::imageWithURL(held), 8), QByteArray("RGBY"));
+    QCOMPARE(quarters(KLThumbnailCache::imageWithURL(other), 8), QByteArray("YBGR"));
+}
+
+void ThumbnailLoaderTest::whatIsDecodedAheadIsNotDecodedAgain()
+{
+    constexpr QSize size(2400, 1600);
+    mFolder->addFile("next.bmp", encoded(quartersPicture(size), "bmp"));
+    const AheadFile next{mFolder->urlOf("next.bmp"), {{900, 600}, 1, FitMode::Stretch}};
     ReadAhead::instance().setWanted({next});
     QTRY_VERIFY(ReadAhead::instance().isReady(next));
-    DecoderPool pool{DecoderPool::Options()}; // of a machine where no decoder can be started
-    std::vector<QImage> arrived;
-    ThumbnailLoader loader(pool, [&](const FileUrl&, const QImage& picture) { arrived.push_back(picture); });
-    loader.setWanted({next.url});
-    QTRY_COMPARE(arrived.size(), size_t(1));
-    QCOMPARE(arrived.front().size(), QSize(300, 200));
-    QCOMPARE(quarters(arrived.front(), 8), QByteArray("RGBY"));
+    repaint("next.bmp", "YBGR", size);
+    mLoader->setWanted({next.url});
+    QTRY_COMPARE(mPictures.size(), size_t(1));
+    QCOMPARE(mPictures.front().size(), QSize(300, 200));
+    QCOMPARE(quarters(mPictures.front(), 8), QByteArray("RGBY"));
     QVERIFY(ReadAhead::instance().isReady(next)); // it is still there for the show
+}
+
+void ThumbnailLoaderTest::aCopyOfAnotherShapeIsNoSourceOfAThumbnail()
+{
+    QImage stripes(1200, 1200, QImage::Format_RGB32);
+    for (int line = 0; line < stripes.height(); ++line) {
+        std::fill_n(reinterpret_cast<QRgb*>(stripes.scanLine(line)), stripes.width(),
+            line / 20 % 2 == 0 ? qRgb(0, 0, 0) : qRgb(255, 255, 255));
+    }
+    mFolder->addFile("1.png", encoded(stripes, "png"));
+    const AheadFile next{mFolder->urlOf("1.png"), {{700, 60}, 1, FitMode::Stretch}};
+    ReadAhead::instance().setWanted({next});
+    QTRY_VERIFY(ReadAhead::instance().isReady(next));
+    mLoader->setWanted({next.url});
+    QTRY_COMPARE(mPictures.size(), size_t(1));
+    QCOMPARE(mPictures.front().size(), QSize(300, 300));
+    QVERIFY(isNear(mPictures.front().pixel(150, 152), qRgb(0, 0, 0), 8));
+    QVERIFY(isNear(mPictures.front().pixel(150, 157), qRgb(255, 255, 255), 8));
 }
 
 void ThumbnailLoaderTest::whatIsHeldDecodedLooksAsItsFileDoes_data()

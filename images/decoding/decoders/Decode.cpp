@@ -168,12 +168,14 @@ DecodedPicture decodeOther(
     if (extraDecoders() == nullptr && needsExtra(contents, type)) {
         return DecodedPicture::failed(DecodeError::NeedsExtraDecoders);
     }
-    const auto stored = longestSide > 0 ? StoredThumbnail::Read : StoredThumbnail::LookFor;
-    const int storedSide = longestSide > 0 ? longestSide : thumbnailSide;
-    const Metadata metadata = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, storedSide);
+    const auto stored = longestSide > 0 ? StoredThumbnail::Read : StoredThumbnail::Skip;
+    const Metadata metadata = isTurnedByCodec(type) ? Metadata() : readMetadata(contents, stored, longestSide);
     DecodedPicture picture = DecodedPicture::failed(DecodeError::NotAPicture);
     if (contentType(metadata.thumbnail, {}) == ContentType::Jpeg) {
         picture = decodeWithQt(metadata.thumbnail, ContentType::Jpeg, longestSide);
+    }
+    if (picture.pixels.isNull() && request.isHeld && !isTurnedByCodec(type)) {
+        return DecodedPicture::failed(DecodeError::NoThumbnail);
     }
     const int orientation = validOrientation(metadata.orientation);
     if (picture.pixels.isNull()) {
@@ -185,7 +187,6 @@ DecodedPicture decodeOther(
         picture = decodeByContents(contents, type, asStored);
     }
     picture.orientation = orientation;
-    picture.mayHaveThumbnail = metadata.hasThumbnail;
     // Qt leaves out of PNG the profiles that it cannot apply itself.
     if (type == ContentType::Png) {
         profile = metadata.profile;

@@ -32,7 +32,7 @@ void prepareOnce()
     });
 }
 
-void findThumbnail(const Exiv2::Image& image, StoredThumbnail stored, int leastLongerSide, Metadata& metadata)
+QByteArray storedThumbnail(const Exiv2::Image& image, int leastLongerSide)
 {
     const Exiv2::PreviewManager manager(image);
     // From the smallest to the largest.
@@ -41,14 +41,10 @@ void findThumbnail(const Exiv2::Image& image, StoredThumbnail stored, int leastL
         if (!isJpeg || std::max(properties.width_, properties.height_) < static_cast<uint32_t>(leastLongerSide)) {
             continue;
         }
-        metadata.hasThumbnail = true;
-        if (stored == StoredThumbnail::Read) {
-            const auto preview = manager.getPreviewImage(properties);
-            metadata.thumbnail
-                = QByteArray(reinterpret_cast<const char*>(preview.pData()), static_cast<qsizetype>(preview.size()));
-        }
-        return;
+        const auto preview = manager.getPreviewImage(properties);
+        return {reinterpret_cast<const char*>(preview.pData()), static_cast<qsizetype>(preview.size())};
     }
+    return {};
 }
 
 bool saysAdobeRgb(const Exiv2::ExifData& exif)
@@ -94,7 +90,9 @@ Metadata readMetadata(const QByteArray& contents, StoredThumbnail stored, int le
             const Exiv2::DataBuf& profile = *image->iccProfile();
             metadata.profile = QByteArray(reinterpret_cast<const char*>(profile.pData_), profile.size_);
         }
-        findThumbnail(*image, stored, leastLongerSide, metadata);
+        if (stored == StoredThumbnail::Read) {
+            metadata.thumbnail = storedThumbnail(*image, leastLongerSide);
+        }
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): a file without readable properties has none
     }
     return metadata;

@@ -6,7 +6,7 @@ namespace frameflow {
 
 enum class StoredThumbnail
 {
-    LookFor,
+    Skip,
     Read,
 };
 
@@ -16,8 +16,7 @@ struct Metadata
     qint64 orientation = 0; // the number as it stands in the file; 0 where there is none
     bool isAdobeRgb = false; // said by the camera in place of a profile
     QByteArray profile; // of the colours; empty where there is none
-    bool hasThumbnail = false; // of at least the wanted side
-    QByteArray thumbnail; // an encoded picture; empty where there is none, or it was not to be read
+    QByteArray thumbnail; // an encoded picture of at least the wanted side; empty where there is none
 };
 
 // The stored thumbnail is the smallest one whose longer side has at least that many pixels. Any thread. Never fails:
