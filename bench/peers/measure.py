@@ -188,11 +188,11 @@ def thumbnails(running, folder):
     with running.started(viewer.thumbnails or viewer.command, folder):
         if viewer.thumbnails:
             known = set()
-            while not screen.windows():
+            while not (windows := screen.windows()):
                 time.sleep(0.005)
                 if time.monotonic() - running.begin > PATIENCE:
                     raise Trouble(f"{viewer.name} has no window")
-            screen.move(screen.windows()[-1], screen.rect)
+            screen.move(windows[-1], screen.rect)
         else:
             if running.await_shown(0, running.begin) == NEVER:
                 raise Trouble(f"{viewer.name} shows no picture")
