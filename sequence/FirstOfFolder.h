@@ -11,8 +11,8 @@ namespace frameflow {
 // How much is looked at: what a disk that is slow to answer is asked for.
 struct FirstOfFolderLimits
 {
-    qint64 entries = 32768;
-    std::chrono::milliseconds time{20};
+    qint64 entries = 32768; // some 20 ms where the disk is quick
+    std::chrono::milliseconds time{100};
 };
 
 // The file of the folder itself that the order puts first, from names alone, which takes a fraction of the time of a
