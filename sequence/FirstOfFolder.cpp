@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include <sys/stat.h>
+
 namespace frameflow {
 
 namespace {
@@ -44,6 +46,13 @@ private:
     std::string mKey; // of the one that is offered; here for its memory
 };
 
+// 0 where that cannot be known.
+qint64 bytesOf(const FileUrl& folder)
+{
+    struct stat status = {};
+    return stat(folder.path().constData(), &status) == 0 ? qint64(status.st_size) : 0;
+}
+
 bool isJpeg(QByteArrayView name)
 {
     constexpr QByteArrayView suffix(".jpg");
@@ -55,7 +64,8 @@ bool isJpeg(QByteArrayView name)
 SlideItemPtr firstOfFolder(const FileUrl& folder, SortOrder order, bool leavesOutCompanions, const CancelToken& cancel,
     const FirstOfFolderLimits& limits)
 {
-    if (order != SortOrder::Name && order != SortOrder::Url) {
+    const bool saysOrder = order == SortOrder::Name || order == SortOrder::Url;
+    if (!saysOrder || bytesOf(folder) > limits.bytes) {
         return {};
     }
     First first(order);

@@ -392,6 +392,7 @@ void CollectingTest::theFirstOfTheOrderIsLookedForWithinLimits()
     QCOMPARE(amongFew, listedFirst);
     QVERIFY(first(0, 1h).isEmpty());
     QVERIFY(first(all, 0ms).isEmpty());
+    QVERIFY(!firstOfFolder(f.folder.url(), SortOrder::Name, true, CancelToken(), {all, 1h, 1}));
     const CancelToken cancelled;
     cancelled.cancel();
     QVERIFY(first(all, 1h, cancelled).isEmpty());
