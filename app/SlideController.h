@@ -294,7 +294,11 @@ private:
     std::unique_ptr<SlideWindow> detachScreenWindow();
     void closeScreenWindow();
     void showOnChosenScreen();
+    void watchScreen(QScreen* screen);
     void screenRemoved(QScreen* screen);
+    void followScreen();
+    void coverScreen();
+    void bringWindowsIntoSightLater();
     void bringWindowsIntoSight();
     FileUrl hintPicture() const;
     void scheduleVisibilityCheck();

@@ -72,7 +72,7 @@ bool SlideController::applicationPerform(const QByteArray& command, const Launch
     return true;
 }
 
-// Not every window manager moves what stood on a display that is gone.
+// Not every window manager moves what stood on a display that is gone. Full screen, a show covers its own.
 void SlideController::bringWindowsIntoSight()
 {
     const auto screens = QGuiApplication::screens();
@@ -80,6 +80,9 @@ void SlideController::bringWindowsIntoSight()
         return;
     }
     for (QWidget* window : visibleWindows()) {
+        if (window == mScreenWindow.get() && !mWindowMode) {
+            continue;
+        }
         const QRect frame = window->frameGeometry();
         // Some managers leave an edge in sight.
         const bool isSeen = std::any_of(screens.begin(), screens.end(),

@@ -92,6 +92,12 @@ void SlideController::awakeFromNib()
     restoreScreen();
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
         [this](Qt::ApplicationState state) { mActivation.setActive(state == Qt::ApplicationActive); });
+    const auto screens = QGuiApplication::screens();
+    for (QScreen* const screen : screens) {
+        watchScreen(screen);
+    }
+    connect(qApp, &QGuiApplication::screenAdded, this, &SlideController::watchScreen);
+    connect(qApp, &QGuiApplication::screenAdded, this, &SlideController::followScreen);
     connect(qApp, &QGuiApplication::screenRemoved, this, &SlideController::screenRemoved);
 }
 
@@ -416,22 +422,47 @@ void SlideController::restoreScreen()
     mCurrentScreen = index ? screens.at(static_cast<qsizetype>(*index)) : QGuiApplication::primaryScreen();
 }
 
-// A show on a display that is unplugged goes on on the main one; whatever stands above it and has the keyboard keeps
-// it.
+// Displays move when one beside them comes or goes, and a window manager may leave the show where its own was.
+void SlideController::watchScreen(QScreen* screen)
+{
+    connect(screen, &QScreen::geometryChanged, this, &SlideController::followScreen);
+}
+
+void SlideController::followScreen()
+{
+    if (mScreenWindow && mCurrentScreen && mScreenWindow->geometry() != mCurrentScreen->geometry()) {
+        coverScreen();
+    }
+    bringWindowsIntoSightLater();
+}
+
+// A show on a display that is unplugged goes on on the main one.
 void SlideController::screenRemoved(QScreen* screen)
 {
     if (mCurrentScreen == screen || !mCurrentScreen) {
         mCurrentScreen = QGuiApplication::primaryScreen();
-        if (mScreenWindow && !mWindowMode) {
-            QWidget* const active = QApplication::activeWindow();
-            goFullScreen(mCurrentScreen);
-            if (active != nullptr && active != mScreenWindow.get()) {
-                active->raise();
-                active->activateWindow();
-            }
-        }
+        coverScreen();
     }
-    // Later: the toolkit has not given up the display yet.
+    bringWindowsIntoSightLater();
+}
+
+// Whatever stands above the show and has the keyboard keeps it.
+void SlideController::coverScreen()
+{
+    if (!mScreenWindow || mWindowMode) {
+        return;
+    }
+    QWidget* const active = QApplication::activeWindow();
+    goFullScreen(mCurrentScreen);
+    if (active != nullptr && active != mScreenWindow.get()) {
+        active->raise();
+        active->activateWindow();
+    }
+}
+
+void SlideController::bringWindowsIntoSightLater()
+{
+    // The toolkit has not given up the display yet.
     postToMainThread([this, alive = std::weak_ptr(mAlive)] {
         if (alive.lock()) {
             bringWindowsIntoSight();

@@ -66,7 +66,8 @@ void SlideWindow::showFullScreenOn(QScreen* screen)
     mReveal->setDirection(QAbstractAnimation::Forward);
     mReveal->setCurrentTime(0);
     if (screen != nullptr) {
-        if (isFullScreen() && this->screen() != screen) {
+        // A manager moves no window that is full screen.
+        if (isFullScreen() && (this->screen() != screen || geometry() != screen->geometry())) {
             setWindowState(windowState() & ~Qt::WindowFullScreen);
         }
         setScreen(screen);
