@@ -119,6 +119,11 @@ bool FileDrops::eventFilter(QObject* object, QEvent* event)
     case QEvent::DragLeave:
         left();
         return false;
+    case QEvent::MouseMove:
+    case QEvent::MouseButtonPress:
+        // While something is dragged the other program has the mouse: it is gone without a word, or will drop soon.
+        delete mFrame;
+        return false;
     case QEvent::Drop:
         return !mFilesOver.isEmpty() && dropped(static_cast<QDropEvent*>(event));
     default:

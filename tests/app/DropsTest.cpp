@@ -41,6 +41,8 @@ private Q_SLOTS:
     void aDropEndsTheShowBefore();
     void pathsOfAnyBytesAreTaken();
     void theFrameShowsWhatWouldBeTaken();
+    void theFrameGoesWithTheProgramThatDraggedHere_data();
+    void theFrameGoesWithTheProgramThatDraggedHere();
     void whatIsNoFileIsRefused_data();
     void whatIsNoFileIsRefused();
     void filesAreNeverMoved_data();
@@ -181,6 +183,31 @@ void DropsTest::theFrameShowsWhatWouldBeTaken()
     QVERIFY(frame() == nullptr);
     enter(window, *mimeOf("https://frameflow.example/1.png"));
     QVERIFY(frame() == nullptr);
+}
+
+void DropsTest::theFrameGoesWithTheProgramThatDraggedHere_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::newRow("mouse moved") << int(QEvent::MouseMove);
+    QTest::newRow("mouse pressed") << int(QEvent::MouseButtonPress);
+}
+
+// That crashed, say: nobody tells of it, but the mouse is here again.
+void DropsTest::theFrameGoesWithTheProgramThatDraggedHere()
+{
+    QFETCH(const int, type);
+    QWidget* const window = open("slide");
+    const auto mime = mimeOf(droppedUrls());
+    enter(window, *mime);
+    QVERIFY(window->findChild<QWidget*>(QStringLiteral("dropFrame")) != nullptr);
+    const QPointF place = window->rect().center();
+    QMouseEvent event(QEvent::Type(type), place, window->mapToGlobal(place), Qt::RightButton, Qt::RightButton, {});
+    QApplication::sendEvent(window, &event);
+    QVERIFY(window->findChild<QWidget*>(QStringLiteral("dropFrame")) == nullptr);
+    // A drop may come after the mouse that it lets go.
+    QDropEvent dropped(place, Qt::CopyAction, mime.get(), Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(window, &dropped);
+    QTRY_COMPARE(controller().fileSequence().URLAtIndex(0), mDropped->folder.urlOf("8.png"));
 }
 
 void DropsTest::whatIsNoFileIsRefused_data()

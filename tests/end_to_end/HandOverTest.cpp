@@ -57,6 +57,7 @@ private Q_SLOTS:
     void filesAreDroppedFromAnotherProgram();
     void otherThingsCannotBeDropped_data();
     void otherThingsCannotBeDropped();
+    void aDragWhoseProgramDiesLeavesNoFrame();
 
     void theBusStartsTheProgram_data();
     void theBusStartsTheProgram();
@@ -72,8 +73,13 @@ private:
     QString greenFile() const { return QString::fromUtf8(mOther.pathOf("1.png")); }
     QString greenUrl() const { return mOther.urlOf("1.png").toUrl().toString(QUrl::FullyEncoded); }
     bool hasLeft(Program& program) const { return program.waitForExit() && program.exitCode() == 0; }
-    // Has another program's window offer that, carries it from there over the program's, waits until a frame shows
-    // there that it would be taken, or sees that none does, and drops it. Answers what the other program says then.
+    // Has the other program's window offer that, and carries it from there over the program's, with the button still
+    // held. Answers what went wrong.
+    QByteArray carryHere(Program& other, const QString& text, const QString& type) const;
+    // That what is carried would be taken.
+    bool isFrameSeen() const;
+    // Waits until a frame shows that it would be taken, or sees that none does, and drops it. Answers what the other
+    // program says then.
     QByteArray dragHere(const QString& text, const QString& type, bool isTaken) const;
     bool startFirst() { return mShow->startAndRest() && mShow->waitForColour(mRed); }
 
@@ -83,6 +89,7 @@ private:
     const QColor mRed{200, 30, 30};
     const QColor mGreen{30, 160, 30};
     const QColor mBlue{30, 30, 200};
+    const QColor mFrame{48, 140, 198}; // where no desktop says otherwise
 };
 
 void HandOverTest::aSecondStartHandsItsFilesOverAndLeaves()
@@ -296,9 +303,8 @@ void HandOverTest::hostileCallsAreHarmless()
 
 // ---- Dropped on its windows
 
-QByteArray HandOverTest::dragHere(const QString& text, const QString& type, bool isTaken) const
+QByteArray HandOverTest::carryHere(Program& other, const QString& text, const QString& type) const
 {
-    Program other(QStringLiteral(STAND_IN));
     const auto& server = mShow->server();
     if (!other.start({QStringLiteral("other"), text, type})) {
         return "not started";
@@ -320,14 +326,29 @@ QByteArray HandOverTest::dragHere(const QString& text, const QString& type, bool
     }
     const QRect inside = server.geometry(*target);
     const QPoint to(inside.center().x(), inside.bottom() - 20);
-    const QPoint edge(inside.left() + 1, inside.center().y());
-    const QRgb before = server.pixel(edge);
     server.holdButton(corner.center());
     server.moveMouse((corner.center() + to) / 2);
     server.moveMouse(to);
-    const auto isFrameSeen = [&] { return server.pixel(edge) != before; };
-    const bool isAsWished = isTaken ? waitFor(isFrameSeen) : staysTrueFor(300ms, [&] { return !isFrameSeen(); });
-    server.releaseButton();
+    return {};
+}
+
+bool HandOverTest::isFrameSeen() const
+{
+    const auto window = mShow->showWindow();
+    const QRect inside = window ? mShow->server().geometry(*window) : QRect();
+    return mShow->server().pixel(QPoint(inside.left() + 1, inside.center().y())) == mFrame.rgb();
+}
+
+QByteArray HandOverTest::dragHere(const QString& text, const QString& type, bool isTaken) const
+{
+    Program other(QStringLiteral(STAND_IN));
+    const QByteArray problem = carryHere(other, text, type);
+    if (!problem.isEmpty()) {
+        return problem;
+    }
+    const auto isSeen = [this] { return isFrameSeen(); };
+    const bool isAsWished = isTaken ? waitFor(isSeen) : staysTrueFor(300ms, [&] { return !isSeen(); });
+    mShow->server().releaseButton();
     if (!isAsWished) {
         return "the wrong frame";
     }
@@ -375,6 +396,20 @@ void HandOverTest::otherThingsCannotBeDropped()
     QVERIFY(mShow->start({}));
     QCOMPARE(dragHere(text, type, false), QByteArray("dropped 0"));
     QCOMPARE(mShow->server().windowsOf(mShow->program().processId()).size(), 1);
+}
+
+void HandOverTest::aDragWhoseProgramDiesLeavesNoFrame()
+{
+    QVERIFY(startFirst());
+    Program other(QStringLiteral(STAND_IN));
+    QCOMPARE(carryHere(other, greenUrl(), QStringLiteral("text/uri-list")), QByteArray());
+    QVERIFY(waitFor([this] { return isFrameSeen(); }));
+    QVERIFY(kill(pid_t(other.processId()), SIGKILL) == 0);
+    QVERIFY(other.waitForExit());
+    mShow->server().releaseButton();
+    mShow->server().moveMouse(mShow->server().bounds().center());
+    QVERIFY(mShow->waitForColour(mRed));
+    QVERIFY(!isFrameSeen());
 }
 
 // ---- Started by the bus

@@ -56,7 +56,9 @@ protected:
             mime->setData(dragged.at(1), dragged.at(0).toUtf8());
             auto* const drag = new QDrag(this);
             drag->setMimeData(mime);
-            say("dropped %d", int(drag->exec(Qt::CopyAction | Qt::MoveAction, Qt::MoveAction)));
+            const auto action = drag->exec(Qt::CopyAction | Qt::MoveAction, Qt::MoveAction);
+            QGuiApplication::sync(); // who reads the line may end this program before the drop is sent
+            say("dropped %d", int(action));
         }
     }
     void mouseReleaseEvent(QMouseEvent* event) override
