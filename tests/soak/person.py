@@ -178,6 +178,9 @@ class Person:
             self.pause(0.3)
             self.screen.move_mouse(*rect.centre)
             return way
+        if way != "wander":
+            # Not pulled out of the menu bar: a menu has Quit.
+            places[0] = places[0][0], max(places[0][1], rect.y + 40)
         self.screen.move_mouse(*places[0])
         if way == "pan":
             self.screen.hold_key("Control_L")
