@@ -114,23 +114,21 @@ int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, cl
     if (clock != CLOCK_REALTIME) {
         return wait(condition, mutex, clock, end);
     }
-    while (true) {
-        timespec now{};
-        clock_gettime(CLOCK_REALTIME, &now);
-        if (!isBefore(now, *end)) {
-            return ETIMEDOUT;
-        }
-        timespec moment{};
-        syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &moment);
-        constexpr long step = 2'000'000;
-        const timespec next = later(now, step);
-        const long left = (end->tv_sec - now.tv_sec) * second + end->tv_nsec - now.tv_nsec;
-        moment = later(moment, isBefore(next, *end) ? step : left);
-        const int result = wait(condition, mutex, CLOCK_MONOTONIC, &moment);
-        if (result != ETIMEDOUT) {
-            return result;
-        }
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    if (!isBefore(now, *end)) {
+        return ETIMEDOUT;
     }
+    timespec moment{};
+    syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &moment);
+    constexpr long step = 2'000'000;
+    const timespec next = later(now, step);
+    const bool isWhole = !isBefore(next, *end);
+    const long left = (end->tv_sec - now.tv_sec) * second + end->tv_nsec - now.tv_nsec;
+    moment = later(moment, isWhole ? left : step);
+    const int result = wait(condition, mutex, CLOCK_MONOTONIC, &moment);
+    // Woken for nothing, as may happen to everybody: what was signalled since the step ended would be missed here.
+    return result == ETIMEDOUT && !isWhole ? 0 : result;
 }
 
 int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* end)
