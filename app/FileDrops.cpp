@@ -7,14 +7,19 @@
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QPainter>
+#include <QWindow>
 
 #include <algorithm>
+#include <chrono>
 #include <initializer_list>
 #include <utility>
 
 namespace frameflow {
 
 namespace {
+
+// From when the other program lets go of the mouse until it says that it has dropped.
+constexpr std::chrono::milliseconds lastDropTime(300);
 
 // Above all that the window shows.
 class DropFrame : public QWidget
@@ -92,6 +97,9 @@ bool accept(QDropEvent* event)
 
 FileDrops::FileDrops(std::function<void(const QList<FileUrl>&)> dropped) : mDropped(std::move(dropped))
 {
+    mAbandoned.setSingleShot(true);
+    mAbandoned.setInterval(lastDropTime);
+    connect(&mAbandoned, &QTimer::timeout, this, &FileDrops::forget);
     qApp->installEventFilter(this);
 }
 
@@ -115,14 +123,16 @@ bool FileDrops::eventFilter(QObject* object, QEvent* event)
     case QEvent::DragEnter:
         return entered(widget->window(), static_cast<QDropEvent*>(event));
     case QEvent::DragMove:
+        if (mAbandoned.isActive()) {
+            return entered(widget->window(), static_cast<QDropEvent*>(event)); // by another program
+        }
         return !mFilesOver.isEmpty() && accept(static_cast<QDropEvent*>(event));
     case QEvent::DragLeave:
         left();
         return false;
     case QEvent::MouseMove:
     case QEvent::MouseButtonPress:
-        // While something is dragged the other program has the mouse: it is gone without a word, or will drop soon.
-        delete mFrame;
+        mouseCameBack();
         return false;
     case QEvent::Drop:
         return !mFilesOver.isEmpty() && dropped(static_cast<QDropEvent*>(event));
@@ -135,6 +145,12 @@ bool FileDrops::eventFilter(QObject* object, QEvent* event)
 bool FileDrops::entered(QWidget* window, QDropEvent* event)
 {
     left();
+    event->ignore(); // the drag before may have been taken
+    // What is dragged within this program is left to the window that it comes from.
+    if (event->source() != nullptr) {
+        return false;
+    }
+    mWindowOver = window;
     if (harmlessAction(*event) != Qt::IgnoreAction && !isBlocked()) {
         mFilesOver = filesIn(event->mimeData());
     }
@@ -159,8 +175,30 @@ bool FileDrops::dropped(QDropEvent* event)
 
 void FileDrops::left()
 {
+    mAbandoned.stop();
+    mWindowOver = nullptr;
     mFilesOver.clear();
     delete mFrame;
+}
+
+// While something is dragged the other program has the mouse: it has ended without a word, or drops in this moment.
+void FileDrops::mouseCameBack()
+{
+    delete mFrame;
+    if (mWindowOver && !mAbandoned.isActive()) {
+        mAbandoned.start();
+    }
+}
+
+void FileDrops::forget()
+{
+    QWindow* const window = mWindowOver ? mWindowOver->windowHandle() : nullptr;
+    left();
+    // Without it the toolkit would take what another program drags here for the same drag.
+    if (window != nullptr) {
+        QDragLeaveEvent leave;
+        QCoreApplication::sendEvent(window, &leave);
+    }
 }
 
 } // namespace frameflow

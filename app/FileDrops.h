@@ -5,6 +5,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -32,10 +33,14 @@ private:
     bool entered(QWidget* window, QDropEvent* event);
     bool dropped(QDropEvent* event);
     void left();
+    void mouseCameBack();
+    void forget();
 
     const std::function<void(const QList<FileUrl>&)> mDropped;
+    QPointer<QWidget> mWindowOver; // over which something is dragged, taken or not
     QList<FileUrl> mFilesOver; // while they are dragged over a window that would take them
     QPointer<QWidget> mFrame; // a child of the window
+    QTimer mAbandoned; // the mouse is here again
 };
 
 } // namespace frameflow

@@ -15,6 +15,13 @@ using namespace frameflow;
 using namespace frameflow::e2e;
 using namespace std::chrono_literals;
 
+namespace {
+
+const QString uriList = QStringLiteral("text/uri-list");
+const QString plainText = QStringLiteral("text/plain");
+
+} // namespace
+
 // One program in a session: what is handed to a second one, and what the desktop asks for over the bus.
 class HandOverTest : public QObject
 {
@@ -58,6 +65,9 @@ private Q_SLOTS:
     void otherThingsCannotBeDropped_data();
     void otherThingsCannotBeDropped();
     void aDragWhoseProgramDiesLeavesNoFrame();
+    void theNextDragIsJudgedByItself_data();
+    void theNextDragIsJudgedByItself();
+    void whatIsDraggedWithinTheOpenPanelIsNotOpened();
 
     void theBusStartsTheProgram_data();
     void theBusStartsTheProgram();
@@ -81,6 +91,8 @@ private:
     // Waits until a frame shows that it would be taken, or sees that none does, and drops it. Answers what the other
     // program says then.
     QByteArray dragHere(const QString& text, const QString& type, bool isTaken) const;
+    // The other program dies in the middle of it, and the mouse is used here.
+    bool abandonDrag(const QString& text, const QString& type) const;
     bool startFirst() { return mShow->startAndRest() && mShow->waitForColour(mRed); }
 
     std::unique_ptr<ShowDriver> mShow;
@@ -346,7 +358,12 @@ QByteArray HandOverTest::dragHere(const QString& text, const QString& type, bool
     if (!problem.isEmpty()) {
         return problem;
     }
-    const auto isSeen = [this] { return isFrameSeen(); };
+    const auto isSeen = [this] {
+        // A hand is never still.
+        mShow->server().moveMouse(
+            mShow->server().mousePosition() + QPoint(mShow->server().mousePosition().x() % 2 ? -1 : 1, 0));
+        return isFrameSeen();
+    };
     const bool isAsWished = isTaken ? waitFor(isSeen) : staysTrueFor(300ms, [&] { return !isSeen(); });
     mShow->server().releaseButton();
     if (!isAsWished) {
@@ -354,6 +371,17 @@ QByteArray HandOverTest::dragHere(const QString& text, const QString& type, bool
     }
     const bool hasEnded = waitFor([&] { return other.output().contains("dropped"); });
     return hasEnded ? other.output().mid(other.output().indexOf("dropped")).trimmed() : other.output();
+}
+
+bool HandOverTest::abandonDrag(const QString& text, const QString& type) const
+{
+    Program other(QStringLiteral(STAND_IN));
+    const bool isCarried = carryHere(other, text, type).isEmpty()
+        && (type != uriList || waitFor([this] { return isFrameSeen(); })) && mShow->waitUntilAtRest();
+    const bool isDead = isCarried && ::kill(static_cast<pid_t>(other.processId()), SIGKILL) == 0 && other.waitForExit();
+    mShow->server().releaseButton();
+    mShow->server().moveMouse(mShow->server().bounds().center());
+    return isDead;
 }
 
 void HandOverTest::filesAreDroppedFromAnotherProgram_data()
@@ -370,7 +398,7 @@ void HandOverTest::filesAreDroppedFromAnotherProgram()
     const QByteArray name("0\xff\xfe %#.png");
     QVERIFY(rename(mOther.pathOf("1.png").constData(), mOther.pathOf(name).constData()) == 0);
     const QString url = QString::fromLatin1("file://" + mOther.pathOf(name).toPercentEncoding("/"));
-    QCOMPARE(dragHere(url, QStringLiteral("text/uri-list"), true), QByteArray("dropped 1")); // copied
+    QCOMPARE(dragHere(url, uriList, true), QByteArray("dropped 1")); // copied
     // Away from the other program's window, which the window manager may leave above.
     const QPoint corner = mShow->server().bounds().bottomRight() - QPoint(10, 10);
     const auto isGreen = [&] { return mShow->server().pixel(corner) == mGreen.rgb(); };
@@ -384,9 +412,8 @@ void HandOverTest::otherThingsCannotBeDropped_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("type");
-    QTest::newRow("text") << QStringLiteral("/etc/hostname") << QStringLiteral("text/plain");
-    QTest::newRow("web address") << QStringLiteral("https://frameflow.example/1.png")
-                                 << QStringLiteral("text/uri-list");
+    QTest::newRow("text") << QStringLiteral("/etc/hostname") << plainText;
+    QTest::newRow("web address") << QStringLiteral("https://frameflow.example/1.png") << uriList;
 }
 
 void HandOverTest::otherThingsCannotBeDropped()
@@ -401,15 +428,54 @@ void HandOverTest::otherThingsCannotBeDropped()
 void HandOverTest::aDragWhoseProgramDiesLeavesNoFrame()
 {
     QVERIFY(startFirst());
-    Program other(QStringLiteral(STAND_IN));
-    QCOMPARE(carryHere(other, greenUrl(), QStringLiteral("text/uri-list")), QByteArray());
-    QVERIFY(waitFor([this] { return isFrameSeen(); }));
-    QVERIFY(kill(pid_t(other.processId()), SIGKILL) == 0);
-    QVERIFY(other.waitForExit());
-    mShow->server().releaseButton();
-    mShow->server().moveMouse(mShow->server().bounds().center());
+    QVERIFY(abandonDrag(greenUrl(), uriList));
     QVERIFY(mShow->waitForColour(mRed));
     QVERIFY(!isFrameSeen());
+}
+
+void HandOverTest::theNextDragIsJudgedByItself_data()
+{
+    QTest::addColumn<QString>("abandoned"); // what kind
+    QTest::addColumn<QString>("next");
+    QTest::newRow("files after files") << uriList << uriList;
+    QTest::newRow("files after text") << plainText << uriList;
+    QTest::newRow("text after files") << uriList << plainText;
+}
+
+void HandOverTest::theNextDragIsJudgedByItself()
+{
+    QFETCH(const QString, abandoned);
+    QFETCH(const QString, next);
+    const bool isTaken = next == uriList;
+    QVERIFY(startFirst());
+    QVERIFY(abandonDrag(mShow->folder.urlOf("3.png").toUrl().toString(QUrl::FullyEncoded), abandoned));
+    QCOMPARE(dragHere(greenUrl(), next, isTaken), QByteArray(isTaken ? "dropped 1" : "dropped 0"));
+    const QPoint corner = mShow->server().bounds().bottomRight() - QPoint(10, 10);
+    const QRgb colour = (isTaken ? mGreen : mRed).rgb();
+    const auto isRight = [&] { return mShow->server().pixel(corner) == colour; };
+    QVERIFY(waitFor(isRight));
+    QVERIFY(staysTrueFor(300ms, isRight));
+}
+
+void HandOverTest::whatIsDraggedWithinTheOpenPanelIsNotOpened()
+{
+    QVERIFY(startFirst());
+    const auto& server = mShow->server();
+    mShow->press(QStringLiteral("ctrl+o"));
+    const auto panel = server.waitForWindow(mShow->program().processId(), QStringLiteral("Open — Frameflow"));
+    QVERIFY(panel);
+    QVERIFY(mShow->waitUntilAtRest());
+    const QRect area = server.geometry(*panel);
+    const QPoint row(area.left() + 230, area.top() + 91); // of its list: a folder
+    server.holdButton(row);
+    for (int step = 1; step <= 10; ++step) {
+        server.moveMouse(row + QPoint(2, 8) * step);
+    }
+    QVERIFY(mShow->waitUntilAtRest());
+    server.releaseButton();
+    QVERIFY(staysTrueFor(300ms, [&] { return server.isVisible(*panel); }));
+    mShow->press(QStringLiteral("Escape"));
+    QVERIFY(mShow->waitForColour(mRed));
 }
 
 // ---- Started by the bus
