@@ -25,6 +25,7 @@
 
 #include <QPointer>
 #include <QScreen>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -297,8 +298,8 @@ private:
     void watchScreen(QScreen* screen);
     void screenRemoved(QScreen* screen);
     void followScreen();
+    void lookAtScreens();
     void coverScreen();
-    void bringWindowsIntoSightLater();
     void bringWindowsIntoSight();
     FileUrl hintPicture() const;
     void scheduleVisibilityCheck();
@@ -360,6 +361,8 @@ private:
     KLLayerView* mFullScreenView = nullptr; // owned by mScreenWindow
     QPointer<SlideLabel> mLabel; // owned by mFullScreenView
     QPointer<QScreen> mCurrentScreen;
+    QTimer mScreenTimer; // after displays have changed
+    int mScreenLooks = 0; // that are left
     QRect mFullScreenFrame; // the display's frame at the last goFullScreen
     bool mWindowMode = false;
     bool mStartedByHand = false;

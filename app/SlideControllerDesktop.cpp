@@ -1,3 +1,4 @@
+#include "ControlPanel.h"
 #include "OpenPanel.h"
 #include "SlideController.h"
 #include "WindowActivation.h"
@@ -79,7 +80,11 @@ void SlideController::bringWindowsIntoSight()
     if (screens.isEmpty()) {
         return;
     }
-    for (QWidget* window : visibleWindows()) {
+    QList<QWidget*> windows = visibleWindows();
+    if (QWidget* controls = controlWindow(); controls != nullptr && controls->isVisible()) {
+        windows.append(controls);
+    }
+    for (QWidget* window : windows) {
         if (window == mScreenWindow.get() && !mWindowMode) {
             continue;
         }

@@ -36,6 +36,10 @@ QVariantMap defaultsFromResources()
     return readPropertyList(file.readAll()).value_or(QVariant()).toMap();
 }
 
+// After this long displays, the toolkit and the window manager have settled, most times.
+constexpr std::chrono::milliseconds screenTime(250);
+constexpr int screenLooks = 6;
+
 // Longer than any folder takes whose disk answers.
 constexpr Duration silenceBeforeWelcome = std::chrono::seconds(2);
 
@@ -99,6 +103,8 @@ void SlideController::awakeFromNib()
     connect(qApp, &QGuiApplication::screenAdded, this, &SlideController::watchScreen);
     connect(qApp, &QGuiApplication::screenAdded, this, &SlideController::followScreen);
     connect(qApp, &QGuiApplication::screenRemoved, this, &SlideController::screenRemoved);
+    mScreenTimer.setSingleShot(true);
+    connect(&mScreenTimer, &QTimer::timeout, this, &SlideController::lookAtScreens);
 }
 
 void SlideController::applicationDidFinishLaunching()
@@ -428,12 +434,11 @@ void SlideController::watchScreen(QScreen* screen)
     connect(screen, &QScreen::geometryChanged, this, &SlideController::followScreen);
 }
 
+// Later: the toolkit and the window manager have their own opinions first, and most managers move the show themselves.
 void SlideController::followScreen()
 {
-    if (mScreenWindow && mCurrentScreen && mScreenWindow->geometry() != mCurrentScreen->geometry()) {
-        coverScreen();
-    }
-    bringWindowsIntoSightLater();
+    mScreenLooks = screenLooks;
+    mScreenTimer.start(screenTime);
 }
 
 // A show on a display that is unplugged goes on on the main one.
@@ -441,33 +446,34 @@ void SlideController::screenRemoved(QScreen* screen)
 {
     if (mCurrentScreen == screen || !mCurrentScreen) {
         mCurrentScreen = QGuiApplication::primaryScreen();
-        coverScreen();
     }
-    bringWindowsIntoSightLater();
+    followScreen();
 }
 
-// Whatever stands above the show and has the keyboard keeps it.
+void SlideController::lookAtScreens()
+{
+    const bool isFullScreen = mScreenWindow && !mWindowMode && !mScreenWindow->isMinimized();
+    if (isFullScreen && mCurrentScreen && !mScreenWindow->covers(mCurrentScreen)) {
+        coverScreen();
+    }
+    bringWindowsIntoSight();
+    // What was asked for may come out otherwise.
+    if (--mScreenLooks > 0) {
+        mScreenTimer.start(screenTime);
+    }
+}
+
+// Neither the keyboard nor what stands above the show changes by it.
 void SlideController::coverScreen()
 {
-    if (!mScreenWindow || mWindowMode) {
-        return;
-    }
     QWidget* const active = QApplication::activeWindow();
-    goFullScreen(mCurrentScreen);
+    mFullScreenFrame = mCurrentScreen->geometry();
+    mScreenWindow->cover(mCurrentScreen);
     if (active != nullptr && active != mScreenWindow.get()) {
         active->raise();
         active->activateWindow();
     }
-}
-
-void SlideController::bringWindowsIntoSightLater()
-{
-    // The toolkit has not given up the display yet.
-    postToMainThread([this, alive = std::weak_ptr(mAlive)] {
-        if (alive.lock()) {
-            bringWindowsIntoSight();
-        }
-    });
+    keepControlsAbove();
 }
 
 // ---- No program without a window

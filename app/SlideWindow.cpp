@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 #include <QCursor>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
@@ -66,18 +67,40 @@ void SlideWindow::showFullScreenOn(QScreen* screen)
     mReveal->setDirection(QAbstractAnimation::Forward);
     mReveal->setCurrentTime(0);
     if (screen != nullptr) {
-        // A manager moves no window that is full screen.
-        if (isFullScreen() && (this->screen() != screen || geometry() != screen->geometry())) {
-            setWindowState(windowState() & ~Qt::WindowFullScreen);
-        }
-        setScreen(screen);
-        setGeometry(screen->geometry());
+        moveTo(screen);
     }
     showFullScreen();
     layOut();
     raise();
     activateWindow();
     mView->setFocus();
+}
+
+void SlideWindow::moveTo(QScreen* screen)
+{
+    // A manager moves no window that is full screen.
+    if (isFullScreen() && (this->screen() != screen || !covers(screen))) {
+        setWindowState(windowState() & ~Qt::WindowFullScreen);
+    }
+    setScreen(screen);
+    setGeometry(screen->geometry());
+}
+
+bool SlideWindow::covers(const QScreen* screen) const
+{
+    // What the window manager has said last; a widget hears of it later.
+    const QWindow* window = windowHandle();
+    const QRect place = window != nullptr ? window->geometry() : geometry();
+    // Wayland tells nobody where a window stands.
+    const bool isToldPlaces = !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return place.size() == screen->size() && (place.topLeft() == screen->geometry().topLeft() || !isToldPlaces);
+}
+
+void SlideWindow::cover(QScreen* screen)
+{
+    moveTo(screen);
+    setWindowState(windowState() | Qt::WindowFullScreen);
+    layOut();
 }
 
 void SlideWindow::showAsWindow(const QRect& geometry)

@@ -22,6 +22,11 @@ public:
     SlideWindow(QWidget* view, QMenuBar* menuBar);
 
     void showFullScreenOn(QScreen* screen);
+    // The same for a window that is full screen already; it stays where it is among others, and who has the keyboard
+    // keeps it.
+    void cover(QScreen* screen);
+    // Whether it fills that display, as far as the window manager has told.
+    bool covers(const QScreen* screen) const;
     // The rectangle is the window's without its decoration, in global coordinates; the window manager has the last word
     // on the position.
     void showAsWindow(const QRect& geometry);
@@ -48,6 +53,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    void moveTo(QScreen* screen);
     void layOut();
     void pointerMoved(const QPoint& global, Qt::MouseButtons held = Qt::NoButton);
     void revealMenuBar(bool revealed);

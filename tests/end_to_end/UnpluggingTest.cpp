@@ -36,6 +36,12 @@ private Q_SLOTS:
     void theShowMovesFromADisplayThatIsUnplugged();
     void aDisplayWithoutTheShowChangesNothing();
     void theShowFollowsItsDisplayThatMoves();
+    void theShowGoesDownWithItsDisplay();
+    void theKeyboardStaysWithAnotherProgram_data();
+    void theKeyboardStaysWithAnotherProgram();
+    void aShowThatIsMinimisedStaysSo();
+    void windowsAboveTheShowStayAbove();
+    void theControlsComeAlong();
     void theShowComesBackToTheRememberedDisplay();
     void aTransitionGoesOnOnTheOtherDisplay();
     void aMovieGoesOnOnTheOtherDisplay();
@@ -65,6 +71,11 @@ private:
     }
     // A show on that display, which is remembered.
     bool openOn(int number);
+    void makeBothAlike()
+    {
+        mRight.setSize(mLeft.size());
+        plugIn();
+    }
     bool fills(const QRect& display) const
     {
         return waitFor([&] { return server().geometry(mWindow) == display && server().isFullScreen(mWindow); });
@@ -159,6 +170,112 @@ void UnpluggingTest::theShowFollowsItsDisplayThatMoves()
     QVERIFY(fills(mRight));
     press("Right");
     QVERIFY(shows(green, mRight));
+}
+
+void UnpluggingTest::theShowGoesDownWithItsDisplay()
+{
+    makeBothAlike();
+    randr({QStringLiteral("--output"), output(2), QStringLiteral("--primary")});
+    QVERIFY(openOn(2));
+    for (int round = 0; round < 3; ++round) {
+        randr({QStringLiteral("--output"), output(2), QStringLiteral("--pos"), QStringLiteral("0x800")});
+        const QRect below({0, mLeft.height()}, mRight.size());
+        QVERIFY(fills(below));
+        QVERIFY(mShow->waitUntilAtRest());
+        QVERIFY(fills(below));
+        QVERIFY(shows(red, below));
+        plugIn();
+        QVERIFY(fills(mRight));
+        QVERIFY(mShow->waitUntilAtRest());
+        QVERIFY(fills(mRight));
+    }
+    QVERIFY(shows(red, mRight));
+}
+
+void UnpluggingTest::theKeyboardStaysWithAnotherProgram_data()
+{
+    QTest::addColumn<bool>("isUnplugged");
+    QTest::newRow("display unplugged") << true;
+    QTest::newRow("another size") << false;
+}
+
+void UnpluggingTest::theKeyboardStaysWithAnotherProgram()
+{
+    QFETCH(const bool, isUnplugged);
+    QVERIFY(openOn(2));
+    Program other(QStringLiteral(STAND_IN));
+    QVERIFY(other.start({QStringLiteral("other")}));
+    const auto window = server().waitForWindow(other.processId());
+    QVERIFY(window);
+    const QRect corner(QPoint(10, 30), QSize(200, 150));
+    const auto isInItsPlace = [&] {
+        server().moveTo(*window, corner);
+        server().activate(*window);
+        return server().geometry(*window) == corner && server().isActive(*window);
+    };
+    QVERIFY(waitFor(isInItsPlace));
+    if (isUnplugged) {
+        unplug(2);
+    } else {
+        plugIn(thirdSize);
+    }
+    QVERIFY(fills(isUnplugged ? mLeft : QRect(mRight.topLeft(), thirdSize)));
+    QVERIFY(mShow->waitUntilAtRest());
+    QVERIFY(server().isActive(*window));
+}
+
+void UnpluggingTest::aShowThatIsMinimisedStaysSo()
+{
+    QVERIFY(openOn(2));
+    server().minimise(mWindow);
+    QVERIFY(waitFor([&] { return server().isMinimised(mWindow); }));
+    unplug(2);
+    QVERIFY(mShow->waitUntilAtRest());
+    QVERIFY(server().isMinimised(mWindow));
+    server().activate(mWindow);
+    QVERIFY(fills(mLeft));
+    QVERIFY(shows(red, mLeft));
+}
+
+void UnpluggingTest::windowsAboveTheShowStayAbove()
+{
+    makeBothAlike();
+    mShow->set(keys::gridWindowRect, textFromRect(mRight.adjusted(50, 100, -600, -200)));
+    QVERIFY(openOn(2));
+    const auto process = mShow->program().processId();
+    press("ctrl+t");
+    const auto thumbnails = server().waitForWindow(process, QStringLiteral("Thumbnails — Frameflow"));
+    QVERIFY(thumbnails && waitFor([&] { return server().isMaximised(*thumbnails); }));
+    press("ctrl+comma");
+    const auto preferences = server().waitForWindow(process, QStringLiteral("Preferences — Frameflow"));
+    QVERIFY(preferences && waitFor([&] { return server().isActive(*preferences); }));
+    QVERIFY(mShow->waitUntilAtRest());
+    const auto isShowAt = [&](const QPoint& place) { return isNear(server().pixel(place), red.rgb(), 14); };
+    const QPoint edge(8, 700); // of the thumbnails, beside the preferences
+    QVERIFY(!isShowAt(mRight.topLeft() + edge));
+    unplug(2); // the show has to be moved
+    QVERIFY(fills(mLeft));
+    QVERIFY(mShow->waitUntilAtRest());
+    QVERIFY(server().isActive(*preferences));
+    QVERIFY(!server().geometry(*preferences).contains(edge));
+    QVERIFY(waitFor([&] { return !isShowAt(edge); }));
+}
+
+void UnpluggingTest::theControlsComeAlong()
+{
+    makeBothAlike();
+    QVERIFY(openOn(2));
+    press("ctrl+shift+c");
+    std::optional<WindowId> controls;
+    QVERIFY(waitFor([&] {
+        const auto windows = server().windowsOf(mShow->program().processId());
+        controls = windows.size() == 2 ? std::optional(windows.at(0) == mWindow ? windows.at(1) : windows.at(0))
+                                       : std::nullopt;
+        return controls && server().isVisible(*controls) && mRight.contains(server().geometry(*controls));
+    }));
+    unplug(2);
+    QVERIFY(fills(mLeft));
+    QVERIFY(waitFor([&] { return mLeft.contains(server().geometry(*controls)); }));
 }
 
 void UnpluggingTest::theShowComesBackToTheRememberedDisplay()
