@@ -327,13 +327,7 @@ QByteArray HandOverTest::carryHere(Program& other, const QString& text, const QS
         return "no windows";
     }
     const QRect corner(QPoint(0, 30), QSize(200, 150));
-    const auto isInItsPlace = [&] {
-        // A window manager that is still busy with the window forgets what it is asked.
-        server.moveTo(*source, corner);
-        server.activate(*source);
-        return server.geometry(*source) == corner && server.isActive(*source);
-    };
-    if (!waitFor(isInItsPlace)) {
+    if (!server.putInFrontAt(*source, corner)) {
         return "not in its place";
     }
     const QRect inside = server.geometry(*target);

@@ -207,13 +207,7 @@ void UnpluggingTest::theKeyboardStaysWithAnotherProgram()
     QVERIFY(other.start({QStringLiteral("other")}));
     const auto window = server().waitForWindow(other.processId());
     QVERIFY(window);
-    const QRect corner(QPoint(10, 30), QSize(200, 150));
-    const auto isInItsPlace = [&] {
-        server().moveTo(*window, corner);
-        server().activate(*window);
-        return server().geometry(*window) == corner && server().isActive(*window);
-    };
-    QVERIFY(waitFor(isInItsPlace));
+    QVERIFY(server().putInFrontAt(*window, QRect(10, 30, 200, 150)));
     if (isUnplugged) {
         unplug(2);
     } else {

@@ -266,6 +266,16 @@ void XServer::moveTo(WindowId window, const QRect& geometry) const
             static_cast<quint32>(geometry.width()), static_cast<quint32>(geometry.height())});
 }
 
+bool XServer::putInFrontAt(WindowId window, const QRect& geometry) const
+{
+    return waitFor([&] {
+        // A window manager that is still busy with the window forgets what it is asked.
+        moveTo(window, geometry);
+        activate(window);
+        return this->geometry(window) == geometry && isActive(window);
+    });
+}
+
 void XServer::pressKey(const QString& key) const
 {
     useDevices({QStringLiteral("key"), QStringLiteral("--clearmodifiers"), key});

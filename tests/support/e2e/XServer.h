@@ -66,6 +66,8 @@ public:
     void minimise(WindowId window) const;
     void unmaximise(WindowId window) const;
     void moveTo(WindowId window, const QRect& geometry) const;
+    // Waits until it is there and has the keyboard.
+    bool putInFrontAt(WindowId window, const QRect& geometry) const;
 
     // Input as from the devices themselves; each call returns when the server has it. Keys are named as in X, with
     // modifiers in front: "Right", "plus", "ctrl+shift+w". Fails the program (qFatal) when the server does not take it.
